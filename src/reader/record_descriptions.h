@@ -6,12 +6,12 @@
 
 /// Codes of the fields that a record can have; the numbers are those of the trace formats.
 enum class field_code : std::uint32_t {
-  end = 0,            ///< no further field
-  id = 2,             ///< `___onx_id`, 24 bytes
-  number = 3,         ///< unsigned 64-bit number, 8 bytes
-  byte = 9,           ///< unsigned 8-bit number, 1 byte
-  narrow_string = 13, ///< as many bytes as the numeric field before it says
-  wide_string = 14,   ///< twice as many bytes as the numeric field before it says
+  end = 0,             ///< no further field
+  id = 2,              ///< `___onx_id`, 24 bytes
+  number = 3,          ///< unsigned 64-bit number, 8 bytes
+  byte = 9,            ///< unsigned 8-bit number, 1 byte
+  narrow_string = 13,  ///< as many bytes as the numeric field before it says
+  wide_string = 14,    ///< twice as many bytes as the numeric field before it says
 };
 
 /// Name and field layout of one kind of record.

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "reader/input_window.h"
+#include "reader/trace_reader.h"
+
+/// Reads a binary trace file of format version 0, one record at a time. Its first record is read as soon as
+/// it exists. Damaged bytes come back as one bad record, "incomplete record" or "unknown record"; the reader
+/// would read on from there, which only a tool that looks at damaged files does.
+class binary_reader_v0 : public trace_reader {
+ public:
+  /// Takes over `file`, positioned behind the header; `frequency` in ticks per second and `concurrency` in
+  /// hardware threads come from the header.
+  binary_reader_v0(const std::string& file_name, int producer, std::FILE* file, unsigned long frequency,
+                   unsigned long concurrency, text_arena& texts);
+
+  std::shared_ptr<trace_record> current_and_advance() override;
+  [[nodiscard]] std::string freq() const override;
+  [[nodiscard]] std::string hwc() const override;
+
+  /// Name of the file, for messages of tools.
+  [[nodiscard]] const std::string& file_name() const { return file_name_; }
+
+ private:
+  void next_record();
+  void make_record();
+
+  [[nodiscard]] bool read_fields();
+  [[nodiscard]] bool read_id(std::size_t k);
+  [[nodiscard]] bool read_narrow_string(std::uint32_t length);
+  [[nodiscard]] bool read_wide_string(std::uint32_t length);
+  [[nodiscard]] bool read_metadata_value();
+  [[nodiscard]] bool read_captured_number(std::uint64_t& number);
+  /// Reads up to `length` bytes into the arena, zero-terminated, however many really arrive.
+  [[nodiscard]] const char* read_text(std::size_t length, std::size_t& arrived);
+
+  [[nodiscard]] std::size_t remaining_space() const;
+  void capture(const void* bytes, std::size_t size_bytes);
+  void capture_byte(std::uint8_t byte);
+  void capture_blank(std::size_t size_bytes);
+
+  std::uint64_t position_;
+  std::string file_name_;
+  std::unique_ptr<input_window> file_;  ///< let go, and so closed, when the last record was handed out
+  std::uint64_t frequency_;
+  std::uint64_t concurrency_;
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+/// A small buffer that moves along an open file: the only place where bytes of a binary trace file are taken
+/// from, so that nothing can read past the end. Owns the file and closes it.
+class input_window {
+ public:
+  /// Takes over `file`, positioned at the first byte to read.
+  explicit input_window(std::FILE* file);
+  input_window(const input_window&) = delete;
+  input_window& operator=(const input_window&) = delete;
+  ~input_window();
+
+  /// Reads one byte; false at the end of the file.
+  bool read_byte(std::uint8_t& byte) {
+    if (next_ == end_ && !refill()) return false;
+    byte = buffer_[next_++];
+    return true;
+  }
+
+  /// Reads a little-endian number of eight bytes; false when the file ends within it.
+  bool read_number(std::uint64_t& number) {
+    if (end_ - next_ >= sizeof number) {
+      std::memcpy(&number, &buffer_[next_], sizeof number);
+      next_ += sizeof number;
+      return true;
+    }
+    return read_bytes(&number, sizeof number) == sizeof number;
+  }
+
+  /// Reads up to `size_bytes` bytes to `to`; returns how many there were.
+  std::size_t read_bytes(void* to, std::size_t size_bytes);
+
+ private:
+  bool refill();
+
+  static constexpr std::size_t window_bytes = 8 * 1024;
+
+  std::FILE* file_;
+  std::unique_ptr<std::uint8_t[]> buffer_ = std::make_unique_for_overwrite<std::uint8_t[]>(window_bytes);
+  std::size_t next_ = 0;
+  std::size_t end_ = 0;
+};

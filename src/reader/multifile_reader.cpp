@@ -1,0 +1,41 @@
+#include "reader/multifile_reader.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+constexpr std::int32_t last_handed_out_kind = 16;
+}  // namespace
+
+multifile_reader::multifile_reader(const char* stem) {
+  for (int n = 0;; ++n) {
+    std::shared_ptr<trace_reader> reader = trace_reader::create_reader(stem, n, texts_);
+    if (!reader) break;
+    if (reader->done()) continue;
+    if (frequency_.empty()) {
+      frequency_ = reader->freq();
+      concurrency_ = reader->hwc();
+    }
+    push(std::move(reader));
+  }
+}
+
+void multifile_reader::push(std::shared_ptr<trace_reader> reader) {
+  const std::uint64_t timestamp = reader->current()->f[1];
+  heap_.push_back({timestamp, std::move(reader)});
+  std::push_heap(heap_.begin(), heap_.end(), ts_reverse_ordering{});
+}
+
+std::shared_ptr<trace_record> multifile_reader::next_record() {
+  while (!heap_.empty()) {
+    std::pop_heap(heap_.begin(), heap_.end(), ts_reverse_ordering{});
+    std::shared_ptr<trace_reader> reader = std::move(heap_.back().reader);
+    heap_.pop_back();
+    std::shared_ptr<trace_record> record = reader->current_and_advance();
+    if (record && record->kind <= last_handed_out_kind) {
+      if (reader->current()) push(std::move(reader));
+      return record;
+    }
+  }
+  return nullptr;
+}
