@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "model/kzr_symbol.h"
+
+class port_symbol;
+
+/// An edge from one port to another, in the graph that the source port's node is shown in.
+class edge_symbol : public kzr_symbol {
+ public:
+  static constexpr symbol_class own_class = symbol_class::edge;
+  /// Number of the next edge of the run.
+  static std::uint64_t edge_count;
+
+  /// Takes the next edge number. Does not add the edge to its graph.
+  edge_symbol(port_symbol& first, port_symbol& second);
+
+  [[nodiscard]] std::shared_ptr<graph_symbol> get_enclosing_graph() const override;
+  [[nodiscard]] std::string gml_id() const override;
+  /// Aborts: the trace does not name edges.
+  [[nodiscard]] ___onx_id onx_id() const override;
+  /// The string handle of the first port's name.
+  [[nodiscard]] unsigned long handle() const override;
+  void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
+  [[nodiscard]] void* as(symbol_class wanted) override;
+
+  /// Appends `gml_id()` to `text`.
+  void append_gml_id(std::string& text) const;
+  /// Appends the accessors of both ends, separated by a blank.
+  void append_accessors(const kzr_data_manager& dm, std::string& text) const;
+  /// Appends the edge's GraphML line.
+  void append_graphml(const kzr_data_manager& dm, std::string& text, const std::string& indent) const;
+
+  [[nodiscard]] graph_symbol& graph() const { return *graph_; }
+  [[nodiscard]] port_symbol& first() const { return *first_; }
+  [[nodiscard]] port_symbol& second() const { return *second_; }
+  [[nodiscard]] std::uint64_t number() const { return number_; }
+
+ private:
+  graph_symbol* graph_;
+  port_symbol* first_;
+  port_symbol* second_;
+  std::uint64_t number_;
+};

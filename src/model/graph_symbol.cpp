@@ -1,0 +1,156 @@
+#include "model/graph_symbol.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "common/append_number.h"
+#include "model/edge_symbol.h"
+#include "model/node_symbol.h"
+#include "model/port_symbol.h"
+#include "model/subgraph_node_symbol.h"
+#include "model/variable_symbol.h"
+
+std::uint64_t graph_symbol::graph_count = 0;
+
+graph_symbol::graph_symbol(const ___onx_id& id, node_symbol* parent, unsigned long handle)
+    : parent_(parent), gml_id_("g"), id_(id), handle_(handle) {
+  append_number(gml_id_, graph_count++);
+}
+
+graph_symbol::~graph_symbol() = default;
+
+std::shared_ptr<graph_symbol> graph_symbol::get_enclosing_graph() const {
+  return parent_ == nullptr ? nullptr : parent_->get_enclosing_graph();
+}
+
+std::shared_ptr<node_symbol> graph_symbol::get_parent_node() const {
+  return parent_ == nullptr ? nullptr : parent_->shared_from_this();
+}
+
+std::string graph_symbol::gml_id() const { return gml_id_; }
+
+void* graph_symbol::as(symbol_class wanted) { return wanted == own_class ? this : nullptr; }
+
+void graph_symbol::set_gml_id() {
+  gml_id_ = "omp";
+  append_number(gml_id_, graph_count - 1);
+}
+
+void graph_symbol::append_gml_id(std::string& text) const {
+  if (const subgraph_node_symbol* const composite = composite_node()) {
+    composite->node_symbol::append_gml_id(text);
+  } else {
+    text += gml_id_;
+  }
+}
+
+void graph_symbol::add_node(node_symbol& node) {
+  node.place_in_graph_ = nodes_.size();
+  nodes_.push_back(&node);
+  nodes_by_d1_.place(node.id_.d1) = &node;
+}
+
+void graph_symbol::remove_node(node_symbol& node) { nodes_[node.place_in_graph_] = nullptr; }
+
+node_symbol* graph_symbol::transform_node(const ___onx_id& id, unsigned long handle) {
+  node_symbol* const node = nodes_by_d1_.value_or_default(id.d1);
+  if (node != nullptr) node->set_handle(handle);
+  return node;
+}
+
+namespace {
+
+/// A node and eight bytes of its name, so that most comparisons of names are one comparison of numbers.
+struct named_node {
+  std::uint64_t name_bytes;
+  node_symbol* node;
+};
+
+std::size_t common_prefix_length(const std::vector<named_node>& nodes) {
+  const std::string& first = nodes.front().node->name();
+  std::size_t length = first.size();
+  for (const named_node& entry : nodes) {
+    const std::string& name = entry.node->name();
+    length = std::min(length, name.size());
+    length = static_cast<std::size_t>(
+        std::mismatch(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(length), name.begin())
+            .first -
+        first.begin());
+  }
+  return length;
+}
+
+std::uint64_t bytes_behind(const std::string& name, std::size_t prefix_length) {
+  std::uint64_t bytes = 0;
+  const std::size_t size = std::min(sizeof bytes, name.size() - prefix_length);
+  std::memcpy(&bytes, name.data() + prefix_length, size);
+  return __builtin_bswap64(bytes);
+}
+
+}  // namespace
+
+std::vector<node_symbol*> graph_symbol::nodes_by_name() const {
+  std::vector<named_node> named;
+  named.reserve(nodes_.size());
+  for (node_symbol* const node : nodes_) {
+    if (node != nullptr) named.push_back({0, node});
+  }
+  if (named.empty()) return {};
+  const std::size_t prefix_length = common_prefix_length(named);
+  for (named_node& entry : named) entry.name_bytes = bytes_behind(entry.node->name(), prefix_length);
+  std::sort(named.begin(), named.end(), [](const named_node& a, const named_node& b) {
+    return a.name_bytes != b.name_bytes ? a.name_bytes < b.name_bytes : a.node->name() < b.node->name();
+  });
+  std::vector<node_symbol*> nodes;
+  nodes.reserve(named.size());
+  for (const named_node& entry : named) nodes.push_back(entry.node);
+  return nodes;
+}
+
+void graph_symbol::add_edge(edge_symbol& edge) { edges_.place({&edge.first(), &edge.second()}) = &edge; }
+
+edge_symbol* graph_symbol::remove_edge(const port_symbol& source, const port_symbol& target) {
+  edge_symbol* const edge = edges_.value_or_default({&source, &target});
+  if (edge != nullptr) edges_.erase({&source, &target});
+  return edge;
+}
+
+std::vector<edge_symbol*> graph_symbol::edges_by_number() const {
+  std::vector<edge_symbol*> edges;
+  edges.reserve(edges_.size());
+  edges_.for_each([&edges](const auto&, edge_symbol* edge) { edges.push_back(edge); });
+  std::sort(edges.begin(), edges.end(),
+            [](const edge_symbol* a, const edge_symbol* b) { return a->number() < b->number(); });
+  return edges;
+}
+
+void graph_symbol::add_port(port_symbol& port) {
+  port_group& group = ports_.place(port.onx_id().d1);
+  if (group.first == nullptr) group.first = &port;
+  group.last_but_one = group.last;
+  group.last = &port;
+}
+
+port_symbol* graph_symbol::get_aliased_port(const port_symbol& port) const {
+  return ports_.value_or_default(port.onx_id().d1).last_but_one;
+}
+
+port_symbol* graph_symbol::get_omp_aliased_port(const port_symbol& port) const {
+  return ports_.value_or_default(port.onx_id().d1).first;
+}
+
+void graph_symbol::add_variable(variable_symbol& variable) {
+  variables_.place(variable.onx_id()) = &variable;
+}
+
+void graph_symbol::increment_region(const node_symbol& node) { ++region_counts_[&node]; }
+
+void graph_symbol::decrement_region(const node_symbol& node) {
+  const auto count = region_counts_.find(&node);
+  if (count != region_counts_.end()) --count->second;
+}
+
+const std::uint64_t* graph_symbol::find_region_count(const node_symbol& node) const {
+  const auto count = region_counts_.find(&node);
+  return count == region_counts_.end() ? nullptr : &count->second;
+}

@@ -1,0 +1,130 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "common/flat_map.h"
+#include "model/kzr_symbol.h"
+
+class edge_symbol;
+class graphml_file;
+class port_symbol;
+class subgraph_node_symbol;
+class variable_symbol;
+
+/// A graph: its nodes, the edges between their ports, and what composite nodes need to find ports in it.
+class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
+ public:
+  static constexpr symbol_class own_class = symbol_class::graph;
+  /// Number of the next graph of the run.
+  static std::uint64_t graph_count;
+
+  /// Takes the next graph number, and "g" with it as GraphML id. `parent` is null for a top-level graph.
+  graph_symbol(const ___onx_id& id, node_symbol* parent, unsigned long handle);
+  ~graph_symbol() override;
+
+  [[nodiscard]] std::shared_ptr<graph_symbol> get_enclosing_graph() const override;
+  [[nodiscard]] std::shared_ptr<node_symbol> get_parent_node() const override;
+  /// Name, without extension, of the GraphML file that holds the graph.
+  [[nodiscard]] virtual std::string get_file_name() const;
+  [[nodiscard]] std::string gml_id() const override;
+  [[nodiscard]] ___onx_id onx_id() const override { return id_; }
+  [[nodiscard]] unsigned long handle() const override { return handle_; }
+  void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
+  /// Writes what stands between the graph's opening line and its nodes; nothing for a plain graph.
+  virtual void dump_additional_graph_data(kzr_data_manager& dm, std::ostream& os, const std::string& indent);
+  /// Completes the inner graphs of the composite nodes below this graph, at the end of the trace.
+  virtual void init_sub_graphs(kzr_data_manager* dm);
+  /// Makes the edges of the composite nodes of this graph end at their outer ports.
+  virtual void update_ports(kzr_data_manager* dm);
+  /// Takes composite nodes that moved elsewhere out of this graph.
+  virtual void cleanup_nested_graphs();
+  /// Decides whether the inner graph is shown; nothing to decide for a plain graph.
+  virtual void set_inner_visibility(kzr_data_manager* dm);
+  [[nodiscard]] void* as(symbol_class wanted) override;
+
+  /// Switches the id to its OpenMP form, "omp" and the number of the graph that was created last.
+  void set_gml_id();
+  /// Appends `gml_id()` to `text`.
+  void append_gml_id(std::string& text) const;
+
+  /// Takes `node` in; the graph must be its enclosing graph.
+  void add_node(node_symbol& node);
+  /// Takes `node` out again, at a cost that does not depend on the size of the graph.
+  void remove_node(node_symbol& node);
+  /// Gives the node that was added last under the first word of `id` the kind `handle`; null when there is
+  /// none.
+  node_symbol* transform_node(const ___onx_id& id, unsigned long handle);
+  /// True when a node with this first word of the identifier was added.
+  [[nodiscard]] bool has_node_with(std::uint64_t d1) const { return nodes_by_d1_.find(d1) != nullptr; }
+  /// All nodes in the order of their addition; places of removed nodes are null.
+  [[nodiscard]] const std::vector<node_symbol*>& nodes() const { return nodes_; }
+  /// All nodes by name, the order in which GraphML lists them.
+  [[nodiscard]] std::vector<node_symbol*> nodes_by_name() const;
+
+  /// Keeps `edge` under its two ports, in place of an earlier one.
+  void add_edge(edge_symbol& edge);
+  /// Takes the edge between the two ports out and returns it; null when there is none.
+  edge_symbol* remove_edge(const port_symbol& source, const port_symbol& target);
+  /// All edges by number.
+  [[nodiscard]] std::vector<edge_symbol*> edges_by_number() const;
+
+  /// Registers a port of one of the graph's nodes for the look-ups of aliased ports.
+  void add_port(port_symbol& port);
+  /// The port registered last but one under the first word of `port`'s identifier; null when there is none.
+  [[nodiscard]] port_symbol* get_aliased_port(const port_symbol& port) const;
+  /// The port registered first under the first word of `port`'s identifier; null when there is none.
+  [[nodiscard]] port_symbol* get_omp_aliased_port(const port_symbol& port) const;
+
+  /// Counts the open regions of a node of this graph; a decrement below zero wraps.
+  void increment_region(const node_symbol& node);
+  void decrement_region(const node_symbol& node);
+  /// The count of `node`, null when it never had one.
+  [[nodiscard]] const std::uint64_t* find_region_count(const node_symbol& node) const;
+
+  void add_variable(variable_symbol& variable);
+  /// The variable of this graph with the identifier `id`, null when there is none.
+  [[nodiscard]] variable_symbol* find_variable(const ___onx_id& id) const {
+    return variables_.value_or_default(id);
+  }
+
+  void set_file(std::shared_ptr<graphml_file> file) { file_ = std::move(file); }
+  [[nodiscard]] const std::shared_ptr<graphml_file>& file() const { return file_; }
+
+  void set_input_alias_port(port_symbol* port) { input_alias_port_ = port; }
+  void set_output_alias_port(port_symbol* port) { output_alias_port_ = port; }
+  [[nodiscard]] port_symbol* input_alias_port() const { return input_alias_port_; }
+  [[nodiscard]] port_symbol* output_alias_port() const { return output_alias_port_; }
+
+  /// The composite node that this graph is the inside of; null for a plain graph.
+  [[nodiscard]] virtual subgraph_node_symbol* composite_node() { return nullptr; }
+  [[nodiscard]] virtual const subgraph_node_symbol* composite_node() const { return nullptr; }
+
+ private:
+  /// The ports under one first word that somebody can ask for.
+  struct port_group {
+    port_symbol* first = nullptr;
+    port_symbol* last_but_one = nullptr;
+    port_symbol* last = nullptr;
+
+    bool operator==(const port_group&) const = default;
+  };
+
+  std::shared_ptr<graphml_file> file_;
+  node_symbol* parent_;
+  std::string gml_id_;
+  ___onx_id id_;
+  unsigned long handle_;
+  std::vector<node_symbol*> nodes_;
+  flat_map<std::uint64_t, node_symbol*> nodes_by_d1_;
+  flat_map<std::pair<const void*, const void*>, edge_symbol*> edges_;
+  std::map<const node_symbol*, std::uint64_t> region_counts_;
+  flat_map<___onx_id, variable_symbol*> variables_;
+  flat_map<std::uint64_t, port_group> ports_;
+  port_symbol* output_alias_port_ = nullptr;
+  port_symbol* input_alias_port_ = nullptr;
+};

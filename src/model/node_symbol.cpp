@@ -1,0 +1,57 @@
+#include "model/node_symbol.h"
+
+#include "common/append_number.h"
+#include "model/graph_symbol.h"
+#include "model/subgraph_node_symbol.h"
+
+std::uint64_t node_symbol::node_count = 0;
+
+node_symbol::node_symbol(const ___onx_id& id, graph_symbol& graph, unsigned long handle)
+    : graph_(&graph), id_(id), handle_(handle), number_(node_count++) {
+  node_symbol::append_gml_id(name_);
+}
+
+node_symbol::~node_symbol() = default;
+
+graph_symbol* node_symbol::find_enclosing_graph() const {
+  if (visible_) return graph_;
+  const subgraph_node_symbol* const composite = graph_->composite_node();
+  return composite != nullptr ? &composite->own_graph() : graph_->get_enclosing_graph().get();
+}
+
+std::shared_ptr<graph_symbol> node_symbol::get_enclosing_graph() const {
+  graph_symbol* const graph = find_enclosing_graph();
+  return graph == nullptr ? nullptr : graph->shared_from_this();
+}
+
+graph_symbol& node_symbol::graph_for_ports() const {
+  graph_symbol* const graph = find_enclosing_graph();
+  return graph != nullptr ? *graph : *graph_;
+}
+
+std::string node_symbol::gml_id() const {
+  std::string id;
+  append_gml_id(id);
+  return id;
+}
+
+void node_symbol::append_gml_id(std::string& text) const {
+  // Composite nodes may be nested as deep as the trace likes, so the way up is a loop.
+  std::vector<std::uint64_t> inner_numbers;
+  const node_symbol* node = this;
+  while (const subgraph_node_symbol* const composite = node->graph_->composite_node()) {
+    if (node->visible_) inner_numbers.push_back(node->number_);
+    node = composite;
+  }
+  node->graph_->append_gml_id(text);
+  if (node->visible_) {
+    text += "::n";
+    append_number(text, node->number_);
+  }
+  for (auto number = inner_numbers.rbegin(); number != inner_numbers.rend(); ++number) {
+    text += "::n";
+    append_number(text, *number);
+  }
+}
+
+void* node_symbol::as(symbol_class wanted) { return wanted == own_class ? this : nullptr; }

@@ -1,0 +1,63 @@
+#include "model/port_symbol.h"
+
+#include "common/append_number.h"
+#include "common/kzr_assert.h"
+#include "model/graph_symbol.h"
+#include "model/kzr_data_manager.h"
+#include "model/node_symbol.h"
+
+port_symbol::port_symbol(const ___onx_id& id, node_symbol& node, unsigned long handle, bool is_input,
+                         int offset)
+    : id_(id), node_(&node), handle_(handle), offset_(offset), is_input_(is_input) {}
+
+std::shared_ptr<port_symbol> port_symbol::create(const ___onx_id& id, node_symbol& node, unsigned long handle,
+                                                 bool is_input, int offset) {
+  auto port = std::make_shared<port_symbol>(id, node, handle, is_input, offset);
+  if (is_input) {
+    node.add_input_port(*port);
+  } else {
+    node.add_output_port(*port);
+  }
+  node.graph_for_ports().add_port(*port);
+  return port;
+}
+
+std::shared_ptr<graph_symbol> port_symbol::get_enclosing_graph() const {
+  return node_->get_enclosing_graph();
+}
+
+std::shared_ptr<node_symbol> port_symbol::get_parent_node() const { return node_->shared_from_this(); }
+
+std::string port_symbol::gml_id() const { kzr_fail("ERROR: A port does not have a graphml id"); }
+
+void* port_symbol::as(symbol_class wanted) { return wanted == own_class ? this : nullptr; }
+
+std::string port_symbol::get_gml_accessor(const kzr_data_manager& dm) const {
+  std::string accessor;
+  append_gml_accessor(dm, accessor);
+  return accessor;
+}
+
+void port_symbol::append_gml_accessor(const kzr_data_manager& dm, std::string& text) const {
+  const char* const end = is_input_ ? "target" : "source";
+  text += end;
+  text += "=\"";
+  node_->append_gml_id(text);
+  text += "\" ";
+  text += end;
+  text += "offset=\"";
+  append_number(text, offset_);
+  text += "\" ";
+  text += end;
+  text += "port=\"";
+  append_name(dm, text);
+  text += '"';
+}
+
+void port_symbol::append_name(const kzr_data_manager& dm, std::string& text) const {
+  if (handle_ != 0) {
+    text += dm.handle_text(handle_);
+  } else {
+    append_number(text, id_.d1);
+  }
+}

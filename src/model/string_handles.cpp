@@ -1,0 +1,67 @@
+#include "model/string_handles.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace {
+
+// In the order of vocabulary_word.
+constexpr std::array<std::string_view, static_cast<std::size_t>(vocabulary_word::none)> words = {
+    "graph",
+    "composite_node",
+    "opencl_node",
+    "async_node",
+    "omp_barrier",
+    "priority_queue_node",
+    "sequencer_node",
+    "queue_node",
+    "write_once_node",
+    "split_node",
+    "node",
+    "input_port",
+    "output_port",
+    "body",
+    "code_address",
+    "object_name",
+    "join_node (queueing)",
+    "join_node (reserving)",
+    "join_node (tag_matching)",
+    "join_node (key_matching)",
+};
+
+}  // namespace
+
+string_handles::string_handles() { std::fill(std::begin(remembered_), std::end(remembered_), unset); }
+
+vocabulary_word string_handles::add(std::uint64_t handle, const char* text) {
+  texts_.place(handle) = text;
+  const std::string_view view = text;
+  const auto found = std::find(words.begin(), words.end(), view);
+  if (found != words.end()) {
+    const auto word = static_cast<vocabulary_word>(found - words.begin());
+    // A code address is known by its set alone.
+    if (word == vocabulary_word::code_address) {
+      code_addresses_.insert(handle);
+      return word;
+    }
+    remembered_[static_cast<std::size_t>(word)] = handle;
+    if (word == vocabulary_word::input_port) input_ports_.insert(handle);
+    if (word == vocabulary_word::output_port) output_ports_.insert(handle);
+    return word;
+  }
+  if (view.starts_with("input_port")) {
+    input_ports_.insert(handle);
+  } else if (view.starts_with("output_port")) {
+    output_ports_.insert(handle);
+  } else if (view.starts_with("pwl_")) {
+    // A flow-graph name, whatever follows.
+  } else if (view.starts_with("omp_e")) {
+    explicit_tasks_.insert(handle);
+  } else if (view.starts_with("omp_i")) {
+    implicit_tasks_.insert(handle);
+  } else if (view.starts_with("omp_p")) {
+    parallel_regions_.insert(handle);
+  }
+  return vocabulary_word::none;
+}

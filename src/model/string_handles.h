@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <set>
+
+#include "common/flat_map.h"
+
+/// The words that the program knows among the texts of string handles, in the order in which they are tested.
+enum class vocabulary_word : std::uint8_t {
+  graph,
+  composite_node,
+  opencl_node,
+  async_node,
+  omp_barrier,
+  priority_queue_node,
+  sequencer_node,
+  queue_node,
+  write_once_node,
+  split_node,
+  node,
+  input_port,
+  output_port,
+  body,
+  code_address,
+  object_name,
+  join_queueing,
+  join_reserving,
+  join_tag_matching,
+  join_key_matching,
+  none,
+};
+
+/// The string handles of a run: their texts, the handle that stands for each known word, and the sets of
+/// handles that say what a record is about.
+class string_handles {
+ public:
+  /// What a handle is that no word was registered under; no record carries it.
+  static constexpr std::uint64_t unset = ~std::uint64_t{0};
+
+  string_handles();
+
+  /// Records the text of `handle`, borrowed until the end of the run, and what it stands for. Returns the
+  /// word.
+  vocabulary_word add(std::uint64_t handle, const char* text);
+
+  /// The text of `handle`, empty when it has none.
+  [[nodiscard]] const char* text(std::uint64_t handle) const {
+    const char* const* const found = texts_.find(handle);
+    return found != nullptr ? *found : "";
+  }
+
+  /// The handle registered last for `word`, `unset` when there is none.
+  [[nodiscard]] std::uint64_t remembered(vocabulary_word word) const {
+    return remembered_[static_cast<std::size_t>(word)];
+  }
+
+  [[nodiscard]] bool is_input_port(std::uint64_t handle) const { return input_ports_.contains(handle); }
+  [[nodiscard]] bool is_output_port(std::uint64_t handle) const { return output_ports_.contains(handle); }
+  [[nodiscard]] bool is_code_address(std::uint64_t handle) const { return code_addresses_.contains(handle); }
+  [[nodiscard]] bool is_parallel_region(std::uint64_t handle) const {
+    return parallel_regions_.contains(handle);
+  }
+  [[nodiscard]] bool is_implicit_task(std::uint64_t handle) const { return implicit_tasks_.contains(handle); }
+  [[nodiscard]] bool is_explicit_task(std::uint64_t handle) const { return explicit_tasks_.contains(handle); }
+
+ private:
+  flat_map<std::uint64_t, const char*> texts_;
+  std::uint64_t remembered_[static_cast<std::size_t>(vocabulary_word::none)];
+  std::set<std::uint64_t> input_ports_;
+  std::set<std::uint64_t> output_ports_;
+  std::set<std::uint64_t> code_addresses_;
+  std::set<std::uint64_t> parallel_regions_;
+  std::set<std::uint64_t> implicit_tasks_;
+  std::set<std::uint64_t> explicit_tasks_;
+};
