@@ -1,0 +1,39 @@
+#include <ostream>
+
+#include "graphml/graphml_file.h"
+#include "model/edge_symbol.h"
+#include "model/graph_symbol.h"
+#include "model/kzr_data_manager.h"
+#include "model/node_symbol.h"
+
+namespace {
+// Lines of edges go out in blocks of about this size.
+constexpr std::size_t edge_block_bytes = 16 * 1024;
+}  // namespace
+
+std::string graph_symbol::get_file_name() const { return file_->name(); }
+
+void graph_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) {
+  std::string text = indent;
+  text += "<graph id=\"";
+  append_gml_id(text);
+  text += "\">\n";
+  os << text;
+  dump_additional_graph_data(dm, os, "    ");
+
+  // The ids of all nodes of a graph carry the same number, the graph's, and so do those of its edges: by that
+  // number they are equal. Nodes then keep the order of their names; edges go by their own number.
+  const std::string inner_indent = indent + "  ";
+  for (node_symbol* const node : nodes_by_name()) node->dump_as_graphml(dm, os, inner_indent);
+  text.clear();
+  for (const edge_symbol* const edge : edges_by_number()) {
+    edge->append_graphml(dm, text, inner_indent);
+    if (text.size() >= edge_block_bytes) {
+      os << text;
+      text.clear();
+    }
+  }
+  os << text << indent << "</graph>\n";
+}
+
+void graph_symbol::dump_additional_graph_data(kzr_data_manager&, std::ostream&, const std::string&) {}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+class graph_symbol;
+class kzr_data_manager;
+
+/// One GraphML document: its name and the graphs it holds.
+class graphml_file {
+ public:
+  /// An empty file with the base name `name`, without extension.
+  explicit graphml_file(const std::string& name) : name_(name) {}
+  virtual ~graphml_file() = default;
+
+  void add_graph(std::shared_ptr<graph_symbol> graph) { graphs_.push_back(std::move(graph)); }
+  /// Completes the inner graphs of the composite nodes of every graph, which may append files to `dm`.
+  void post_process(kzr_data_manager* dm);
+  /// Writes the whole document.
+  void dump_as_graphml(kzr_data_manager& dm, std::ostream& os);
+  /// Writes what stands before and behind the graphs.
+  void dump_header(kzr_data_manager& dm, std::ostream& os);
+  void dump_footer(kzr_data_manager& dm, std::ostream& os);
+  /// Writes the document to the file `<name>.graphml`. A file that cannot be written is not reported.
+  void write(kzr_data_manager& dm);
+
+  [[nodiscard]] const std::string& name() const { return name_; }
+  [[nodiscard]] const std::vector<std::shared_ptr<graph_symbol>>& graphs() const { return graphs_; }
+
+ private:
+  std::string name_;
+  std::vector<std::shared_ptr<graph_symbol>> graphs_;
+};

@@ -1,0 +1,60 @@
+#include "graphml/node_graphml.h"
+
+#include <ostream>
+
+#include "graphml/graphml_lines.h"
+#include "model/kzr_data_manager.h"
+
+void append_node_opening(const node_symbol& node, const kzr_data_manager& dm, const std::string& indent,
+                         std::string& text) {
+  const graphml_keys& keys = dm.keys();
+  const std::string id = node.gml_id();
+  const std::string data_indent = indent + "  ";
+  text += indent;
+  text += "<node  id=\"";
+  text += id;
+  text += "\">\n";
+  const std::string_view name = node.find_metadata(dm.handles().remembered(vocabulary_word::object_name));
+  append_data_line(text, data_indent, keys.object_name(), name.empty() ? id : name);
+  if (!node.code_location().empty()) {
+    append_data_line(text, data_indent, keys.line_no(), id + "::" + node.code_location());
+  }
+}
+
+void append_ports(const node_symbol& node, const kzr_data_manager& dm, const std::string& indent,
+                  std::string& text) {
+  for (const port_symbol* const port : node.input_ports()) port->append_graphml(dm, text, indent);
+  for (const port_symbol* const port : node.output_ports()) port->append_graphml(dm, text, indent);
+}
+
+namespace {
+
+/// The policy of a join node with such a kind handle; null for every other kind. A key-matching join is none
+/// of these: it is written with its full kind text.
+const char* find_join_policy(const string_handles& handles, std::uint64_t kind) {
+  if (kind == handles.remembered(vocabulary_word::join_queueing)) return "queueing";
+  if (kind == handles.remembered(vocabulary_word::join_reserving)) return "reserving";
+  if (kind == handles.remembered(vocabulary_word::join_tag_matching)) return "tag_matching";
+  return nullptr;
+}
+
+}  // namespace
+
+void node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) {
+  if (!visible_) return;
+  const graphml_keys& keys = dm.keys();
+  const std::string inner_indent = indent + "  ";
+  std::string text;
+  append_node_opening(*this, dm, indent, text);
+  append_data_line(text, inner_indent, keys.plugin(), "pwl");
+  if (const char* const policy = find_join_policy(dm.handles(), handle_)) {
+    append_data_line(text, inner_indent, keys.node_type(), "join_node");
+    append_data_line(text, inner_indent, keys.join_policy(), policy);
+  } else {
+    append_data_line(text, inner_indent, keys.node_type(), dm.handle_text(handle_));
+  }
+  append_ports(*this, dm, inner_indent, text);
+  text += indent;
+  text += "</node>\n";
+  os << text;
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+class kzr_data_manager;
+class node_symbol;
+
+/// Appends the lines that open the element of any node: its id, its name and, if known, its code location.
+void append_node_opening(const node_symbol& node, const kzr_data_manager& dm, const std::string& indent,
+                         std::string& text);
+
+/// Appends the lines of the node's ports, inputs first, each behind `indent`.
+void append_ports(const node_symbol& node, const kzr_data_manager& dm, const std::string& indent,
+                  std::string& text);

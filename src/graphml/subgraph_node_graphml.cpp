@@ -1,0 +1,54 @@
+#include <ostream>
+
+#include "common/append_number.h"
+#include "graphml/graphml_file.h"
+#include "graphml/graphml_lines.h"
+#include "graphml/node_graphml.h"
+#include "model/kzr_data_manager.h"
+
+namespace {
+
+// Keys exist for the ports 0 to 9.
+bool has_port_key(int offset) { return offset >= 0 && offset <= 9; }
+
+/// Names the inner end of each port that has one and a key of its own.
+void append_port_data(const std::vector<port_symbol*>& ports, const std::string& key_name,
+                      const kzr_data_manager& dm, const std::string& indent, std::string& text) {
+  for (const port_symbol* const port : ports) {
+    const port_symbol* const inner = port->aliased_child();
+    if (inner == nullptr || !has_port_key(port->offset())) continue;
+    std::string value = inner->node().gml_id() + ":";
+    inner->append_name(dm, value);
+    append_data_line(text, indent, dm.get_key_id(key_name + std::to_string(port->offset())), value);
+  }
+}
+
+}  // namespace
+
+void subgraph_node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os,
+                                           const std::string& indent) {
+  if (!visible()) return;
+  const graphml_keys& keys = dm.keys();
+  const std::string inner_indent = indent + "  ";
+  std::string text;
+  append_node_opening(*this, dm, indent, text);
+  if (handle() == dm.handles().remembered(vocabulary_word::opencl_node)) {
+    append_data_line(text, inner_indent, dm.get_key_id("factory"), "1");
+    append_data_line(text, inner_indent, keys.plugin(), "pwl");
+    append_data_line(text, inner_indent, keys.node_type(), "streaming_node");
+    append_data_line(text, inner_indent, dm.get_key_id("description"), "OpenCL");
+  } else {
+    append_data_line(text, inner_indent, keys.plugin(), "qzd");
+    append_data_line(text, inner_indent, keys.node_type(), "subgraph_node");
+  }
+  append_port_data(input_ports(), "Input ", dm, inner_indent, text);
+  append_port_data(output_ports(), "Output ", dm, inner_indent, text);
+  if (own_file()) {
+    append_data_line(text, inner_indent, dm.get_key_id("subgraph_reference"),
+                     own_file()->name() + ".graphml");
+  }
+  append_ports(*this, dm, inner_indent, text);
+  text += indent;
+  text += "</node>\n";
+  os << text;
+}
