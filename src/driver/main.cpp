@@ -1,0 +1,8 @@
+#include "driver/command_line.h"
+#include "driver/conversion.h"
+
+int main(int argc, char** argv) {
+  raise_open_file_limit();
+  convert(read_command_line(argc, argv));
+  return 0;
+}

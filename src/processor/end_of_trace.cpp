@@ -1,0 +1,119 @@
+#include <cstdlib>
+#include <fstream>
+#include <string_view>
+
+#include "processor/kzr_record_processor.h"
+
+namespace {
+
+std::string_view domain_text(DomainType type) {
+  switch (type) {
+    case DomainType::pwl:
+      return "pwl";
+    case DomainType::pwl_flow:
+      return "pwl.flow";
+    case DomainType::pwl_algorithm:
+      return "pwl.algorithm";
+    case DomainType::openmp:
+      return "openmp";
+    case DomainType::unknown:
+      break;
+  }
+  return "unknown";
+}
+
+/// `symbol` as a `T`, empty when it is none.
+template <class T>
+std::shared_ptr<T> as(const std::shared_ptr<kzr_symbol>& symbol) {
+  T* const cast = symbol_cast<T>(symbol.get());
+  return cast == nullptr ? nullptr : std::shared_ptr<T>(symbol, cast);
+}
+
+}  // namespace
+
+void kzr_record_processor::write_zup_output() {
+  const char* const results = std::getenv("QZD_DIR");
+  if (results == nullptr) return;
+  std::ofstream file(std::string(results) + "/zup_result.csv", std::ios::out | std::ios::trunc);
+  if (!file) {
+    dm_.count_warning("Error opening file");
+    return;
+  }
+  for (const auto& [key, image] : images_.images_by_offset()) file << key << ',' << image << std::endl;
+}
+
+void kzr_record_processor::dump_trace() {
+  writer_.platform_creation(std::stoi(concurrency_));
+  writer_.meta_head_creation(cores_.sorted(), threads_.sorted());
+  events_.for_each([this](const timeline_event& event) { replay(event); });
+}
+
+void kzr_record_processor::replay(const timeline_event& event) {
+  const std::shared_ptr<kzr_symbol>& first = dm_.symbols().at(event.first);
+  const std::shared_ptr<kzr_symbol>& second = dm_.symbols().at(event.second);
+  switch (event.kind) {
+    case tml_event_t::graph_created:
+      return writer_.graph_creation(event.time, event.producer, as<graph_symbol>(first));
+    case tml_event_t::node_created:
+      return writer_.node_creation(event.time, event.first_number, event.producer, as<node_symbol>(first));
+    case tml_event_t::edge_made:
+      return writer_.make_edge(event.time, event.producer, as<edge_symbol>(first));
+    case tml_event_t::edge_removed:
+      return writer_.remove_edge(event.time, event.producer, as<edge_symbol>(first));
+    case tml_event_t::task_begun:
+      return replay_task_begin(event);
+    case tml_event_t::implicit_task_begun:
+      return replay_implicit_task_begin(event);
+    case tml_event_t::explicit_task_begun:
+      return writer_.explicit_task_begin(event.time, event.producer, as<node_symbol>(first),
+                                         as<graph_symbol>(second), event.first_number, event.second_number,
+                                         domain_text(dm_.domain_type(event.domain)));
+    case tml_event_t::task_ended:
+      return writer_.task_end(event.time, event.producer);
+    case tml_event_t::region_begun: {
+      const auto node = as<node_symbol>(first);
+      const auto graph = as<graph_symbol>(second);
+      if (node && graph) graph->increment_region(*node);
+      return writer_.region_begin(event.time, event.producer, node, graph);
+    }
+    case tml_event_t::region_ended:
+      return writer_.region_end(event.time, event.producer, as<node_symbol>(first), as<graph_symbol>(second));
+    case tml_event_t::user_event:
+      return writer_.user_event(event.time, event.producer, event.first_number);
+  }
+}
+
+void kzr_record_processor::replay_task_begin(const timeline_event& event) {
+  const std::shared_ptr<kzr_symbol>& task = dm_.symbols().at(event.first);
+  const std::string_view domain = domain_text(dm_.domain_type(event.domain));
+  if (const auto region = as<parallel_region_symbol>(task)) {
+    return writer_.parallel_region_begin(event.time, event.producer, region, event.first_number,
+                                         event.second_number, domain);
+  }
+  auto region = as<parallel_region_symbol>(dm_.symbols().at(event.second));
+  if (!region) {
+    const auto* const implicit = symbol_cast<implicit_task_symbol>(task.get());
+    if (implicit != nullptr && implicit->region() != nullptr) region = implicit->region()->shared_from_this();
+  }
+  if (region) {
+    return writer_.parallel_task_begin(event.time, event.producer, region, event.first_number,
+                                       event.second_number, domain);
+  }
+  writer_.task_begin(event.time, event.producer, task, event.first_number, event.second_number, domain);
+}
+
+void kzr_record_processor::replay_implicit_task_begin(const timeline_event& event) {
+  if (enable_subgraph == 0) return;
+  const std::shared_ptr<kzr_symbol>& first = dm_.symbols().at(event.first);
+  const std::string_view domain = domain_text(dm_.domain_type(event.domain));
+  const std::string_view name = dm_.handle_text(event.first_number);
+  // The text decides: a handle may have stood for a parallel region before it got the text it has now.
+  const bool is_implicit = name == "omp_implicit" || name == "omp_barrier";
+  if (!is_implicit && dm_.handles().is_parallel_region(event.first_number)) {
+    return writer_.omp_parallel_region_begin(event.time, event.producer, as<node_symbol>(first),
+                                             as<graph_symbol>(dm_.symbols().at(event.second)),
+                                             event.first_number, event.second_number, domain);
+  }
+  writer_.implicit_task_begin(event.time, event.producer, as<graph_symbol>(first), event.first_number,
+                              event.second_number, domain);
+}

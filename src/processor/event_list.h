@@ -1,0 +1,88 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "common/flat_map.h"
+
+/// What an event of the timeline is; the numbers are those of the event list.
+enum class tml_event_t : std::uint8_t {
+  graph_created = 0,
+  node_created = 1,
+  edge_made = 2,
+  edge_removed = 3,
+  task_begun = 4,
+  implicit_task_begun = 5,
+  explicit_task_begun = 6,
+  task_ended = 7,
+  region_begun = 8,
+  region_ended = 9,
+  user_event = 10,
+};
+
+/// One event of the timeline. Symbols are positions in the data manager's list of symbols, 0 for none.
+struct timeline_event {
+  tml_event_t kind{};
+  std::uint64_t time = 0;     ///< ticks
+  std::int32_t producer = 0;  ///< number of the trace file
+  std::uint64_t domain = 0;   ///< domain handle; kept for the begins of tasks only
+  std::uint32_t first = 0;
+  std::uint32_t second = 0;
+  std::uint64_t first_number = 0;
+  std::uint64_t second_number = 0;
+};
+
+/// The events of a run in the order of their arrival. Large runs have many millions of them, so each is
+/// packed into as few bytes as its values need: about 4 for the end of a task and 20 for its begin. The list
+/// grows by blocks and never moves what it holds.
+class event_list {
+ public:
+  void append(const timeline_event& event);
+
+  [[nodiscard]] std::size_t size() const { return size_; }
+
+  /// Calls `visit(const timeline_event&)` for every event, first to last.
+  template <class Visit>
+  void for_each(Visit visit) const {
+    packed_reader reader(*this);
+    for (std::size_t i = 0; i < size_; ++i) visit(reader.next());
+  }
+
+ private:
+  static constexpr std::size_t block_bytes = 64 * 1024;
+  /// A head byte and at most eight numbers of at most ten bytes each.
+  static constexpr std::size_t max_event_bytes = 81;
+
+  class packed_reader {
+   public:
+    explicit packed_reader(const event_list& events) : events_(events) {}
+    const timeline_event& next();
+
+   private:
+    std::uint64_t read_number();
+
+    const event_list& events_;
+    std::size_t block_ = 0;
+    const std::uint8_t* next_ = nullptr;
+    timeline_event event_;
+  };
+
+  [[nodiscard]] std::size_t domain_index(std::uint64_t domain);
+
+  /// Where the bytes of a block end; an event never goes over two blocks.
+  struct block {
+    std::unique_ptr<std::uint8_t[]> bytes;
+    const std::uint8_t* end;
+  };
+
+  std::vector<block> blocks_;
+  std::uint8_t* next_ = nullptr;
+  std::uint8_t* room_end_ = nullptr;
+  std::size_t size_ = 0;
+  std::uint64_t last_time_ = 0;
+  std::vector<std::uint64_t> domains_;
+  flat_map<std::uint64_t, std::size_t> domain_positions_;  ///< one more than the index in `domains_`
+  std::size_t last_domain_ = 0;
+};
