@@ -150,9 +150,7 @@ bool binary_reader_v0::read_metadata_value() {
   const std::size_t width = record.f[5] == 1 ? sizeof(std::uint64_t) : sizeof(std::uint32_t);
   std::uint64_t value = 0;
   const std::size_t arrived = file_->read_bytes(&value, width);
-  char* const cell = texts_.allocate(sizeof value, alignof(std::uint64_t));
-  std::memcpy(cell, &value, sizeof value);
-  record.string = cell;
+  record.string = keep_value(value);
   if (arrived < width) return false;
   capture(&value, width);
   return true;

@@ -7,14 +7,15 @@
 #include <memory>
 
 /// A small buffer that moves along an open file: the only place where bytes of a binary trace file are taken
-/// from, so that nothing can read past the end. Owns the file and closes it.
+/// from, so that nothing can read past the end. Owns the file and closes it as soon as its last bytes are in
+/// the buffer, so that small files take no place among the open ones.
 class input_window {
  public:
   /// Takes over `file`, positioned at the first byte to read.
   explicit input_window(std::FILE* file);
   input_window(const input_window&) = delete;
   input_window& operator=(const input_window&) = delete;
-  ~input_window();
+  ~input_window() { close(); }
 
   /// Reads one byte; false at the end of the file.
   bool read_byte(std::uint8_t& byte) {
@@ -38,6 +39,7 @@ class input_window {
 
  private:
   bool refill();
+  void close();
 
   static constexpr std::size_t window_bytes = 8 * 1024;
 

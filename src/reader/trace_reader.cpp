@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <cstring>
 #include <utility>
 
 #include "common/text_arena.h"
@@ -33,6 +34,13 @@ std::string trace_reader::hwc() const { return {}; }
 void trace_reader::make_bad_record(const std::string& message) {
   current_->kind = trace_record::bad_record;
   current_->string = texts_.copy(message);
+}
+
+const void* trace_reader::keep_value(std::uint64_t value) {
+  char* const cell = texts_.allocate(sizeof value + 1, alignof(std::uint64_t));
+  std::memcpy(cell, &value, sizeof value);
+  cell[sizeof value] = '\0';
+  return cell;
 }
 
 void trace_reader::start_record() {

@@ -38,6 +38,8 @@ class trace_reader {
   [[nodiscard]] bool done() const { return done_; }
 
  protected:
+  /// Keeps a metadata value in the arena, with a zero byte behind it for those who print it as a text.
+  [[nodiscard]] const void* keep_value(std::uint64_t value);
   /// Makes an empty record with this reader's producer the current one.
   void start_record();
 

@@ -186,9 +186,7 @@ void xml_reader_v0::read_metadata_value() {
   const int type = std::stoi(parts_[value_type]->text());
   if (type != 1 && type != 3) return;
   const std::uint64_t number = type == 1 ? to_number(text) : to_number_32(text);
-  char* const cell = texts_.allocate(sizeof number, alignof(std::uint64_t));
-  std::memcpy(cell, &number, sizeof number);
-  current_->string = cell;
+  current_->string = keep_value(number);
 }
 
 std::shared_ptr<trace_reader> open_xml_trace(const std::string& file_name, int producer, text_arena& texts) {

@@ -127,10 +127,6 @@ bool document::read_end_tag(const element& e) {
          tokens_.next_token(text, token_bytes) == tokenizer::tag_end;
 }
 
-element* document::make_element(const char* name, const char* text) {
-  return new (storage_.allocate(sizeof(element), alignof(element))) element(keep_name(name), keep_text(text));
-}
-
 const char* document::keep_name(const char* name) {
   // A document has few names, so the last copy of one is nearly always the wanted one; a miss costs a copy
   // more.

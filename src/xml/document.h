@@ -30,11 +30,8 @@ class document : public element {
 
   /// The root element, or null.
   [[nodiscard]] element* root() const { return root_; }
-  /// `root` must live as long as the document; make_element() sees to that.
+  /// Borrows `root`, which must live as long as the document.
   void set_root(element* root) { root_ = root; }
-
-  /// A new element without a parent, with copies of the texts; the document owns it.
-  element* make_element(const char* name, const char* text);
 
   /// The first element below the root with that name, or null.
   [[nodiscard]] element* elem(const char* name) const;

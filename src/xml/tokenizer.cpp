@@ -138,7 +138,7 @@ int tokenizer::next_token(char* buffer, int size) {
   if (c == '"') {
     take_quoted(text);
   } else {
-    --next_;
+    --next_;  // the first character belongs to the name, whatever it is
     take_one(text);
     take_until<stops_name>(text);
   }

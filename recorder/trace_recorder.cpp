@@ -1,0 +1,224 @@
+#include "recorder/trace_recorder.h"
+
+#include <sched.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <system_error>
+#include <thread>
+
+namespace kzr {
+namespace {
+
+constexpr std::uint64_t ticks_per_second = 1'000'000'000;
+constexpr std::size_t block_bytes = 64 * 1024;
+
+std::uint64_t get_ticks() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
+}
+
+/// Returns when the clock shows more than `ticks`, so that a later record of any thread has a later time.
+void wait_until_after(std::uint64_t ticks) {
+  while (get_ticks() <= ticks) {
+  }
+}
+
+std::uint64_t get_processor() {
+  const int number = sched_getcpu();
+  return number < 0 ? 0 : static_cast<std::uint64_t>(number);
+}
+
+/// Makes a directory of its own for a run. A second run in the same second takes the next free second.
+std::filesystem::path create_run_directory(const std::filesystem::path& parent) {
+  for (std::time_t second = std::time(nullptr);; ++second) {
+    std::tm local{};
+    localtime_r(&second, &local);
+    char name[32];
+    const std::size_t length = std::strftime(name, sizeof name, "_qzd_%Y%m%d_%H%M%S", &local);
+    std::filesystem::path directory = parent / std::string_view(name, length);
+    if (std::filesystem::create_directories(directory)) return directory;
+  }
+}
+
+std::uint64_t next_run() {
+  static std::atomic<std::uint64_t> last = 0;
+  return ++last;
+}
+
+}  // namespace
+
+/// The trace file of one thread. Only that thread records; any thread may complete the file, once.
+class trace_recorder::thread_file {
+ public:
+  thread_file(trace_form form, const std::filesystem::path& path, std::atomic<bool>& failed)
+      : encoder_(form, ticks_per_second, std::thread::hardware_concurrency()), failed_(failed) {
+    file_.rdbuf()->pubsetbuf(nullptr, 0);  // blocks come whole
+    file_.open(path, std::ios::binary);
+  }
+
+  /// The encoder, set to the time of the next record.
+  trace_encoder& at_this_time() {
+    if (encoder_.bytes().size() >= block_bytes) write_block();
+    time_ = get_ticks();
+    return encoder_.at(time_);
+  }
+  [[nodiscard]] std::uint64_t time_of_last_record() const { return time_; }
+
+  /// Ends the file. The failure flag's recorder must still be there when this is the first call.
+  void complete() {
+    std::call_once(completed_, [this] {
+      encoder_.at(get_ticks()).end();
+      write_block();
+      file_.close();
+    });
+  }
+
+ private:
+  void write_block() {
+    const std::string& block = encoder_.bytes();
+    if (!file_.write(block.data(), static_cast<std::streamsize>(block.size()))) failed_ = true;
+    encoder_.clear();
+  }
+
+  trace_encoder encoder_;
+  std::uint64_t time_ = 0;
+  std::ofstream file_;
+  std::atomic<bool>& failed_;
+  std::once_flag completed_;
+};
+
+/// The files that a thread records to: one, unless the program has several recorders.
+struct trace_recorder::open_files {
+  struct entry {
+    std::uint64_t run;
+    std::shared_ptr<thread_file> file;
+  };
+
+  ~open_files() {
+    for (const entry& open : entries) open.file->complete();
+  }
+
+  std::vector<entry> entries;
+};
+
+thread_local trace_recorder::open_files trace_recorder::files_of_this_thread_;
+
+trace_recorder::trace_recorder(trace_form form, const std::filesystem::path& parent)
+    : form_(form), run_(next_run()), directory_(create_run_directory(parent)) {}
+
+trace_recorder::~trace_recorder() {
+  const std::lock_guard guard(lock_);
+  for (const std::shared_ptr<thread_file>& file : files_) file->complete();
+}
+
+std::uint64_t trace_recorder::domain(std::string_view name) { return define(name, true); }
+
+std::uint64_t trace_recorder::text(std::string_view text) { return define(text, false); }
+
+std::uint64_t trace_recorder::define(std::string_view text, bool is_domain) {
+  thread_file& file = local_file();  // takes the lock itself
+  const std::lock_guard guard(lock_);
+  auto& handles = is_domain ? domains_ : texts_;
+  if (const auto known = handles.find(text); known != handles.end()) return known->second;
+  const std::uint64_t handle = domains_.size() + texts_.size() + 1;
+  handles.emplace(text, handle);
+  trace_encoder& encoder = file.at_this_time();
+  if (is_domain) {
+    encoder.domain(handle, text);
+  } else {
+    encoder.string_handle(handle, text);
+  }
+  wait_until_after(file.time_of_last_record());
+  return handle;
+}
+
+void trace_recorder::write_image_list() {
+  struct range {
+    std::uint64_t first;
+    std::uint64_t last;
+  };
+  std::map<std::string, range> images;
+  std::ifstream maps("/proc/self/maps");
+  for (std::string line; std::getline(maps, line);) {
+    // A line reads "first-end rights offset device inode path", the path only where there is a file.
+    const std::size_t path = line.find('/');
+    if (path == std::string::npos || line.find(',', path) != std::string::npos) continue;
+    const std::uint64_t first = std::strtoull(line.c_str(), nullptr, 16);
+    const std::uint64_t end = std::strtoull(line.c_str() + line.find('-') + 1, nullptr, 16);
+    range& image = images.try_emplace(line.substr(path), range{first, end - 1}).first->second;
+    image.last = std::max(image.last, end - 1);
+  }
+  std::ofstream list(directory_ / "imageload.csv");
+  for (const auto& [name, image] : images) {
+    list << name << ',' << image.first << ',' << image.last << ',' << get_ticks() << ",1\n";
+  }
+  if (!list.flush()) failed_ = true;
+}
+
+object_id trace_recorder::new_id() { return {++last_id_, 0, 0}; }
+
+void trace_recorder::announce(std::uint64_t domain, const object_id& id, const object_id& parent,
+                              std::uint64_t kind) {
+  thread_file& file = local_file();
+  file.at_this_time().task_group(domain, id, parent, kind);
+  wait_until_after(file.time_of_last_record());
+}
+
+void trace_recorder::relate(std::uint64_t domain, const object_id& head, relation_code code,
+                            const object_id& tail) {
+  thread_file& file = local_file();
+  file.at_this_time().relation(domain, head, code, tail);
+  wait_until_after(file.time_of_last_record());
+}
+
+void trace_recorder::describe(std::uint64_t domain, const object_id& id, std::uint64_t key,
+                              std::string_view value) {
+  thread_file& file = local_file();
+  file.at_this_time().metadata_string(domain, id, key, value);
+  wait_until_after(file.time_of_last_record());
+}
+
+void trace_recorder::describe(std::uint64_t domain, const object_id& id, std::uint64_t key,
+                              std::uint64_t value) {
+  thread_file& file = local_file();
+  file.at_this_time().metadata(domain, id, key, value_type::u64, 1, value);
+  wait_until_after(file.time_of_last_record());
+}
+
+void trace_recorder::begin_task(std::uint64_t domain, const object_id& id, const object_id& parent,
+                                std::uint64_t name) {
+  local_file().at_this_time().task_begin(domain, id, parent, name, get_processor());
+}
+
+void trace_recorder::end_task(std::uint64_t domain) { local_file().at_this_time().task_end(domain); }
+
+void trace_recorder::begin_region(std::uint64_t domain, const object_id& id, const object_id& parent,
+                                  std::uint64_t name) {
+  local_file().at_this_time().region_begin(domain, id, parent, name);
+}
+
+void trace_recorder::end_region(std::uint64_t domain, const object_id& id) {
+  local_file().at_this_time().region_end(domain, id);
+}
+
+trace_recorder::thread_file& trace_recorder::local_file() {
+  std::vector<open_files::entry>& entries = files_of_this_thread_.entries;
+  for (const open_files::entry& open : entries) {
+    if (open.run == run_) return *open.file;
+  }
+  entries.push_back({run_, open_file()});
+  return *entries.back().file;
+}
+
+std::shared_ptr<trace_recorder::thread_file> trace_recorder::open_file() {
+  const std::lock_guard guard(lock_);
+  const std::filesystem::path path = directory_ / ("_kzr." + std::to_string(files_.size()));
+  files_.push_back(std::make_shared<thread_file>(form_, path, failed_));
+  return files_.back();
+}
+
+}  // namespace kzr

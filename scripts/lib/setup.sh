@@ -1,0 +1,51 @@
+# Shared by the scripts: installs what is missing and builds. Sourced from the top folder of the checkout.
+
+jobs=$(nproc 2>/dev/null || echo 2)
+
+# install_missing NAME:PACKAGE...: installs the Debian package of every NAME that is absent. A NAME with a slash
+# is a file, any other a command.
+install_missing() {
+  missing=
+  for pair in "$@"; do
+    name=${pair%%:*}
+    case $name in
+      */*) [ -e "$name" ] || missing="$missing ${pair#*:}" ;;
+      *) command -v "$name" >/dev/null 2>&1 || missing="$missing ${pair#*:}" ;;
+    esac
+  done
+  [ -n "$missing" ] || return 0
+  as_root=
+  [ "$(id -u)" -eq 0 ] || as_root=sudo
+  if ! command -v apt-get >/dev/null 2>&1; then
+    echo "please install:$missing" >&2
+    return 1
+  fi
+  echo "== installing$missing"
+  # The names are words of their own on purpose.
+  # shellcheck disable=SC2086
+  $as_root apt-get update -q && $as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -q -y --no-install-recommends $missing
+}
+
+install_build_tools() { install_missing g++:g++ cmake:cmake make:make; }
+
+install_test_tools() { install_missing g++:g++ cmake:cmake make:make /usr/include/gtest/gtest.h:libgtest-dev; }
+
+# configure DIRECTORY [CMAKE_ARGUMENT...]: the configuration's output is shown when it fails only.
+configure() {
+  directory=$1
+  shift
+  mkdir -p "$directory"
+  cmake -S . -B "$directory" "$@" >"$directory/configure.log" 2>&1 || {
+    cat "$directory/configure.log"
+    return 1
+  }
+}
+
+# build DIRECTORY [TARGET...]: builds the targets, or everything.
+build() {
+  directory=$1
+  shift
+  echo "== building in $directory"
+  cmake --build "$directory" --parallel "$jobs" ${1+--target "$@"}
+}
