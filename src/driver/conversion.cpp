@@ -2,6 +2,7 @@
 
 #include <sys/resource.h>
 
+#include <csignal>
 #include <utility>
 
 #include "graphml/graphml_file.h"
@@ -13,6 +14,11 @@ void raise_open_file_limit() {
   if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
   limit.rlim_cur = limit.rlim_max;
   setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+void ignore_output_signals() {
+  std::signal(SIGXFSZ, SIG_IGN);
+  std::signal(SIGPIPE, SIG_IGN);
 }
 
 void convert(const run_settings& settings) {

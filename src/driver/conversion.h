@@ -6,5 +6,9 @@
 /// thousands of threads.
 void raise_open_file_limit();
 
+/// Makes a file that may not grow any further, or a pipe without a reader, a failed output like any other
+/// instead of the end of the run.
+void ignore_output_signals();
+
 /// Converts one run: reads its trace files, rebuilds its graphs and writes the outputs.
 void convert(const run_settings& settings);

@@ -3,6 +3,7 @@
 
 int main(int argc, char** argv) {
   raise_open_file_limit();
+  ignore_output_signals();
   convert(read_command_line(argc, argv));
   return 0;
 }

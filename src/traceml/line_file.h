@@ -6,39 +6,30 @@
 #include <string_view>
 
 /// The output file of the timeline. Everything written has reached the operating system when the call
-/// returns, whatever happens to the process afterwards: a run that is killed leaves whole lines, then
+/// returns, whatever happens to the process afterwards; a run that is killed leaves whole lines, then
 /// newlines only. First the head with write_plain(), then one write_line() per event, then close() or the
-/// destructor. A file that cannot be opened, or that cannot grow any more, is not reported: what is written
+/// destructor. A file that cannot be opened, or cannot grow any more, is not reported: what is written to it
 /// is lost.
 class line_file {
  public:
-  /// Opens `path` for writing, an existing file is emptied.
+  /// Opens `path` for writing; an existing file is emptied.
   explicit line_file(const std::string& path);
   line_file(const line_file&) = delete;
   line_file& operator=(const line_file&) = delete;
   ~line_file() { close(); }
 
-  /// False once the file is closed, could not be opened, or could not grow.
+  /// False when the file could not be opened, could not grow, or is closed.
   [[nodiscard]] bool is_open() const { return file_ >= 0; }
 
-  /// Writes `text` as a write of its own, which leaves the file at its true length; meant for the head, since
-  /// the run may end by an abort right after it. Behind the first line it is written like a line.
+  /// Writes `text` by a system call, which leaves the file at its true length: meant for the head, which an
+  /// abort may follow. Once a line was written it is the same as write_line().
   void write_plain(std::string_view text);
 
-  /// Writes one line, complete with its newline: into the mapped window where there is one, otherwise as a
-  /// write of its own. A line that does not fit on the disk is left out as a whole and closes the file.
-  void write_line(std::string_view line) {
-    if (line.size() > window_end_ - length_ && !make_room(line.size())) {
-      write_through(line);
-      return;
-    }
-    // One copy of the finished line: these few stores are the only instant at which the file holds part of a
-    // line, and no system call and no page fault lies between them.
-    line.copy(window_ + (length_ - window_begin_), line.size());
-    length_ += line.size();
-  }
+  /// Writes one line, complete with its newline, of any length: into the mapped window, or by a system call
+  /// where mapping is not to be had. A line for which there is no room is left out whole and closes the file.
+  void write_line(std::string_view line);
 
-  /// Cuts the file to its true length and closes it. A second call does nothing.
+  /// Cuts the file to its true length and closes it. Once closed, everything is a no-op.
   void close();
 
  private:
@@ -50,10 +41,9 @@ class line_file {
 
   int file_ = -1;
   bool mappable_ = false;
-  /// Bytes of real content. The window's bytes behind it are newlines. Without a window, window_end_ equals
-  /// it.
-  std::uint64_t length_ = 0;
-  /// The mapped bytes of the file: [window_begin_, window_end_), which is also where the file ends.
+  std::uint64_t length_ = 0;  // true length of the file; all bytes behind it are newlines
+  // The part of the file that is mapped, in file offsets. The file ends where the window does; without a
+  // window window_end_ equals length_.
   std::uint64_t window_begin_ = 0;
   std::uint64_t window_end_ = 0;
   char* window_ = nullptr;
