@@ -8,8 +8,12 @@
 
 #include "common/onx_id.h"
 
+/// A number of this process alone, so that no trace can be made whose keys all land in one place.
+extern const std::uint64_t flat_hash_seed;
+
 /// Spreads the bits of a number; neighbouring and aligned numbers land far apart.
-[[nodiscard]] constexpr std::uint64_t spread_bits(std::uint64_t number) {
+[[nodiscard]] inline std::uint64_t spread_bits(std::uint64_t number) {
+  number ^= flat_hash_seed;
   number ^= number >> 32;
   number *= 0x9e3779b97f4a7c15U;
   number ^= number >> 29;
@@ -87,7 +91,9 @@ class flat_map {
     return true;
   }
 
+  /// How many entries there are.
   [[nodiscard]] std::size_t size() const { return size_; }
+  /// True when there is no entry.
   [[nodiscard]] bool empty() const { return size_ == 0; }
 
   /// Calls `visit(key, value)` for every entry, in no order.

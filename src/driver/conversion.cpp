@@ -1,8 +1,12 @@
 #include "driver/conversion.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
+#include <array>
 #include <csignal>
+#include <memory>
 #include <utility>
 
 #include "graphml/graphml_file.h"
@@ -21,9 +25,39 @@ void ignore_output_signals() {
   std::signal(SIGPIPE, SIG_IGN);
 }
 
+namespace {
+
+/// Keeps a few places among the open files for as long as it lives, so that a run with more trace files than
+/// may be open does not leave none for its outputs.
+class reserved_files {
+ public:
+  reserved_files() {
+    for (int& file : files_) file = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  }
+  reserved_files(const reserved_files&) = delete;
+  reserved_files& operator=(const reserved_files&) = delete;
+  ~reserved_files() {
+    for (const int file : files_) {
+      if (file >= 0) close(file);
+    }
+  }
+
+ private:
+  std::array<int, 8> files_{};
+};
+
+/// Opens the trace files of the run.
+std::unique_ptr<multifile_reader> open_traces(const std::string& stem) {
+  const reserved_files reserved;
+  return std::make_unique<multifile_reader>(stem.c_str());
+}
+
+}  // namespace
+
 void convert(const run_settings& settings) {
   // The reader keeps the texts that the model points at, so it goes last.
-  multifile_reader reader(settings.trace_stem.c_str());
+  const std::unique_ptr<multifile_reader> traces = open_traces(settings.trace_stem);
+  multifile_reader& reader = *traces;
   kzr_record_processor processor(settings.run_name, reader.frequency(), reader.concurrency(),
                                  settings.omp_experimental);
   while (std::shared_ptr<trace_record> record = reader.next_record()) {

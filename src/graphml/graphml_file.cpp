@@ -15,9 +15,9 @@ void graphml_file::post_process(kzr_data_manager* dm) {
 }
 
 void graphml_file::write(kzr_data_manager& dm) {
-  std::vector<char> buffer(static_cast<std::size_t>(file_buffer_bytes));
+  const auto buffer = std::make_unique_for_overwrite<char[]>(file_buffer_bytes);
   std::ofstream stream;
-  stream.rdbuf()->pubsetbuf(buffer.data(), file_buffer_bytes);
+  stream.rdbuf()->pubsetbuf(buffer.get(), file_buffer_bytes);
   stream.open(name_ + ".graphml", std::ios::out | std::ios::trunc);
   if (stream) dump_as_graphml(dm, stream);
 }

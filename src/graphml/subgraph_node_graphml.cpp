@@ -23,7 +23,32 @@ void append_port_data(const std::vector<port_symbol*>& ports, const std::string&
   }
 }
 
+/// Names what stands for each port that has a key of its own.
+void append_alias_data(const std::vector<port_alias>& aliases, const std::string& direction,
+                       const kzr_data_manager& dm, const std::string& indent, std::string& text) {
+  for (const port_alias& alias : aliases) {
+    if (!has_port_key(alias.outer->offset())) continue;
+    const std::string number = std::to_string(alias.outer->offset());
+    append_data_line(text, indent, dm.get_key_id(direction + " Alias Node " + number),
+                     alias.inner->node().gml_id());
+    append_data_line(text, indent, dm.get_key_id(direction + " Alias Port " + number),
+                     std::to_string(alias.inner->offset()));
+  }
+}
+
 }  // namespace
+
+void subgraph_node_symbol::dump_additional_graph_data(kzr_data_manager& dm, std::ostream& os,
+                                                      const std::string& indent) {
+  std::string text;
+  append_data_line(text, indent, dm.get_key_id("concurrency_list"), "0");
+  append_data_line(text, indent, dm.get_key_id("no_of_data_elements"), "0");
+  append_data_line(text, indent, dm.get_key_id("no_of_nodes"), std::to_string(count_visible_nodes()));
+  append_data_line(text, indent, dm.get_key_id("no_of_edges"), std::to_string(count_edges()));
+  append_alias_data(input_aliases(), "Input", dm, indent, text);
+  append_alias_data(output_aliases(), "Output", dm, indent, text);
+  os << text;
+}
 
 void subgraph_node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os,
                                            const std::string& indent) {
@@ -32,7 +57,7 @@ void subgraph_node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& o
   const std::string inner_indent = indent + "  ";
   std::string text;
   append_node_opening(*this, dm, indent, text);
-  if (handle() == dm.handles().remembered(vocabulary_word::opencl_node)) {
+  if (is_streaming_node(dm)) {
     append_data_line(text, inner_indent, dm.get_key_id("factory"), "1");
     append_data_line(text, inner_indent, keys.plugin(), "pwl");
     append_data_line(text, inner_indent, keys.node_type(), "streaming_node");
@@ -43,7 +68,7 @@ void subgraph_node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& o
   }
   append_port_data(input_ports(), "Input ", dm, inner_indent, text);
   append_port_data(output_ports(), "Output ", dm, inner_indent, text);
-  if (own_file()) {
+  if (own_file() != nullptr) {
     append_data_line(text, inner_indent, dm.get_key_id("subgraph_reference"),
                      own_file()->name() + ".graphml");
   }

@@ -34,12 +34,24 @@ class edge_symbol : public kzr_symbol {
   /// Appends the edge's GraphML line.
   void append_graphml(const kzr_data_manager& dm, std::string& text, const std::string& indent) const;
 
+  /// True while the edge is one of a graph: from its addition until it is removed or replaced.
+  [[nodiscard]] bool live() const { return live_; }
+  void set_live(bool live) { live_ = live; }
+  /// Gives the edge its final graph and the ports by which that graph shows its ends. The graphs do not learn
+  /// of it.
+  void place(graph_symbol& graph, port_symbol& first, port_symbol& second) {
+    graph_ = &graph;
+    first_ = &first;
+    second_ = &second;
+  }
+
   [[nodiscard]] graph_symbol& graph() const { return *graph_; }
   [[nodiscard]] port_symbol& first() const { return *first_; }
   [[nodiscard]] port_symbol& second() const { return *second_; }
   [[nodiscard]] std::uint64_t number() const { return number_; }
 
  private:
+  bool live_ = false;
   graph_symbol* graph_;
   port_symbol* first_;
   port_symbol* second_;

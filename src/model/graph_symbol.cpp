@@ -5,6 +5,7 @@
 
 #include "common/append_number.h"
 #include "model/edge_symbol.h"
+#include "model/kzr_data_manager.h"
 #include "model/node_symbol.h"
 #include "model/port_symbol.h"
 #include "model/subgraph_node_symbol.h"
@@ -51,6 +52,29 @@ void graph_symbol::add_node(node_symbol& node) {
 }
 
 void graph_symbol::remove_node(node_symbol& node) { nodes_[node.place_in_graph_] = nullptr; }
+
+void graph_symbol::take_node(node_symbol& node) {
+  node.graph_->remove_node(node);
+  node.graph_ = this;
+  node.place_in_graph_ = nodes_.size();
+  nodes_.push_back(&node);
+}
+
+std::size_t graph_symbol::count_visible_nodes() const {
+  return static_cast<std::size_t>(std::count_if(nodes_.begin(), nodes_.end(), [](const node_symbol* node) {
+    return node != nullptr && node->visible();
+  }));
+}
+
+void graph_symbol::init_sub_graphs(kzr_data_manager* dm) {
+  if (subgraph_node_symbol::subgraph_node_count == 0) return;
+  dm->complete_inner_graphs();
+  for (node_symbol* const node : nodes_) {
+    if (auto* const composite = symbol_cast<subgraph_node_symbol>(node)) composite->add_file(dm);
+  }
+}
+
+void graph_symbol::set_inner_visibility(kzr_data_manager*) {}
 
 node_symbol* graph_symbol::transform_node(const ___onx_id& id, unsigned long handle) {
   node_symbol* const node = nodes_by_d1_.value_or_default(id.d1);
@@ -107,18 +131,40 @@ std::vector<node_symbol*> graph_symbol::nodes_by_name() const {
   return nodes;
 }
 
-void graph_symbol::add_edge(edge_symbol& edge) { edges_.place({&edge.first(), &edge.second()}) = &edge; }
+void graph_symbol::add_edge(edge_symbol& edge) {
+  edge_symbol*& kept = edges_.place({&edge.first(), &edge.second()});
+  if (kept != nullptr) kept->set_live(false);
+  kept = &edge;
+  edge.set_live(true);
+}
 
 edge_symbol* graph_symbol::remove_edge(const port_symbol& source, const port_symbol& target) {
   edge_symbol* const edge = edges_.value_or_default({&source, &target});
-  if (edge != nullptr) edges_.erase({&source, &target});
+  if (edge != nullptr) {
+    edges_.erase({&source, &target});
+    edge->set_live(false);
+  }
   return edge;
+}
+
+template <class Visit>
+void graph_symbol::for_each_edge(Visit visit) const {
+  edges_.for_each([this, &visit](const auto&, edge_symbol* edge) {
+    if (&edge->graph() == this) visit(edge);
+  });
+  for (edge_symbol* const edge : moved_edges_) visit(edge);
+}
+
+std::size_t graph_symbol::count_edges() const {
+  std::size_t count = 0;
+  for_each_edge([&count](const edge_symbol*) { ++count; });
+  return count;
 }
 
 std::vector<edge_symbol*> graph_symbol::edges_by_number() const {
   std::vector<edge_symbol*> edges;
-  edges.reserve(edges_.size());
-  edges_.for_each([&edges](const auto&, edge_symbol* edge) { edges.push_back(edge); });
+  edges.reserve(edges_.size() + moved_edges_.size());
+  for_each_edge([&edges](edge_symbol* edge) { edges.push_back(edge); });
   std::sort(edges.begin(), edges.end(),
             [](const edge_symbol* a, const edge_symbol* b) { return a->number() < b->number(); });
   return edges;

@@ -37,12 +37,9 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
   /// Writes what stands between the graph's opening line and its nodes; nothing for a plain graph.
   virtual void dump_additional_graph_data(kzr_data_manager& dm, std::ostream& os, const std::string& indent);
-  /// Completes the inner graphs of the composite nodes below this graph, at the end of the trace.
+  /// At the end of the trace: completes the inner graphs of all composite nodes of the run, unless that is
+  /// done, and gives those of this graph GraphML files of their own.
   virtual void init_sub_graphs(kzr_data_manager* dm);
-  /// Makes the edges of the composite nodes of this graph end at their outer ports.
-  virtual void update_ports(kzr_data_manager* dm);
-  /// Takes composite nodes that moved elsewhere out of this graph.
-  virtual void cleanup_nested_graphs();
   /// Decides whether the inner graph is shown; nothing to decide for a plain graph.
   virtual void set_inner_visibility(kzr_data_manager* dm);
   [[nodiscard]] void* as(symbol_class wanted) override;
@@ -56,6 +53,9 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   void add_node(node_symbol& node);
   /// Takes `node` out again, at a cost that does not depend on the size of the graph.
   void remove_node(node_symbol& node);
+  /// Moves `node` here from the graph that holds it. Look-ups by identifier go on finding it where it was
+  /// added.
+  void take_node(node_symbol& node);
   /// Gives the node that was added last under the first word of `id` the kind `handle`; null when there is
   /// none.
   node_symbol* transform_node(const ___onx_id& id, unsigned long handle);
@@ -70,8 +70,13 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   void add_edge(edge_symbol& edge);
   /// Takes the edge between the two ports out and returns it; null when there is none.
   edge_symbol* remove_edge(const port_symbol& source, const port_symbol& target);
+  /// Keeps `edge`, which came here from another graph at the end of the trace. Any number of such edges may
+  /// have the same ends.
+  void add_moved_edge(edge_symbol& edge) { moved_edges_.push_back(&edge); }
   /// All edges by number.
   [[nodiscard]] std::vector<edge_symbol*> edges_by_number() const;
+  [[nodiscard]] std::size_t count_edges() const;
+  [[nodiscard]] std::size_t count_visible_nodes() const;
 
   /// Registers a port of one of the graph's nodes for the look-ups of aliased ports.
   void add_port(port_symbol& port);
@@ -92,8 +97,9 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
     return variables_.value_or_default(id);
   }
 
-  void set_file(std::shared_ptr<graphml_file> file) { file_ = std::move(file); }
-  [[nodiscard]] const std::shared_ptr<graphml_file>& file() const { return file_; }
+  /// The GraphML file that holds the graph; the data manager owns it.
+  void set_file(graphml_file* file) { file_ = file; }
+  [[nodiscard]] const graphml_file* file() const { return file_; }
 
   void set_input_alias_port(port_symbol* port) { input_alias_port_ = port; }
   void set_output_alias_port(port_symbol* port) { output_alias_port_ = port; }
@@ -114,14 +120,20 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
     bool operator==(const port_group&) const = default;
   };
 
-  std::shared_ptr<graphml_file> file_;
+  /// Calls `visit` for every edge, in no order.
+  template <class Visit>
+  void for_each_edge(Visit visit) const;
+
+  graphml_file* file_ = nullptr;
   node_symbol* parent_;
   std::string gml_id_;
   ___onx_id id_;
   unsigned long handle_;
   std::vector<node_symbol*> nodes_;
   flat_map<std::uint64_t, node_symbol*> nodes_by_d1_;
+  /// By the ports that the trace names. Edges that moved to other graphs stay in the table.
   flat_map<std::pair<const void*, const void*>, edge_symbol*> edges_;
+  std::vector<edge_symbol*> moved_edges_;
   std::map<const node_symbol*, std::uint64_t> region_counts_;
   flat_map<___onx_id, variable_symbol*> variables_;
   flat_map<std::uint64_t, port_group> ports_;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "graphml/graphml_file.h"
+#include "model/inner_graph_builder.h"
 
 int enable_subgraph = 0;
 
@@ -74,7 +75,7 @@ std::shared_ptr<T> kzr_data_manager::enter(const ___onx_id& id, std::shared_ptr<
 std::shared_ptr<graph_symbol> kzr_data_manager::add_graph(const ___onx_id& id, node_symbol* parent,
                                                           unsigned long handle) {
   auto graph = enter(id, std::make_shared<graph_symbol>(id, parent, handle));
-  graph->set_file(files_.back());
+  graph->set_file(files_.back().get());
   files_.back()->add_graph(graph);
   return graph;
 }
@@ -230,6 +231,19 @@ void kzr_data_manager::add_string_handle(unsigned long handle, unsigned char, co
     default:
       break;
   }
+}
+
+void kzr_data_manager::complete_inner_graphs() {
+  if (inner_graphs_complete_) return;
+  inner_graphs_complete_ = true;
+  inner_graph_builder(*this).build();
+}
+
+std::shared_ptr<graphml_file> kzr_data_manager::add_file(subgraph_node_symbol& composite) {
+  auto file = std::make_shared<graphml_file>(composite.get_file_name());
+  file->add_graph(std::shared_ptr<graph_symbol>(composite.shared_from_this(), &composite));
+  files_.push_back(file);
+  return file;
 }
 
 std::string kzr_data_manager::get_version_string() const {

@@ -87,7 +87,8 @@ class kzr_data_manager {
   /// Made with the next number of the node's dependence outputs, or inputs, when there is none.
   port_symbol& dependence_output(const ___onx_id& id, node_symbol& producer);
   port_symbol& dependence_input(const ___onx_id& id, node_symbol& reader);
-  /// Notes that `task` is the parent of the object with the first word `key`; an earlier note stands.
+  /// Notes that `task` is the parent of the object with the first word `key`; an earlier note stands. No
+  /// output tells of it: what the relation says is taken for good, and not counted as an oddity.
   void add_child_of_implicit_task(std::uint64_t key, implicit_task_symbol& task) {
     implicit_task_by_child_.emplace(key, &task);
   }
@@ -120,6 +121,11 @@ class kzr_data_manager {
     return warnings_;
   }
 
+  /// Moves nodes and edges into the inner graphs of their composite nodes. Does so once a run, when all
+  /// records are known.
+  void complete_inner_graphs();
+  /// Appends a GraphML file for the composite node's inner graph and returns it.
+  std::shared_ptr<graphml_file> add_file(subgraph_node_symbol& composite);
   /// The GraphML files of the run; grows while it is post-processed.
   [[nodiscard]] const std::vector<std::shared_ptr<graphml_file>>& files() const { return files_; }
   /// Every symbol and edge of the run in the order of creation.
@@ -145,4 +151,5 @@ class kzr_data_manager {
   symbol_list symbols_;
   flat_map<___onx_id, kzr_symbol*> table_;
   graphml_keys keys_;
+  bool inner_graphs_complete_ = false;
 };

@@ -1,6 +1,7 @@
 #include "model/node_symbol.h"
 
 #include "common/append_number.h"
+#include "common/kzr_assert.h"
 #include "model/graph_symbol.h"
 #include "model/subgraph_node_symbol.h"
 
@@ -52,6 +53,11 @@ void node_symbol::append_gml_id(std::string& text) const {
     text += "::n";
     append_number(text, *number);
   }
+}
+
+void node_symbol::set_sub_graph(graph_symbol& graph) {
+  KZR_ASSERT(graph.composite_node() != nullptr, "ERROR: Try to populate graph instead of subgraph pointer !");
+  graph.take_node(*this);
 }
 
 void* node_symbol::as(symbol_class wanted) { return wanted == own_class ? this : nullptr; }

@@ -31,7 +31,7 @@ class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
   [[nodiscard]] unsigned long handle() const override { return handle_; }
   void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
   /// Moves the node into the inner graph `graph`; aborts when `graph` is a plain graph.
-  virtual void set_sub_graph(graph_symbol& graph);
+  void set_sub_graph(graph_symbol& graph);
   [[nodiscard]] void* as(symbol_class wanted) override;
 
   /// `get_enclosing_graph`, borrowed; null for a hidden node of a top-level graph.
@@ -60,9 +60,6 @@ class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
   [[nodiscard]] const std::vector<port_symbol*>& output_ports() const { return output_ports_; }
   void add_input_port(port_symbol& port) { input_ports_.push_back(&port); }
   void add_output_port(port_symbol& port) { output_ports_.push_back(&port); }
-
- protected:
-  void set_own_graph(graph_symbol& graph) { graph_ = &graph; }
 
  private:
   friend class graph_symbol;

@@ -35,7 +35,7 @@ enum class vocabulary_word : std::uint8_t {
 /// handles that say what a record is about.
 class string_handles {
  public:
-  /// What a handle is that no word was registered under; no record carries it.
+  /// The handle of a word that was not registered yet.
   static constexpr std::uint64_t unset = ~std::uint64_t{0};
 
   string_handles();

@@ -1,6 +1,7 @@
 #include "model/subgraph_node_symbol.h"
 
 #include "common/append_number.h"
+#include "model/kzr_data_manager.h"
 #include "model/port_symbol.h"
 
 std::uint64_t subgraph_node_symbol::subgraph_node_count = 0;
@@ -23,9 +24,18 @@ std::shared_ptr<graph_symbol> subgraph_node_symbol::get_enclosing_graph() const 
 }
 
 std::string subgraph_node_symbol::get_file_name() const {
-  std::string name = own_graph().get_file_name();
-  name += "_sg";
-  append_number(name, composite_number_);
+  // From the inside out, in a loop: composite nodes may be nested as deep as the trace likes.
+  std::vector<std::uint64_t> numbers;
+  const graph_symbol* graph = this;
+  while (const subgraph_node_symbol* const composite = graph->composite_node()) {
+    numbers.push_back(composite->composite_number_);
+    graph = &composite->own_graph();
+  }
+  std::string name = graph->get_file_name();
+  for (auto number = numbers.rbegin(); number != numbers.rend(); ++number) {
+    name += "_sg";
+    append_number(name, *number);
+  }
   return name;
 }
 
@@ -42,27 +52,25 @@ void* subgraph_node_symbol::as(symbol_class wanted) {
   }
 }
 
-namespace {
-
-port_symbol* find_port_with(const std::vector<port_symbol*>& ports, std::uint64_t d1) {
-  for (port_symbol* const port : ports) {
-    if (port->onx_id().d1 == d1) return port;
+port_symbol* subgraph_node_symbol::ports_by_d1::find(const std::vector<port_symbol*>& ports,
+                                                     std::uint64_t d1) {
+  for (; known_ports_ < ports.size(); ++known_ports_) {
+    port_symbol*& first = table_.place(ports[known_ports_]->onx_id().d1);
+    if (first == nullptr) first = ports[known_ports_];
   }
-  return nullptr;
+  return table_.value_or_default(d1);
 }
-
-}  // namespace
 
 void subgraph_node_symbol::register_aliased_port(port_symbol& inner) {
   aliased_ports_.push_back(&inner);
   const std::uint64_t d1 = inner.onx_id().d1;
-  port_symbol* outer = find_port_with(input_ports(), d1);
-  if (outer == nullptr) outer = find_port_with(output_ports(), d1);
+  port_symbol* outer = inputs_by_d1_.find(input_ports(), d1);
+  if (outer == nullptr) outer = outputs_by_d1_.find(output_ports(), d1);
   if (outer != nullptr) link_ports(*outer, inner);
 }
 
 void subgraph_node_symbol::link_ports(port_symbol& outer, port_symbol& inner) {
-  (outer.is_input() ? input_side_nodes_ : output_side_nodes_).push_back(&inner.node());
+  (outer.is_input() ? input_aliases_ : output_aliases_).push_back({&outer, &inner});
   inner.set_outer_port(&outer);
   outer.set_aliased_child(&inner);
 }
@@ -74,4 +82,27 @@ port_symbol* subgraph_node_symbol::find_free_port(bool is_input, int offset) {
     if (ports[next]->offset() == offset && ports[next]->aliased_child() == nullptr) return ports[next];
   }
   return nullptr;
+}
+
+void subgraph_node_symbol::init_sub_graphs(kzr_data_manager* dm) {
+  // What is nested deeper has its turn when the files appended here are post-processed.
+  for (subgraph_node_symbol* const nested : nested_composites_) nested->add_file(dm);
+}
+
+void subgraph_node_symbol::set_inner_visibility(kzr_data_manager* dm) {
+  if (is_streaming_node(*dm)) inner_visible_ = false;
+}
+
+bool subgraph_node_symbol::is_streaming_node(const kzr_data_manager& dm) const {
+  const std::uint64_t streaming = dm.handles().remembered(vocabulary_word::opencl_node);
+  return streaming != string_handles::unset && handle() == streaming;
+}
+
+void subgraph_node_symbol::add_file(kzr_data_manager* dm) {
+  if (inner_visible_ && own_file() == nullptr) set_file(dm->add_file(*this).get());
+}
+
+void subgraph_node_symbol::hide() {
+  inner_visible_ = false;
+  set_visible(false);
 }

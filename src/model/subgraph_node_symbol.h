@@ -7,8 +7,15 @@
 #include <utility>
 #include <vector>
 
+#include "common/flat_map.h"
 #include "model/graph_symbol.h"
 #include "model/node_symbol.h"
+
+/// That an inner port of a composite node stands for one of its own ports.
+struct port_alias {
+  port_symbol* outer;
+  port_symbol* inner;
+};
 
 /// A composite node: a node of its enclosing graph and at once the graph of its inner nodes. Its id is that
 /// of its node part, also where it is asked as a graph.
@@ -31,6 +38,12 @@ class subgraph_node_symbol : public graph_symbol, public node_symbol {
   [[nodiscard]] std::string gml_id() const override { return node_symbol::gml_id(); }
   [[nodiscard]] ___onx_id onx_id() const override { return node_symbol::onx_id(); }
   [[nodiscard]] unsigned long handle() const override { return node_symbol::handle(); }
+  /// Registers the GraphML files of the composite nodes that stand in the inner graph.
+  void init_sub_graphs(kzr_data_manager* dm) override;
+  /// Hides the inner graph of a node of the streaming kind.
+  void set_inner_visibility(kzr_data_manager* dm) override;
+  /// The data of the inner graph: its size, and what stands for the outer ports.
+  void dump_additional_graph_data(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
   [[nodiscard]] graph_symbol* find_enclosing_graph() const override { return &own_graph(); }
   [[nodiscard]] subgraph_node_symbol* composite_node() override { return this; }
   [[nodiscard]] const subgraph_node_symbol* composite_node() const override { return this; }
@@ -49,27 +62,51 @@ class subgraph_node_symbol : public graph_symbol, public node_symbol {
   void link_ports(port_symbol& outer, port_symbol& inner);
   /// Notes a composite node that stands in this one's inner graph.
   void add_nested_composite(subgraph_node_symbol& nested) { nested_composites_.push_back(&nested); }
+  void clear_nested_composites() { nested_composites_.clear(); }
+  /// Gives the inner graph a GraphML file of its own, unless it has one or is not shown.
+  void add_file(kzr_data_manager* dm);
+  /// True when the node is of the kind whose inside is code for another device.
+  [[nodiscard]] bool is_streaming_node(const kzr_data_manager& dm) const;
+  /// Whether the inner graph is shown.
+  [[nodiscard]] bool inner_visible() const { return inner_visible_; }
+  /// Shows neither the node nor its inner graph.
+  void hide();
 
   void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
 
   /// The GraphML file made for this composite node's inner graph; empty while it has none.
-  [[nodiscard]] const std::shared_ptr<graphml_file>& own_file() const { return file(); }
+  [[nodiscard]] const graphml_file* own_file() const { return file(); }
 
   [[nodiscard]] std::uint64_t composite_number() const { return composite_number_; }
   [[nodiscard]] const std::vector<port_symbol*>& aliased_ports() const { return aliased_ports_; }
   [[nodiscard]] const std::vector<subgraph_node_symbol*>& nested_composites() const {
     return nested_composites_;
   }
-  /// The inner nodes whose ports stand for input ports, and for output ports, of this composite node.
-  [[nodiscard]] const std::vector<node_symbol*>& input_side_nodes() const { return input_side_nodes_; }
-  [[nodiscard]] const std::vector<node_symbol*>& output_side_nodes() const { return output_side_nodes_; }
+  /// What stands for input ports, and for output ports, of this composite node, in the order in which it was
+  /// told. The nodes of the inner ports are the input-side and output-side inner nodes.
+  [[nodiscard]] const std::vector<port_alias>& input_aliases() const { return input_aliases_; }
+  [[nodiscard]] const std::vector<port_alias>& output_aliases() const { return output_aliases_; }
 
  private:
+  /// A node's ports by the first word of their identifiers, the first one where several share it. Ports that
+  /// are added later join at the next look-up.
+  class ports_by_d1 {
+   public:
+    [[nodiscard]] port_symbol* find(const std::vector<port_symbol*>& ports, std::uint64_t d1);
+
+   private:
+    flat_map<std::uint64_t, port_symbol*> table_;
+    std::size_t known_ports_ = 0;
+  };
+
   std::uint64_t composite_number_;
   std::vector<port_symbol*> aliased_ports_;
-  std::vector<node_symbol*> input_side_nodes_;
-  std::vector<node_symbol*> output_side_nodes_;
+  std::vector<port_alias> input_aliases_;
+  std::vector<port_alias> output_aliases_;
+  ports_by_d1 inputs_by_d1_;
+  ports_by_d1 outputs_by_d1_;
   std::vector<subgraph_node_symbol*> nested_composites_;
   /// By direction and offset: how many ports from the front are known to have an inner port.
   std::map<std::pair<bool, int>, std::size_t> linked_ports_;
+  bool inner_visible_ = true;
 };

@@ -39,9 +39,8 @@ struct timeline_event {
 /// grows by blocks and never moves what it holds.
 class event_list {
  public:
+  /// Puts `event` behind all others.
   void append(const timeline_event& event);
-
-  [[nodiscard]] std::size_t size() const { return size_; }
 
   /// Calls `visit(const timeline_event&)` for every event, first to last.
   template <class Visit>

@@ -15,7 +15,7 @@ class image_table {
   void read(std::istream& list);
 
   /// The offset of `address` in the first image that holds it and was loaded by `time`, in decimal. Where no
-  /// image does, the result of the call before, which users of damaged lists rely on.
+  /// image does, the result of the call before; that is meant.
   std::string add_imageinfo(std::uint64_t address, const std::string& prefix, std::uint64_t time);
 
   /// Image names by prefix and offset. Its own order of iteration is the order of the output.

@@ -74,7 +74,8 @@ class kzr_record_processor {
   using region_place = std::pair<node_symbol*, graph_symbol*>;
   void region_begin(record_ref record);
   void region_end(record_ref record);
-  [[nodiscard]] region_place find_region_place(record_ref record) const;
+  /// The node under `id`, and `graph` or, without it, the graph around the node.
+  [[nodiscard]] region_place find_region_place(const ___onx_id& id, graph_symbol* graph) const;
 
   // OpenMP records with the sub-graph paths on.
   void openmp_tie_in(port_symbol& port);

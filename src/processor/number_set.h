@@ -7,6 +7,7 @@
 /// A set of numbers that is filled once for every task, mostly with numbers it holds already.
 class number_set {
  public:
+  /// Puts `number` in, if it is not in yet.
   void insert(long number) {
     if (number == last_ && !seen_.empty()) return;
     last_ = number;

@@ -34,6 +34,8 @@ void kzr_record_processor::openmp_add_node_of(record_ref record) {
     }
   }
   const auto node = add_node_to(*graph, record);
+  // Any other name may have changed the kind of a composite node that the graph holds already.
+  if (record.f[5] != dm_.handles().remembered(vocabulary_word::composite_node)) return;
   auto* const composite = symbol_cast<subgraph_node_symbol>(node.get());
   if (composite != nullptr && graph->composite_node() != nullptr) {
     graph->composite_node()->add_nested_composite(*composite);

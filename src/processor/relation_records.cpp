@@ -60,8 +60,7 @@ void kzr_record_processor::is_child_of(record_ref record) {
     if (dm_.find_sym_as<subgraph_node_symbol>(record.id[1]) == nullptr) {
       dm_.count_warning(unexpected_parent_of_child);
     } else {
-      // The same fact told from the parent's side shows the node instead; programs that look at the output
-      // count on both.
+      // The same fact told from the parent's side shows the node instead. That is meant.
       child->set_visible(false);
     }
     return;

@@ -3,6 +3,7 @@
 void kzr_record_processor::task_group(record_ref record) {
   const DomainType domain = domain_of(record);
   if (domain == DomainType::unknown) return;
+  update_thread_and_core_set(record, false);
   const bool omp_subgraphs = domain == DomainType::openmp && enable_subgraph != 0;
   const string_handles& handles = dm_.handles();
   const std::uint64_t name = record.f[5];
@@ -15,7 +16,6 @@ void kzr_record_processor::task_group(record_ref record) {
   } else if (name == handles.remembered(vocabulary_word::graph)) {
     const auto graph = dm_.add_graph(object, nullptr, name);
     if (omp_subgraphs) graph->set_gml_id();
-    update_thread_and_core_set(record, false);
     append_event(tml_event_t::graph_created, record, graph.get());
   } else if (handles.is_parallel_region(name)) {
     auto* const region = dm_.find_sym_as<parallel_region_symbol>(parent);
@@ -52,7 +52,6 @@ void kzr_record_processor::add_port_of(record_ref record, bool is_input) {
 
 std::shared_ptr<node_symbol> kzr_record_processor::add_node_to(graph_symbol& graph, record_ref record) {
   auto node = dm_.add_node(record.id[0], graph, record.f[5]);
-  update_thread_and_core_set(record, false);
   append_event(tml_event_t::node_created, record, node.get(), nullptr, node->handle());
   return node;
 }

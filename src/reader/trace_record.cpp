@@ -19,8 +19,7 @@ void trace_record::reset() {
 void trace_record::dump() const {
   std::ostringstream out;
   if (raw[0] != 0) {
-    // The count byte comes first and the last captured byte is left out; readers of dumps rely on the
-    // columns.
+    // The count byte comes first and the last captured byte is left out. That is meant.
     out << '\n' << "raw bytes " << std::hex << raw_offset << " : ";
     for (std::size_t i = 0; i < raw[0]; ++i) out << static_cast<unsigned>(raw[i]);
     out << std::dec << '\n';

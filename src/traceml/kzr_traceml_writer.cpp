@@ -1,9 +1,6 @@
 #include "traceml/kzr_traceml_writer.h"
 
-#include <algorithm>
 #include <iostream>
-#include <utility>
-#include <vector>
 
 #include "common/append_number.h"
 
@@ -22,14 +19,10 @@ const node_symbol* find_running_node(kzr_symbol* symbol) {
 }  // namespace
 
 kzr_traceml_writer::~kzr_traceml_writer() {
-  std::vector<std::pair<std::int64_t, std::uint64_t>> open;
-  open_tasks_.for_each([&open](std::int64_t tid, std::uint64_t count) { open.emplace_back(tid, count - 1); });
-  std::sort(open.begin(), open.end());
   const std::uint64_t end = last_timestamp_ + 1;
-  for (const auto& [tid, count] : open) {
-    for (std::uint64_t i = 0; i < count; ++i) {
-      std::cerr << "WARNING: adding extra task_end to complete open task in _kzr."
-                << static_cast<std::uint64_t>(tid) << '\n';
+  for (std::size_t tid = 0; tid < open_tasks_.size(); ++tid) {
+    while (open_tasks_[tid] > 0) {
+      std::cerr << "WARNING: adding extra task_end to complete open task in _kzr." << tid << '\n';
       task_end(end, static_cast<int>(tid));
     }
   }
@@ -65,8 +58,9 @@ void kzr_traceml_writer::finish_task_line(std::uint64_t ts, std::string_view str
 }
 
 void kzr_traceml_writer::open_task(int tid) {
-  std::uint64_t& count = open_tasks_.place(tid);
-  count = std::max<std::uint64_t>(count, 1) + 1;
+  const auto thread = static_cast<std::size_t>(tid);
+  if (thread >= open_tasks_.size()) open_tasks_.resize(thread + 1);
+  ++open_tasks_[thread];
 }
 
 void kzr_traceml_writer::add_text(std::string_view name, std::string_view value) {
@@ -194,12 +188,12 @@ void kzr_traceml_writer::task_begin(std::uint64_t ts, int tid, const std::shared
 }
 
 void kzr_traceml_writer::task_end(std::uint64_t ts, int tid) {
-  std::uint64_t* const count = open_tasks_.find(tid);
-  if (count == nullptr || *count == 1) {
+  const auto thread = static_cast<std::size_t>(tid);
+  if (thread >= open_tasks_.size() || open_tasks_[thread] == 0) {
     last_timestamp_ = ts;
     return;
   }
-  --*count;
+  --open_tasks_[thread];
   start_line("task_end", ts, tid);
   finish_line(ts);
 }

@@ -5,15 +5,16 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "common/flat_map.h"
 #include "model/kzr_data_manager.h"
 #include "traceml/line_file.h"
 
 /// Writes the timeline of a run as one TraceML document: the head at once, then one line per event in the
-/// order of the calls. Timestamps are in ticks, thread ids are the numbers of trace files. Keeps count of the
-/// open tasks of each thread, so that begins and ends in the document always pair; its destruction ends what
-/// is still open and closes the document. A file that cannot be written is not reported.
+/// order of the calls. Timestamps are in ticks, thread ids are the numbers of trace files, never negative.
+/// Keeps count of the open tasks of each thread, so that begins and ends in the document always pair; its
+/// destruction ends what is still open and closes the document. A file that cannot be written is not
+/// reported.
 class kzr_traceml_writer {
  public:
   /// Opens `file_name` and writes the first four lines. `frequency` in ticks per second and
@@ -36,6 +37,7 @@ class kzr_traceml_writer {
                       const std::string& member_name, const std::string& member_units);
   void attribute_creation(const std::string& name, const std::string& description, const std::set<long>& ids);
 
+  /// One line each, in the order of the calls.
   void graph_creation(std::uint64_t ts, int tid, const std::shared_ptr<graph_symbol>& graph);
   /// `kind` is the string handle of the node's kind at the time of the event.
   void node_creation(std::uint64_t ts, unsigned long kind, int tid, const std::shared_ptr<node_symbol>& node);
@@ -89,10 +91,9 @@ class kzr_traceml_writer {
   void add_sequence_number(std::string_view name);
 
   kzr_data_manager& dm_;
-  std::string file_name_;
   line_file file_;
-  /// One more than the number of open tasks by thread id; threads without an entry have none.
-  flat_map<std::int64_t, std::uint64_t> open_tasks_;
+  /// By thread id: how many tasks are open.
+  std::vector<std::uint64_t> open_tasks_;
   std::uint64_t last_timestamp_ = 0;
   std::uint64_t task_sequence_number_ = 0;
   std::string line_;

@@ -1,0 +1,8 @@
+#include "common/flat_map.h"
+
+#include <random>
+
+const std::uint64_t flat_hash_seed = [] {
+  std::random_device random;
+  return std::uint64_t{random()} << 32 | random();
+}();

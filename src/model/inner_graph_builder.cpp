@@ -1,0 +1,267 @@
+#include "model/inner_graph_builder.h"
+
+#include <cstddef>
+
+#include "model/kzr_data_manager.h"
+
+void inner_graph_builder::build() {
+  collect_symbols();
+  find_innermost_ports();
+  index_edges();
+  claim_boundary_nodes();
+  fill_all();
+  measure_levels();
+  place_edges();
+}
+
+void inner_graph_builder::collect_symbols() {
+  const symbol_list& symbols = dm_.symbols();
+  for (std::uint32_t position = 1; position <= symbols.size(); ++position) {
+    kzr_symbol* const symbol = symbols.at(position).get();
+    if (auto* const edge = symbol_cast<edge_symbol>(symbol)) {
+      edges_.push_back(edge);
+    } else if (auto* const composite = symbol_cast<subgraph_node_symbol>(symbol)) {
+      composites_.push_back(composite);
+    }
+  }
+  states_.resize(node_symbol::node_count);
+  for (const subgraph_node_symbol* const composite : composites_) {
+    const subgraph_node_symbol* const around = composite->own_graph().composite_node();
+    if (around != nullptr) state_of(*around).holds_composites = true;
+  }
+}
+
+inner_graph_builder::node_state& inner_graph_builder::state_of(const node_symbol& node) {
+  return states_[node.number()];
+}
+
+void inner_graph_builder::find_innermost_ports() {
+  std::vector<port_symbol*> way;
+  const auto follow = [this, &way](port_symbol* port) {
+    way.clear();
+    while (innermost_.find(port) == nullptr) {
+      port_symbol* const inner = port->aliased_child();
+      if (inner == nullptr || inner->outer_port() != port) break;
+      // Until more is known the port stands for itself, which also ends a way that comes back to it.
+      innermost_.place(port) = port;
+      way.push_back(port);
+      port = inner;
+    }
+    port_symbol* const* const known = innermost_.find(port);
+    port_symbol* const end = known != nullptr ? *known : port;
+    for (port_symbol* const passed : way) innermost_.place(passed) = end;
+  };
+  for (const subgraph_node_symbol* const composite : composites_) {
+    for (port_symbol* const port : composite->input_ports()) follow(port);
+    for (port_symbol* const port : composite->output_ports()) follow(port);
+  }
+}
+
+port_symbol& inner_graph_builder::innermost(port_symbol& port) const {
+  // Only few ports have an inner port, and most calls are for others.
+  if (port.aliased_child() == nullptr) return port;
+  port_symbol* const* const inner = innermost_.find(&port);
+  return inner != nullptr ? **inner : port;
+}
+
+void inner_graph_builder::index_edges() {
+  // Counts first, so that all neighbours fit one array; the counts then become positions.
+  neighbours_begin_.assign(dm_.symbols().size() + 2, 0);
+  const auto for_each_end = [this](auto visit) {
+    for (const edge_symbol* const edge : edges_) {
+      if (!edge->live()) continue;
+      port_symbol& first = innermost(edge->first());
+      port_symbol& second = innermost(edge->second());
+      visit(symbol_list::position_of(&first), second);
+      visit(symbol_list::position_of(&second), first);
+    }
+  };
+  for_each_end([this](std::uint32_t position, port_symbol&) { ++neighbours_begin_[position]; });
+  std::uint32_t end = 0;
+  for (std::uint32_t& begin : neighbours_begin_) begin = end += begin;
+  neighbours_.resize(end);
+  for_each_end([this](std::uint32_t position, port_symbol& other) {
+    neighbours_[--neighbours_begin_[position]] = &other;
+  });
+}
+
+bool inner_graph_builder::is_inside(const subgraph_node_symbol& inner,
+                                    const subgraph_node_symbol& outer) const {
+  const subgraph_node_symbol* composite = &inner;
+  while (composite != nullptr && composite != &outer) composite = composite->own_graph().composite_node();
+  return composite != nullptr;
+}
+
+/// Makes `node` a member of the composite's inner graph for good; false when it is one of another graph. A
+/// damaged trace may say that composite nodes hold each other: the one that comes first does.
+bool inner_graph_builder::claim(subgraph_node_symbol& composite, node_symbol& node) {
+  node_state& state = state_of(node);
+  if (!state.claimed) {
+    auto* const nested = symbol_cast<subgraph_node_symbol>(&node);
+    if (nested == &composite) return false;
+    if (nested != nullptr) {
+      if (state.holds_composites && is_inside(composite, *nested)) return false;
+      state_of(composite).holds_composites = true;
+    }
+    state.claimed = true;
+    node.set_sub_graph(composite);
+  }
+  return &node.own_graph() == &composite;
+}
+
+void inner_graph_builder::claim_boundary_nodes() {
+  // Before any edge is followed, so that no composite node can draw in what stands behind another's ports.
+  for (subgraph_node_symbol* const composite : composites_) {
+    for (const port_alias& alias : composite->input_aliases()) claim(*composite, alias.inner->node());
+    for (const port_alias& alias : composite->output_aliases()) claim(*composite, alias.inner->node());
+  }
+}
+
+void inner_graph_builder::fill_all() {
+  for (subgraph_node_symbol* const composite : composites_) {
+    count_unlinked_ports(*composite);
+    start_fill(*composite);
+    while (!pending_.empty()) {
+      const auto [filled, node] = pending_.back();
+      pending_.pop_back();
+      follow_edges(*filled, *node);
+    }
+  }
+}
+
+void inner_graph_builder::count_unlinked_ports(const subgraph_node_symbol& composite) {
+  for (const port_symbol* const port : composite.input_ports()) {
+    if (port->aliased_child() == nullptr) {
+      dm_.count_warning("Parsing composite node: Input port without aliased child found!");
+    }
+  }
+  for (const port_symbol* const port : composite.output_ports()) {
+    if (port->aliased_child() == nullptr) {
+      dm_.count_warning("Parsing Composite node: Output port without aliased child found!");
+    }
+  }
+  for (const port_symbol* const port : composite.aliased_ports()) {
+    if (port->outer_port() == nullptr) {
+      dm_.count_warning("Parsing composite node: Aliased port without parent found!");
+    }
+  }
+}
+
+void inner_graph_builder::start_fill(subgraph_node_symbol& composite) {
+  node_state& state = state_of(composite);
+  if (state.filled) return;
+  state.filled = true;
+  for (const port_alias& alias : composite.input_aliases()) enter(composite, alias.inner->node());
+}
+
+void inner_graph_builder::enter(subgraph_node_symbol& composite, node_symbol& node) {
+  node_state& state = state_of(node);
+  if (state.entered || &node.own_graph() != &composite) return;
+  state.claimed = true;
+  state.entered = true;
+  pending_.emplace_back(&composite, &node);
+  // What was pushed last is done first: an inner composite node is filled before the outer one goes on there.
+  if (auto* const nested = symbol_cast<subgraph_node_symbol>(&node)) start_fill(*nested);
+}
+
+void inner_graph_builder::follow_edges(subgraph_node_symbol& composite, const node_symbol& node) {
+  const auto follow = [this, &composite](const std::vector<port_symbol*>& ports) {
+    for (port_symbol* const port : ports) {
+      // What is behind a port that stands for an outer one is outside.
+      if (port->outer_port() != nullptr) continue;
+      const std::uint32_t position = symbol_list::position_of(&innermost(*port));
+      for (std::uint32_t i = neighbours_begin_[position]; i < neighbours_begin_[position + 1]; ++i) {
+        reach(composite, *neighbours_[i]);
+      }
+    }
+  };
+  follow(node.output_ports());
+  follow(node.input_ports());
+}
+
+/// Takes in what stands behind `port`: its node or, when it stands for a port of another composite node, that
+/// one. A node that belongs elsewhere is left there.
+void inner_graph_builder::reach(subgraph_node_symbol& composite, port_symbol& port) {
+  const port_symbol* reached = &port;
+  while (true) {
+    node_symbol& node = reached->node();
+    if (&node.own_graph() == &composite) return enter(composite, node);
+    const subgraph_node_symbol* const holder = node.own_graph().composite_node();
+    const bool is_beside = holder == nullptr || &node.own_graph() == &composite.own_graph();
+    if (is_beside && !state_of(node).claimed) {
+      if (claim(composite, node)) enter(composite, node);
+      return;
+    }
+    const port_symbol* const outer = reached->outer_port();
+    if (holder == nullptr || outer == nullptr || &outer->node() != holder) return;
+    reached = outer;
+  }
+}
+
+std::uint32_t inner_graph_builder::level_of(const graph_symbol& graph) const {
+  const subgraph_node_symbol* const composite = graph.composite_node();
+  return composite == nullptr ? 0 : levels_[composite->composite_number()];
+}
+
+void inner_graph_builder::measure_levels() {
+  levels_.resize(subgraph_node_symbol::subgraph_node_count);
+  for (subgraph_node_symbol* const composite : composites_) {
+    composite->set_inner_visibility(&dm_);
+    composite->clear_nested_composites();
+  }
+  std::vector<subgraph_node_symbol*> way_up;
+  for (subgraph_node_symbol* composite : composites_) {
+    for (; composite != nullptr && levels_[composite->composite_number()] == 0;
+         composite = composite->own_graph().composite_node()) {
+      way_up.push_back(composite);
+    }
+    for (; !way_up.empty(); way_up.pop_back()) {
+      subgraph_node_symbol& inner = *way_up.back();
+      levels_[inner.composite_number()] = level_of(inner.own_graph()) + 1;
+      subgraph_node_symbol* const around = inner.own_graph().composite_node();
+      if (around == nullptr) continue;
+      around->add_nested_composite(inner);
+      // Nothing is shown of what a graph holds that is not shown itself.
+      if (!around->inner_visible()) inner.hide();
+    }
+  }
+}
+
+/// The innermost graph that holds all that the two hold; null when they are parts of different graphs.
+graph_symbol* inner_graph_builder::find_common_graph(graph_symbol& first, graph_symbol& second) const {
+  graph_symbol* a = &first;
+  graph_symbol* b = &second;
+  while (a != b) {
+    if (level_of(*a) < level_of(*b)) std::swap(a, b);
+    const subgraph_node_symbol* const composite = a->composite_node();
+    if (composite == nullptr) return nullptr;
+    a = &composite->own_graph();
+  }
+  return a;
+}
+
+/// The port by which a node of `graph` shows the inner port `port`; `port` itself when there is no such node.
+port_symbol& inner_graph_builder::seen_from(const graph_symbol& graph, port_symbol& port) const {
+  port_symbol* seen = &port;
+  while (&seen->node().own_graph() != &graph) {
+    port_symbol* const outer = seen->outer_port();
+    // Every step must lead outwards, or ports that stand for each other would keep it going for ever.
+    if (outer == nullptr || level_of(outer->node().own_graph()) >= level_of(seen->node().own_graph())) {
+      return port;
+    }
+    seen = outer;
+  }
+  return *seen;
+}
+
+void inner_graph_builder::place_edges() {
+  for (edge_symbol* const edge : edges_) {
+    port_symbol& first = innermost(edge->first());
+    port_symbol& second = innermost(edge->second());
+    graph_symbol* graph = find_common_graph(first.node().own_graph(), second.node().own_graph());
+    if (graph == nullptr) graph = &edge->graph();
+    const bool moves_to_other_graph = graph != &edge->graph();
+    edge->place(*graph, seen_from(*graph, first), seen_from(*graph, second));
+    if (moves_to_other_graph && edge->live()) graph->add_moved_edge(*edge);
+  }
+}

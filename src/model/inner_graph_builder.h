@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "common/flat_map.h"
+
+class edge_symbol;
+class graph_symbol;
+class kzr_data_manager;
+class node_symbol;
+class port_symbol;
+class subgraph_node_symbol;
+
+/// Gives the composite nodes of a run their inner graphs, once all records are known. A trace announces inner
+/// nodes and edges beside their composite node and only says which inner ports stand for its outer ports;
+/// from those ports the inside is found by following edges. Nodes are moved first, then every edge ever made
+/// gets its graph and its ends. Nothing here recurses, and every node, port and edge is looked at a fixed
+/// number of times.
+class inner_graph_builder {
+ public:
+  /// Borrows `dm` and its symbols.
+  explicit inner_graph_builder(kzr_data_manager& dm) : dm_(dm) {}
+
+  /// Does all of it; to be called once a run.
+  void build();
+
+ private:
+  void collect_symbols();
+  void find_innermost_ports();
+  void index_edges();
+  void claim_boundary_nodes();
+  void fill_all();
+  void count_unlinked_ports(const subgraph_node_symbol& composite);
+  void measure_levels();
+  void place_edges();
+
+  [[nodiscard]] port_symbol& innermost(port_symbol& port) const;
+  [[nodiscard]] bool is_inside(const subgraph_node_symbol& inner, const subgraph_node_symbol& outer) const;
+  bool claim(subgraph_node_symbol& composite, node_symbol& node);
+  void start_fill(subgraph_node_symbol& composite);
+  void enter(subgraph_node_symbol& composite, node_symbol& node);
+  void follow_edges(subgraph_node_symbol& composite, const node_symbol& node);
+  void reach(subgraph_node_symbol& composite, port_symbol& port);
+
+  [[nodiscard]] std::uint32_t level_of(const graph_symbol& graph) const;
+  [[nodiscard]] graph_symbol* find_common_graph(graph_symbol& first, graph_symbol& second) const;
+  [[nodiscard]] port_symbol& seen_from(const graph_symbol& graph, port_symbol& port) const;
+
+  /// What is known of a node while inner graphs are filled.
+  struct node_state {
+    bool claimed = false;           ///< stands in the inner graph that it will stay in
+    bool entered = false;           ///< its edges have been or are going to be followed
+    bool holds_composites = false;  ///< a composite node that has others inside
+    bool filled = false;            ///< a composite node whose inner graph is filled or being filled
+  };
+  [[nodiscard]] node_state& state_of(const node_symbol& node);
+
+  kzr_data_manager& dm_;
+  std::vector<subgraph_node_symbol*> composites_;  ///< in the order of creation
+  std::vector<edge_symbol*> edges_;                ///< by number
+  flat_map<const void*, port_symbol*> innermost_;  ///< of outer ports that an inner port stands for
+  /// The ports at the other ends of the live edges of the port at position p of the symbol list are
+  /// `neighbours_` from `neighbours_begin_[p]` to `neighbours_begin_[p + 1]`.
+  std::vector<std::uint32_t> neighbours_begin_;
+  std::vector<port_symbol*> neighbours_;
+  std::vector<node_state> states_;  ///< by node number
+  std::vector<std::pair<subgraph_node_symbol*, node_symbol*>> pending_;
+  std::vector<std::uint32_t> levels_;  ///< by composite number: how many graphs are around the inner graph
+};
