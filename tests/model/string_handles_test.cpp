@@ -1,0 +1,102 @@
+#include "model/string_handles.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <iterator>
+#include <string>
+#include <utility>
+
+namespace {
+
+/// The sets that hold `handle`, a letter each.
+std::string sets_of(const string_handles& handles, std::uint64_t handle) {
+  std::string sets;
+  if (handles.is_input_port(handle)) sets += 'i';
+  if (handles.is_output_port(handle)) sets += 'o';
+  if (handles.is_code_address(handle)) sets += 'c';
+  if (handles.is_parallel_region(handle)) sets += 'P';
+  if (handles.is_implicit_task(handle)) sets += 'I';
+  if (handles.is_explicit_task(handle)) sets += 'E';
+  return sets;
+}
+
+// In the order of `vocabulary_word`.
+constexpr const char* words[] = {"graph",
+                                 "composite_node",
+                                 "opencl_node",
+                                 "async_node",
+                                 "omp_barrier",
+                                 "priority_queue_node",
+                                 "sequencer_node",
+                                 "queue_node",
+                                 "write_once_node",
+                                 "split_node",
+                                 "node",
+                                 "input_port",
+                                 "output_port",
+                                 "body",
+                                 "code_address",
+                                 "object_name",
+                                 "join_node (queueing)",
+                                 "join_node (reserving)",
+                                 "join_node (tag_matching)",
+                                 "join_node (key_matching)"};
+
+TEST(string_handles, know_their_vocabulary) {
+  string_handles handles;
+  for (std::uint64_t handle = 0; handle < std::size(words); ++handle) {  // zero is a handle like any other
+    const auto word = static_cast<vocabulary_word>(handle);
+    EXPECT_EQ(handles.remembered(word), 18446744073709551615u);
+    EXPECT_EQ(handles.add(handle, words[handle]), word);
+    const std::string text = words[handle];
+    EXPECT_EQ(sets_of(handles, handle), text == "input_port"     ? "i"
+                                        : text == "output_port"  ? "o"
+                                        : text == "code_address" ? "c"
+                                                                 : "");
+  }
+  // Nothing later took over a word, and a code address is known by its set alone.
+  for (std::uint64_t handle = 0; handle < std::size(words); ++handle) {
+    const auto word = static_cast<vocabulary_word>(handle);
+    EXPECT_EQ(handles.remembered(word),
+              word == vocabulary_word::code_address ? string_handles::unset : handle);
+    EXPECT_STREQ(handles.text(handle), words[handle]);
+  }
+  EXPECT_STREQ(handles.text(1000), "");
+}
+
+TEST(string_handles, know_other_texts_by_how_they_begin) {
+  const std::pair<const char*, const char*> cases[] = {{"input_port7", "i"},
+                                                       {"output_ports", "o"},
+                                                       {"pwl_omp_e", ""},
+                                                       {"omp_explicit", "E"},
+                                                       {"omp_i", "I"},
+                                                       {"omp_parallel", "P"},
+                                                       {"omp_barrier_explicit", ""},
+                                                       {"", ""},
+                                                       {"Graph", ""},
+                                                       {"graph ", ""},
+                                                       {"an input_port", ""},
+                                                       {"code_address2", ""},
+                                                       {"input_por", ""}};
+  string_handles handles;
+  std::uint64_t handle = 0;
+  for (const auto& [text, sets] : cases) {
+    EXPECT_EQ(handles.add(++handle, text), vocabulary_word::none) << text;
+    EXPECT_EQ(sets_of(handles, handle), sets) << text;
+  }
+}
+
+TEST(string_handles, replace_words_and_texts_while_sets_only_grow) {
+  string_handles handles;
+  handles.add(5, "input_port");
+  handles.add(6, "input_port");
+  EXPECT_EQ(handles.remembered(vocabulary_word::input_port), 6u);
+  EXPECT_TRUE(handles.is_input_port(5));
+  handles.add(6, "omp_e");
+  EXPECT_STREQ(handles.text(6), "omp_e");
+  EXPECT_EQ(handles.remembered(vocabulary_word::input_port), 6u);
+  EXPECT_EQ(sets_of(handles, 6), "iE");
+}
+
+}  // namespace

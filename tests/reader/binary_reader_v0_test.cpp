@@ -1,0 +1,268 @@
+#include "reader/binary_reader_v0.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <limits>
+#include <numeric>
+#include <optional>
+
+#include "common/text_arena.h"
+#include "support/recorded.h"
+#include "support/scratch_directory.h"
+
+namespace {
+
+using record_pointer = std::shared_ptr<trace_record>;
+constexpr std::size_t header_bytes = 17;
+
+std::string little_endian(std::uint64_t number) {
+  std::string bytes;
+  for (int i = 0; i < 8; ++i, number >>= 8) bytes += static_cast<char>(number & 0xff);
+  return bytes;
+}
+
+class binary_reader_test : public testing::Test {
+ protected:
+  std::shared_ptr<trace_reader> open(const std::string& bytes) {
+    write_file(directory_ / "_kzr.5", bytes);
+    return trace_reader::create_reader(directory_ / "_kzr", 5, texts_);
+  }
+  /// All records of a file, up to the end record or the first bad one.
+  std::vector<record_pointer> records(const std::string& bytes) {
+    std::vector<record_pointer> all;
+    const std::shared_ptr<trace_reader> reader = open(bytes);
+    do {
+      all.push_back(reader->current_and_advance());
+    } while (all.back()->kind < trace_record::end_of_records);
+    return all;
+  }
+
+  scratch_directory directory_;
+  text_arena texts_;
+};
+
+constexpr kzr::object_id first{1, 2, 3};
+constexpr kzr::object_id second{4, 5, std::numeric_limits<std::uint64_t>::max()};
+
+/// One record of every kind, in the order of the kinds, at the times from 1.
+std::string every_kind() {
+  return recorded()
+      .definition(1, "ab", 3, 4)
+      .api_version("v")
+      .domain(7, "pwl")
+      .wide_domain(8, u"abc")
+      .id_create(7, first)
+      .id_destroy(7, second)
+      .metadata(7, first, 9, kzr::value_type::u64, 1, 0x1122334455667788)
+      .metadata_string(7, first, 9, "text")
+      .wide_metadata_string(7, first, 9, u"xy")
+      .relation(7, first, kzr::relation_code::makes_edge_to, second)
+      .string_handle(9, "")
+      .wide_string_handle(9, u"z")
+      .task_begin(7, first, second, 11, 12)
+      .task_end(7)
+      .task_group(7, first, second, 11)
+      .region_begin(7, first, second, 11)
+      .region_end(7, first)
+      .end()
+      .bytes();
+}
+
+constexpr std::array<std::size_t, 18> sizes = {15, 11, 21, 24, 41, 41, 66, 61, 61,
+                                               66, 18, 20, 81, 17, 73, 73, 41, 9};
+
+TEST_F(binary_reader_test, decodes_every_kind) {
+  using fields = std::array<std::uint64_t, 5>;
+  constexpr ___onx_id none{};
+  constexpr ___onx_id one{1, 2, 3};
+  constexpr ___onx_id two{4, 5, 18446744073709551615u};
+  struct expected {
+    fields f;  // from f[2]
+    ___onx_id id0, id1;
+    const char* text;
+    std::uint64_t offset;  // grows by four bytes for each wide character, which is what was captured
+  };
+  constexpr expected rows[] = {{{1, 2, 0, 3, 4}, none, none, "ab", 17},
+                               {{1, 0, 0, 0, 0}, none, none, "v", 32},
+                               {{7, 3, 0, 0, 0}, none, none, "pwl", 43},
+                               {{8, 3, 0, 0, 0}, none, none, "a", 64},
+                               {{7, 0, 0, 0, 0}, one, none, nullptr, 94},
+                               {{7, 0, 0, 0, 0}, two, none, nullptr, 135},
+                               {{7, 0, 9, 1, 1}, one, none, "\x88\x77\x66\x55\x44\x33\x22\x11", 176},
+                               {{7, 0, 9, 4, 0}, one, none, "text", 242},
+                               {{7, 0, 9, 2, 0}, one, none, "x", 303},
+                               {{7, 0, 7, 0, 0}, one, two, nullptr, 368},
+                               {{9, 0, 0, 0, 0}, none, none, "", 434},
+                               {{9, 1, 0, 0, 0}, none, none, "z", 452},
+                               {{7, 0, 0, 11, 12}, one, two, nullptr, 474},
+                               {{7, 0, 0, 0, 0}, none, none, nullptr, 555},
+                               {{7, 0, 0, 11, 0}, one, two, nullptr, 572},
+                               {{7, 0, 0, 11, 0}, one, two, nullptr, 645},
+                               {{7, 0, 0, 0, 0}, one, none, nullptr, 718},
+                               {{0, 0, 0, 0, 0}, none, none, nullptr, 759}};
+  const std::vector<record_pointer> read = records(every_kind());
+  ASSERT_EQ(read.size(), std::size(rows));
+  for (std::size_t kind = 0; kind < read.size(); ++kind) {
+    SCOPED_TRACE(kind);
+    const trace_record& record = *read[kind];
+    const auto& [f, id0, id1, text, offset] = rows[kind];
+    EXPECT_EQ(record.kind, static_cast<std::int32_t>(kind));
+    EXPECT_EQ(record.producer, 5);
+    EXPECT_EQ(record.f, (std::array{std::uint64_t{kind}, kind + 1, f[0], f[1], f[2], f[3], f[4]}));
+    EXPECT_EQ(record.id[0], id0);
+    EXPECT_EQ(record.id[1], id1);
+    EXPECT_EQ(record.raw_offset, offset);
+    ASSERT_EQ(record.string == nullptr, text == nullptr);
+    if (kind == 3 || kind == 8 || kind == 11) {
+      EXPECT_EQ(std::wstring(record.wide_string()), std::wstring(1, static_cast<wchar_t>(text[0])));
+    } else if (kind == 6) {
+      EXPECT_EQ(record.value(), 0x1122334455667788u);
+    } else if (text != nullptr) {
+      EXPECT_STREQ(record.narrow_string(), text);
+    }
+  }
+}
+
+TEST_F(binary_reader_test, reports_a_cut_at_every_byte_as_incomplete) {
+  const std::string run = every_kind();
+  ASSERT_EQ(run.size(), std::accumulate(sizes.begin(), sizes.end(), header_bytes));
+  std::size_t complete = 0;
+  std::size_t record_end = header_bytes + sizes[0];
+  for (std::size_t kept = header_bytes; kept < run.size(); ++kept) {
+    SCOPED_TRACE(kept);
+    if (kept == record_end) record_end += sizes[++complete];
+    const std::vector<record_pointer> read = records(run.substr(0, kept));
+    ASSERT_EQ(read.size(), complete + 1);
+    ASSERT_EQ(read.back()->kind, trace_record::bad_record);
+    ASSERT_STREQ(read.back()->narrow_string(), "incomplete record");
+    const bool has_time = kept + sizes[complete] >= record_end + 9;
+    ASSERT_TRUE(!has_time || read.back()->f[1] == complete + 1);
+  }
+}
+
+TEST_F(binary_reader_test, keeps_what_it_read_of_a_cut_record) {
+  const std::string run = recorded().task_begin(7, first, second, 11, 12).bytes();
+  const record_pointer record = records(run.substr(0, run.size() - 16)).front();
+  EXPECT_EQ(record->f, (std::array<std::uint64_t, 7>{12, 1, 7, 0, 0, 0, 0}));
+  EXPECT_EQ(record->id[1], (___onx_id{4, 5, 18446744073709551615u}));
+}
+
+TEST_F(binary_reader_test, knows_no_kinds_from_18) {
+  for (const int kind : {18, 19, 128, 255}) {
+    SCOPED_TRACE(kind);
+    const std::string start = recorded().bytes() + static_cast<char>(kind);
+    EXPECT_STREQ(records(start + "1234567").front()->narrow_string(), "incomplete record");
+    const std::shared_ptr<trace_reader> reader = open(start + little_endian(77) + '\x11' + little_endian(78));
+    const record_pointer bad = reader->current_and_advance();
+    EXPECT_EQ(bad->kind, 18);
+    EXPECT_STREQ(bad->narrow_string(), "unknown record");
+    EXPECT_EQ(bad->f[1], 77u);
+    EXPECT_EQ(reader->current_and_advance()->f[1], 78u);  // it reads on behind the damage
+    EXPECT_EQ(reader->current_and_advance(), nullptr);
+    EXPECT_EQ(reader->current(), nullptr);
+  }
+}
+
+TEST_F(binary_reader_test, takes_no_memory_for_a_length_that_is_only_claimed) {
+  rusage before{};
+  getrusage(RUSAGE_SELF, &before);
+  std::string run = recorded().metadata_string(7, first, 9, "").bytes();
+  run.resize(run.size() - 8);
+  const record_pointer narrow = records(run + little_endian(0xffffffff) + "abc").front();
+  EXPECT_EQ(narrow->kind, trace_record::bad_record);
+  // What arrived is there, but the reason takes its place in the record.
+  EXPECT_STREQ(narrow->narrow_string(), "incomplete record");
+  run = recorded().wide_metadata_string(7, first, 9, u"").bytes();
+  run.resize(run.size() - 8);
+  EXPECT_EQ(records(run + little_endian(0xffffffff) + "abc").front()->kind, trace_record::bad_record);
+  rusage after{};
+  getrusage(RUSAGE_SELF, &after);
+  EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024);  // kB
+}
+
+TEST_F(binary_reader_test, reads_texts_by_the_low_half_of_their_length) {
+  std::string run = recorded().metadata_string(7, first, 9, "").bytes();
+  run.resize(run.size() - 8);
+  EXPECT_STREQ(records(run + little_endian(0x100000002) + "ab" + "\x11").front()->narrow_string(), "ab");
+  const std::string large(300'000, 'x');
+  EXPECT_EQ(records(recorded().metadata_string(7, first, 9, large).end().bytes()).front()->narrow_string(),
+            large);
+}
+
+TEST_F(binary_reader_test, ends_wide_texts_at_their_first_zero_byte_or_at_their_length) {
+  const std::pair<const char16_t*, const wchar_t*> cases[] = {
+      {u"", L""}, {u"abc", L"a"}, {u"\x6261", L"a"}, {u"\x6261\x6463", L"ab"}, {u"\x6261\x0063zz", L"abc"}};
+  for (const auto& [text, expected] : cases) {
+    const std::vector<record_pointer> read = records(recorded().wide_domain(7, text).task_end(7).bytes());
+    ASSERT_EQ(read.size(), 3u);
+    EXPECT_STREQ(read[0]->wide_string(), expected);
+    EXPECT_EQ(read[1]->f[2], 7u);
+  }
+}
+
+TEST_F(binary_reader_test, reads_one_metadata_value_of_a_known_type) {
+  struct {
+    int type;
+    std::uint64_t count;
+    std::optional<std::uint64_t> value;
+  } const cases[] = {{1, 1, 0xfedcba9876543210},
+                     {3, 1, 0x76543210},
+                     {1, 0, {}},
+                     {1, 2, {}},
+                     {3, 256, {}},
+                     {0, 1, {}},
+                     {2, 1, {}},
+                     {4, 1, {}},
+                     {9, 1, {}}};
+  for (const auto& [type, count, value] : cases) {
+    SCOPED_TRACE(testing::Message() << "type " << type << " count " << count);
+    const std::vector<record_pointer> read =
+        records(recorded()
+                    .metadata(7, first, 9, static_cast<kzr::value_type>(type), count, 0xfedcba9876543210)
+                    .task_end(7)
+                    .end()
+                    .bytes());
+    ASSERT_EQ(read.size(), 3u);
+    EXPECT_EQ(read[1]->kind, 13);  // the value, and nothing more, was read
+    ASSERT_EQ(read[0]->string != nullptr, value.has_value());
+    EXPECT_EQ(value ? read[0]->value() : 0, value.value_or(0));
+  }
+}
+
+TEST_F(binary_reader_test, hands_out_records_that_stay_as_they_are) {
+  const std::string run = recorded().task_begin(7, first, second, 11, 12).string_handle(9, "t").bytes();
+  const std::shared_ptr<trace_reader> reader =
+      open(run + recorded().at(3).task_end(8).end().bytes().substr(17));
+  const record_pointer kept = reader->current_and_advance();
+  reader->current_and_advance();
+  const record_pointer third = reader->current_and_advance();
+  reader->current_and_advance();
+  EXPECT_EQ(kept->f, (std::array<std::uint64_t, 7>{12, 1, 7, 0, 0, 11, 12}));
+  // An object that was used before carries nothing over.
+  EXPECT_EQ(third->f, (std::array<std::uint64_t, 7>{13, 3, 8, 0, 0, 0, 0}));
+  EXPECT_EQ(third->id[0], ___onx_id{});
+  EXPECT_EQ(third->string, nullptr);
+}
+
+TEST_F(binary_reader_test, is_chosen_by_the_first_byte) {
+  const std::string numbers = little_endian(18446744073709551615u) + little_endian(12);
+  EXPECT_EQ(trace_reader::create_reader(directory_ / "_kzr", 6, texts_), nullptr);
+  for (const std::string& bytes : {std::string(), std::string("Z"), std::string("B") + numbers,
+                                   std::string("a12345"), std::string("A12345678"), std::string("\0A", 2)}) {
+    const std::shared_ptr<trace_reader> reader = open(bytes);
+    ASSERT_NE(reader, nullptr) << bytes;
+    EXPECT_TRUE(reader->done()) << bytes;
+    EXPECT_EQ(reader->current_and_advance(), nullptr) << bytes;
+    EXPECT_EQ(reader->freq() + reader->hwc(), "") << bytes;
+  }
+  for (const char mark : {'A', 'a'}) {
+    const std::shared_ptr<trace_reader> reader = open(mark + numbers);
+    EXPECT_FALSE(reader->done());
+    EXPECT_EQ(reader->freq(), "18446744073709551615");
+    EXPECT_EQ(reader->hwc(), "12");
+    EXPECT_EQ(reader->current_and_advance()->kind, trace_record::bad_record);
+  }
+}
+
+}  // namespace

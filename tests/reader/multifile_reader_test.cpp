@@ -1,0 +1,125 @@
+#include "reader/multifile_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "support/recorded.h"
+#include "support/scratch_directory.h"
+
+namespace {
+
+/// Writes `files` as 0, 1, ... and merges them; an empty optional leaves a number out.
+class merge_test : public testing::Test {
+ protected:
+  struct merged {
+    std::string frequency;
+    std::string concurrency;
+    /// "file:time" of every record, separated by blanks.
+    std::string order;
+  };
+  merged merge(const std::vector<std::pair<int, std::string>>& files) {
+    const scratch_directory directory;
+    for (const auto& [n, bytes] : files) write_file(directory / ("_kzr." + std::to_string(n)), bytes);
+    multifile_reader reader((directory / "_kzr").c_str());
+    merged result{reader.frequency(), reader.concurrency(), ""};
+    while (const auto record = reader.next_record()) {
+      if (!result.order.empty()) result.order += ' ';
+      result.order += std::to_string(record->producer) + ':' + std::to_string(record->f[1]);
+    }
+    EXPECT_EQ(reader.next_record(), nullptr);
+    return result;
+  }
+};
+
+/// The records of one file at these times; the last one is the end record.
+std::string at_times(const std::vector<std::uint64_t>& times) {
+  kzr::trace_encoder file = recorded();
+  for (std::size_t i = 0; i + 1 < times.size(); ++i) file.at(times[i]).task_end(i);
+  return file.at(times.back()).end().take();
+}
+
+/// The same merge with the standard heap operations on plain numbers.
+std::string reference_order(const std::vector<std::vector<std::uint64_t>>& files) {
+  struct entry {
+    std::uint64_t time;
+    std::size_t file;
+    std::size_t next;
+  };
+  const auto later = [](const entry& a, const entry& b) { return a.time > b.time; };
+  std::vector<entry> heap;
+  const auto push = [&](std::size_t file, std::size_t next) {
+    heap.push_back({files[file][next], file, next});
+    std::push_heap(heap.begin(), heap.end(), later);
+  };
+  for (std::size_t file = 0; file < files.size(); ++file) push(file, 0);
+  std::string order;
+  while (!heap.empty()) {
+    std::pop_heap(heap.begin(), heap.end(), later);
+    const entry front = heap.back();
+    heap.pop_back();
+    if (front.next + 1 == files[front.file].size()) continue;  // the end record
+    if (!order.empty()) order += ' ';
+    order += std::to_string(front.file) + ':' + std::to_string(front.time);
+    push(front.file, front.next + 1);
+  }
+  return order;
+}
+
+TEST_F(merge_test, orders_equal_times_as_the_standard_heap_does) {
+  std::mt19937 random(20);
+  for (std::size_t count = 1; count <= 40; ++count) {
+    SCOPED_TRACE(count);
+    // Few different times, and files that are not in time order.
+    std::vector<std::vector<std::uint64_t>> times(count);
+    std::vector<std::pair<int, std::string>> files;
+    for (auto& file : times) {
+      file.resize(1 + random() % 12);
+      for (auto& time : file) time = random() % 5;
+      if (random() % 3 != 0) std::sort(file.begin(), file.end());
+      files.emplace_back(static_cast<int>(files.size()), at_times(file));
+    }
+    ASSERT_EQ(merge(files).order, reference_order(times));
+  }
+}
+
+TEST_F(merge_test, merges_what_is_usable) {
+  const std::string good = at_times({5, 7, 9});
+  const std::string other = kzr::trace_encoder(kzr::trace_form::binary, 50, 8).at(6).task_end(1).end().take();
+  const std::string unordered = at_times({4, 8, 3, 10});
+  const std::string cut = good.substr(0, good.size() - 10);
+  std::string unknown = at_times({1, 2, 3, 4});
+  unknown[17 + 17] = 20;
+  const std::uint64_t large = 1ull << 63;
+  struct {
+    const char* what;
+    std::vector<std::pair<int, std::string>> files;
+    const char* frequency;
+    const char* concurrency;
+    std::string order;
+  } const cases[] = {
+      {"nothing", {}, "", "", ""},
+      {"no number 0", {{1, good}}, "", "", ""},
+      {"a gap", {{0, good}, {1, other}, {3, good}}, "1000", "4", "0:5 1:6 0:7"},
+      {"unusable first", {{0, ""}, {1, "foreign"}, {2, other}, {3, good}}, "50", "8", "3:5 2:6 3:7"},
+      {"only unusable", {{0, ""}, {1, "Z"}}, "", "", ""},
+      {"a cut file", {{0, other}, {1, cut}}, "50", "8", "1:5 0:6"},
+      {"an unknown kind", {{0, unknown}, {1, good}}, "1000", "4", "0:1 1:5 1:7"},
+      {"an unordered file", {{0, unordered}, {1, good}}, "1000", "4", "0:4 1:5 1:7 0:8 0:3"},
+      {"large times",
+       {{0, at_times({large, large + 1})}, {1, good}},
+       "1000",
+       "4",
+       "1:5 1:7 0:" + std::to_string(large)},
+      {"a header alone", {{0, recorded().bytes()}, {1, other}}, "1000", "4", "1:6"}};
+  for (const auto& [what, files, frequency, concurrency, order] : cases) {
+    SCOPED_TRACE(what);
+    const merged result = merge(files);
+    EXPECT_EQ(result.frequency, frequency);
+    EXPECT_EQ(result.concurrency, concurrency);
+    EXPECT_EQ(result.order, order);
+  }
+}
+
+}  // namespace
