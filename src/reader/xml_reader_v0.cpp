@@ -193,7 +193,7 @@ std::shared_ptr<trace_reader> open_xml_trace(const std::string& file_name, int p
   auto document = std::make_unique<xml::document>(file_name.c_str());
   document->parse();  // what was understood of a damaged file counts
   const xml::element* const root = document->root();
-  KZR_ASSERT(root != nullptr && std::strcmp(root->name(), "trace") == 0, no_trace_tag);
+  if (root == nullptr || std::strcmp(root->name(), "trace") != 0) kzr_fail(no_trace_tag);
   const char* const version = root->get_attribute("version");
   if (is_empty(version)) return nullptr;
   if (static_cast<int>(std::strtol(version, nullptr, 10)) != 0) {

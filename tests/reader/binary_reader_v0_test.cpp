@@ -34,7 +34,7 @@ class binary_reader_test : public testing::Test {
     const std::shared_ptr<trace_reader> reader = open(bytes);
     do {
       all.push_back(reader->current_and_advance());
-    } while (all.back()->kind < trace_record::end_of_records);
+    } while (reader->current() && all.back()->kind < trace_record::end_of_records);
     return all;
   }
 
