@@ -138,11 +138,11 @@ trace_encoder& trace_encoder::metadata(std::uint64_t domain, const object_id& id
   add_number(key);
   add_byte(static_cast<std::uint8_t>(type));
   add_number(count);
-  if (count == 1 && (type == value_type::u64 || type == value_type::u32)) {
-    if (form_ == trace_form::binary) {
+  if (count == 1) {
+    if (form_ == trace_form::xml) {
+      add_element("value", type == value_type::u32 ? static_cast<std::uint32_t>(value) : value);
+    } else if (type == value_type::u64 || type == value_type::u32) {
       add_little_endian(value, type == value_type::u64 ? 8 : 4);
-    } else {
-      add_element("value", type == value_type::u64 ? value : static_cast<std::uint32_t>(value));
     }
   }
   end_record();
@@ -317,7 +317,7 @@ void trace_encoder::add_text(std::string_view text) {
   if (form_ == trace_form::binary) {
     bytes_ += text;
   } else {
-    // Readers keep leading blanks in elements of this name only.
+    // Readers keep leading blanks in elements of this name, and of few others.
     bytes_ += "<text>";
     bytes_ += text;
     bytes_ += "</text>";

@@ -34,6 +34,10 @@ enum class value_type : std::uint8_t { u64 = 1, u32 = 3 };
 /// below `at` appends one record. Handles and identifiers are the caller's. Not safe for concurrent use.
 ///
 /// Each record carries the current time, which then goes up by one; the first record's is 1.
+///
+/// The XML form has no way to escape characters: a text with "</", with "<" before a name (as in the names of
+/// C++ templates) or with the byte 0xFF ends what readers understand of the file. Such texts need the binary
+/// form.
 class trace_encoder {
  public:
   /// `frequency` is in ticks per second, `concurrency` the number of hardware threads.
@@ -52,7 +56,7 @@ class trace_encoder {
   trace_encoder& wide_domain(std::uint64_t handle, std::u16string_view name);
   trace_encoder& id_create(std::uint64_t domain, const object_id& id);
   trace_encoder& id_destroy(std::uint64_t domain, const object_id& id);
-  /// A number about an object. Only a single value (`count` 1) of a known type is written after the fields.
+  /// A number about an object. Only a single value (`count` 1) is written after the fields.
   trace_encoder& metadata(std::uint64_t domain, const object_id& id, std::uint64_t key, value_type type,
                           std::uint64_t count, std::uint64_t value);
   trace_encoder& metadata_string(std::uint64_t domain, const object_id& id, std::uint64_t key,

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/huge_pages.h"
 #include "common/onx_id.h"
 
 /// A number of this process alone, so that no trace can be made whose keys all land in one place.
@@ -21,6 +22,13 @@ extern const std::uint64_t flat_hash_seed;
   return number ^ number >> 32;
 }
 
+/// Both halves of the product of two numbers in one, in which every bit of either has a say.
+[[nodiscard]] inline std::uint64_t fold_product(std::uint64_t a, std::uint64_t b) {
+  __extension__ using wide_number = unsigned __int128;
+  const wide_number product = wide_number{a} * b;
+  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+}
+
 /// Hash of the key types that the model's tables use.
 struct flat_hash {
   std::uint64_t operator()(std::uint64_t number) const { return spread_bits(number); }
@@ -31,7 +39,8 @@ struct flat_hash {
     return spread_bits(static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(address)));
   }
   std::uint64_t operator()(const ___onx_id& id) const {
-    return spread_bits(id.d1 ^ spread_bits(id.d2 ^ spread_bits(id.d3)));
+    return fold_product(fold_product(id.d1 ^ flat_hash_seed, id.d2 ^ std::rotl(flat_hash_seed, 32)) ^ id.d3,
+                        0x9e3779b97f4a7c15U);
   }
   template <class First, class Second>
   std::uint64_t operator()(const std::pair<First, Second>& both) const {
@@ -110,6 +119,8 @@ class flat_map {
     Value value{};
   };
 
+  using slot_array = std::vector<slot, huge_page_allocator<slot>>;
+
   static bool is_free(const slot& candidate) { return candidate.value == Value{}; }
   [[nodiscard]] std::size_t mask() const { return slots_.size() - 1; }
 
@@ -120,13 +131,13 @@ class flat_map {
   }
 
   void grow() {
-    std::vector<slot> old = std::exchange(slots_, {});
+    slot_array old = std::exchange(slots_, {});
     slots_.resize(old.empty() ? 4 : old.size() * 2);
     for (slot& entry : old) {
       if (!is_free(entry)) slots_[position_of(entry.key)] = std::move(entry);
     }
   }
 
-  std::vector<slot> slots_;
+  slot_array slots_;
   std::size_t size_ = 0;
 };

@@ -2,23 +2,36 @@
 
 #include <cstdint>
 #include <cstring>
+#include <new>
+
+#include "common/huge_pages.h"
 
 namespace {
 constexpr std::size_t block_bytes = 64 * 1024;
 // Larger pieces get a block of their own, so that at most an eighth of a shared block is left unused.
 constexpr std::size_t large_bytes = block_bytes / 8;
+// From 8 MiB on, an arena grows by whole huge pages: what is left unused of the last one then counts for
+// little.
+constexpr std::size_t blocks_before_huge_pages = 128;
 }  // namespace
+
+void text_arena::add_block(std::size_t size_bytes) {
+  void* const block =
+      size_bytes == huge_page_bytes ? allocate_huge_pages(size_bytes) : std::malloc(size_bytes);
+  if (block == nullptr) throw std::bad_alloc();
+  blocks_.emplace_back(static_cast<char*>(block));
+}
 
 char* text_arena::allocate(std::size_t size_bytes, std::size_t alignment) {
   if (size_bytes >= large_bytes) {
-    blocks_.push_back(std::make_unique_for_overwrite<char[]>(size_bytes));
+    add_block(size_bytes);
     return blocks_.back().get();
   }
   std::size_t padding = -reinterpret_cast<std::uintptr_t>(free_) & (alignment - 1);
   if (free_ == nullptr || padding + size_bytes > free_bytes_) {
-    blocks_.push_back(std::make_unique_for_overwrite<char[]>(block_bytes));
+    free_bytes_ = blocks_.size() < blocks_before_huge_pages ? block_bytes : huge_page_bytes;
+    add_block(free_bytes_);
     free_ = blocks_.back().get();
-    free_bytes_ = block_bytes;
     padding = 0;
   }
   char* const start = free_ + padding;

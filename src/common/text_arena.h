@@ -1,12 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
 #include <memory>
 #include <string_view>
 #include <vector>
 
-/// Keeps the texts and values of trace records. Bytes handed out stay where they are until the arena is
-/// destroyed, so consumers may keep pointers to them for the whole run. Not copyable.
+/// Keeps what stays until the end of a run: texts and values of trace records, symbols. Bytes handed out stay
+/// where they are until the arena is destroyed, so consumers may keep pointers to them. Not copyable.
 class text_arena {
  public:
   text_arena() = default;
@@ -20,7 +21,35 @@ class text_arena {
   const char* copy(std::string_view text);
 
  private:
-  std::vector<std::unique_ptr<char[]>> blocks_;
+  struct block_deleter {
+    void operator()(char* block) const { std::free(block); }
+  };
+
+  void add_block(std::size_t size_bytes);
+
+  std::vector<std::unique_ptr<char, block_deleter>> blocks_;
   char* free_ = nullptr;
   std::size_t free_bytes_ = 0;
+};
+
+/// Takes memory for objects from an arena, which must outlive them. Gives nothing back before the arena goes.
+template <class T>
+class arena_allocator {
+ public:
+  using value_type = T;
+
+  explicit arena_allocator(text_arena& arena) : arena_(&arena) {}
+  template <class Other>
+  explicit arena_allocator(const arena_allocator<Other>& other) : arena_(&other.arena()) {}
+
+  [[nodiscard]] T* allocate(std::size_t count) {
+    return reinterpret_cast<T*>(arena_->allocate(count * sizeof(T), alignof(T)));
+  }
+  void deallocate(T*, std::size_t) {}
+
+  [[nodiscard]] text_arena& arena() const { return *arena_; }
+  bool operator==(const arena_allocator&) const = default;
+
+ private:
+  text_arena* arena_;
 };

@@ -7,8 +7,14 @@
 #include "model/node_symbol.h"
 
 namespace {
-// Lines of edges go out in blocks of about this size.
-constexpr std::size_t edge_block_bytes = 16 * 1024;
+// Lines go out in blocks of about this size.
+constexpr std::size_t block_bytes = 16 * 1024;
+
+void write_full_block(std::string& text, std::ostream& os) {
+  if (text.size() < block_bytes) return;
+  os << text;
+  text.clear();
+}
 }  // namespace
 
 std::string graph_symbol::get_file_name() const { return file_->name(); }
@@ -24,14 +30,14 @@ void graph_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const
   // The ids of all nodes of a graph carry the same number, the graph's, and so do those of its edges: by that
   // number they are equal. Nodes then keep the order of their names; edges go by their own number.
   const std::string inner_indent = indent + "  ";
-  for (node_symbol* const node : nodes_by_name()) node->dump_as_graphml(dm, os, inner_indent);
   text.clear();
+  for (const node_symbol* const node : nodes_by_name()) {
+    node->append_graphml(dm, text, inner_indent);
+    write_full_block(text, os);
+  }
   for (const edge_symbol* const edge : edges_by_number()) {
     edge->append_graphml(dm, text, inner_indent);
-    if (text.size() >= edge_block_bytes) {
-      os << text;
-      text.clear();
-    }
+    write_full_block(text, os);
   }
   os << text << indent << "</graph>\n";
 }

@@ -3,6 +3,12 @@
 #include <string>
 #include <string_view>
 
+/// What ends the line of one datum.
+constexpr std::string_view data_closing = "</data>\n";
+
+/// Appends the line of one datum as far as its value.
+void append_data_opening(std::string& text, std::string_view indent, std::string_view key_id);
+
 /// Appends the line of one datum: `indent`, the element with the key's id and the value as they are, a
 /// newline.
 void append_data_line(std::string& text, std::string_view indent, std::string_view key_id,

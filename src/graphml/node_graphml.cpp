@@ -2,22 +2,32 @@
 
 #include <ostream>
 
+#include "common/append_pieces.h"
 #include "graphml/graphml_lines.h"
 #include "model/kzr_data_manager.h"
 
 void append_node_opening(const node_symbol& node, const kzr_data_manager& dm, const std::string& indent,
                          std::string& text) {
   const graphml_keys& keys = dm.keys();
-  const std::string id = node.gml_id();
   const std::string data_indent = indent + "  ";
   text += indent;
   text += "<node  id=\"";
-  text += id;
+  const std::size_t id_begin = text.size();
+  node.append_gml_id(text);
+  const std::size_t id_size = text.size() - id_begin;
   text += "\">\n";
   const std::string_view name = node.find_metadata(dm.handles().remembered(vocabulary_word::object_name));
-  append_data_line(text, data_indent, keys.object_name(), name.empty() ? id : name);
+  if (name.empty()) {
+    append_data_opening(text, data_indent, keys.object_name());
+    text.append(text, id_begin, id_size);
+    text += data_closing;
+  } else {
+    append_data_line(text, data_indent, keys.object_name(), name);
+  }
   if (!node.code_location().empty()) {
-    append_data_line(text, data_indent, keys.line_no(), id + "::" + node.code_location());
+    append_data_opening(text, data_indent, keys.line_no());
+    text.append(text, id_begin, id_size);
+    append_pieces(text, "::", node.code_location(), data_closing);
   }
 }
 
@@ -41,10 +51,16 @@ const char* find_join_policy(const string_handles& handles, std::uint64_t kind) 
 }  // namespace
 
 void node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) {
+  std::string text;
+  append_graphml(dm, text, indent);
+  os << text;
+}
+
+void node_symbol::append_graphml(const kzr_data_manager& dm, std::string& text,
+                                 const std::string& indent) const {
   if (!visible_) return;
   const graphml_keys& keys = dm.keys();
   const std::string inner_indent = indent + "  ";
-  std::string text;
   append_node_opening(*this, dm, indent, text);
   append_data_line(text, inner_indent, keys.plugin(), "pwl");
   if (const char* const policy = find_join_policy(dm.handles(), handle_)) {
@@ -56,5 +72,4 @@ void node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const 
   append_ports(*this, dm, inner_indent, text);
   text += indent;
   text += "</node>\n";
-  os << text;
 }

@@ -52,10 +52,14 @@ void subgraph_node_symbol::dump_additional_graph_data(kzr_data_manager& dm, std:
 
 void subgraph_node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os,
                                            const std::string& indent) {
+  node_symbol::dump_as_graphml(dm, os, indent);
+}
+
+void subgraph_node_symbol::append_graphml(const kzr_data_manager& dm, std::string& text,
+                                          const std::string& indent) const {
   if (!visible()) return;
   const graphml_keys& keys = dm.keys();
   const std::string inner_indent = indent + "  ";
-  std::string text;
   append_node_opening(*this, dm, indent, text);
   if (is_streaming_node(dm)) {
     append_data_line(text, inner_indent, dm.get_key_id("factory"), "1");
@@ -75,5 +79,4 @@ void subgraph_node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& o
   append_ports(*this, dm, inner_indent, text);
   text += indent;
   text += "</node>\n";
-  os << text;
 }

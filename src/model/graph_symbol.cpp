@@ -48,16 +48,32 @@ void graph_symbol::append_gml_id(std::string& text) const {
 void graph_symbol::add_node(node_symbol& node) {
   node.place_in_graph_ = nodes_.size();
   nodes_.push_back(&node);
-  nodes_by_d1_.place(node.id_.d1) = &node;
 }
 
-void graph_symbol::remove_node(node_symbol& node) { nodes_[node.place_in_graph_] = nullptr; }
+void graph_symbol::index_nodes() {
+  for (; indexed_nodes_ < nodes_.size(); ++indexed_nodes_) {
+    node_symbol* const node = nodes_[indexed_nodes_];
+    nodes_by_d1_.place(node->id_.d1) = node;
+  }
+}
+
+node_symbol* graph_symbol::find_node_with(std::uint64_t d1) {
+  index_nodes();
+  return nodes_by_d1_.value_or_default(d1);
+}
+
+void graph_symbol::remove_node(node_symbol& node) {
+  index_nodes();
+  nodes_[node.place_in_graph_] = nullptr;
+}
 
 void graph_symbol::take_node(node_symbol& node) {
   node.graph_->remove_node(node);
+  index_nodes();
   node.graph_ = this;
   node.place_in_graph_ = nodes_.size();
   nodes_.push_back(&node);
+  indexed_nodes_ = nodes_.size();
 }
 
 std::size_t graph_symbol::count_visible_nodes() const {
@@ -77,7 +93,7 @@ void graph_symbol::init_sub_graphs(kzr_data_manager* dm) {
 void graph_symbol::set_inner_visibility(kzr_data_manager*) {}
 
 node_symbol* graph_symbol::transform_node(const ___onx_id& id, unsigned long handle) {
-  node_symbol* const node = nodes_by_d1_.value_or_default(id.d1);
+  node_symbol* const node = find_node_with(id.d1);
   if (node != nullptr) node->set_handle(handle);
   return node;
 }
@@ -135,6 +151,7 @@ void graph_symbol::add_edge(edge_symbol& edge) {
   edge_symbol*& kept = edges_.place({&edge.first(), &edge.second()});
   if (kept != nullptr) kept->set_live(false);
   kept = &edge;
+  added_edges_.push_back(&edge);
   edge.set_live(true);
 }
 
@@ -149,9 +166,9 @@ edge_symbol* graph_symbol::remove_edge(const port_symbol& source, const port_sym
 
 template <class Visit>
 void graph_symbol::for_each_edge(Visit visit) const {
-  edges_.for_each([this, &visit](const auto&, edge_symbol* edge) {
-    if (&edge->graph() == this) visit(edge);
-  });
+  for (edge_symbol* const edge : added_edges_) {
+    if (edge->live() && &edge->graph() == this) visit(edge);
+  }
   for (edge_symbol* const edge : moved_edges_) visit(edge);
 }
 
@@ -164,26 +181,29 @@ std::size_t graph_symbol::count_edges() const {
 std::vector<edge_symbol*> graph_symbol::edges_by_number() const {
   std::vector<edge_symbol*> edges;
   edges.reserve(edges_.size() + moved_edges_.size());
+  // Only edges from other graphs can be out of order.
   for_each_edge([&edges](edge_symbol* edge) { edges.push_back(edge); });
-  std::sort(edges.begin(), edges.end(),
-            [](const edge_symbol* a, const edge_symbol* b) { return a->number() < b->number(); });
+  if (!moved_edges_.empty()) {
+    std::sort(edges.begin(), edges.end(),
+              [](const edge_symbol* a, const edge_symbol* b) { return a->number() < b->number(); });
+  }
   return edges;
 }
 
-void graph_symbol::add_port(port_symbol& port) {
-  port_group& group = ports_.place(port.onx_id().d1);
-  if (group.first == nullptr) group.first = &port;
-  group.last_but_one = group.last;
-  group.last = &port;
+graph_symbol::port_group graph_symbol::ports_like(const port_symbol& port) {
+  for (; indexed_ports_ < ports_.size(); ++indexed_ports_) {
+    port_symbol* const added = ports_[indexed_ports_];
+    port_group& group = ports_by_d1_.place(added->onx_id().d1);
+    if (group.first == nullptr) group.first = added;
+    group.last_but_one = group.last;
+    group.last = added;
+  }
+  return ports_by_d1_.value_or_default(port.onx_id().d1);
 }
 
-port_symbol* graph_symbol::get_aliased_port(const port_symbol& port) const {
-  return ports_.value_or_default(port.onx_id().d1).last_but_one;
-}
+port_symbol* graph_symbol::get_aliased_port(const port_symbol& port) { return ports_like(port).last_but_one; }
 
-port_symbol* graph_symbol::get_omp_aliased_port(const port_symbol& port) const {
-  return ports_.value_or_default(port.onx_id().d1).first;
-}
+port_symbol* graph_symbol::get_omp_aliased_port(const port_symbol& port) { return ports_like(port).first; }
 
 void graph_symbol::add_variable(variable_symbol& variable) {
   variables_.place(variable.onx_id()) = &variable;

@@ -60,7 +60,7 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   /// none.
   node_symbol* transform_node(const ___onx_id& id, unsigned long handle);
   /// True when a node with this first word of the identifier was added.
-  [[nodiscard]] bool has_node_with(std::uint64_t d1) const { return nodes_by_d1_.find(d1) != nullptr; }
+  [[nodiscard]] bool has_node_with(std::uint64_t d1) { return find_node_with(d1) != nullptr; }
   /// All nodes in the order of their addition; places of removed nodes are null.
   [[nodiscard]] const std::vector<node_symbol*>& nodes() const { return nodes_; }
   /// All nodes by name, the order in which GraphML lists them.
@@ -79,11 +79,11 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   [[nodiscard]] std::size_t count_visible_nodes() const;
 
   /// Registers a port of one of the graph's nodes for the look-ups of aliased ports.
-  void add_port(port_symbol& port);
+  void add_port(port_symbol& port) { ports_.push_back(&port); }
   /// The port registered last but one under the first word of `port`'s identifier; null when there is none.
-  [[nodiscard]] port_symbol* get_aliased_port(const port_symbol& port) const;
+  [[nodiscard]] port_symbol* get_aliased_port(const port_symbol& port);
   /// The port registered first under the first word of `port`'s identifier; null when there is none.
-  [[nodiscard]] port_symbol* get_omp_aliased_port(const port_symbol& port) const;
+  [[nodiscard]] port_symbol* get_omp_aliased_port(const port_symbol& port);
 
   /// Counts the open regions of a node of this graph; a decrement below zero wraps.
   void increment_region(const node_symbol& node);
@@ -120,7 +120,13 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
     bool operator==(const port_group&) const = default;
   };
 
-  /// Calls `visit` for every edge, in no order.
+  /// The node that was added last under `d1`, null when there is none.
+  [[nodiscard]] node_symbol* find_node_with(std::uint64_t d1);
+  /// The ports under the first word of `port`'s identifier.
+  [[nodiscard]] port_group ports_like(const port_symbol& port);
+  /// Brings `nodes_by_d1_` up to date.
+  void index_nodes();
+  /// Calls `visit` for every edge, those of other graphs' making last.
   template <class Visit>
   void for_each_edge(Visit visit) const;
 
@@ -130,13 +136,20 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   ___onx_id id_;
   unsigned long handle_;
   std::vector<node_symbol*> nodes_;
+  /// Few runs look for nodes and ports by their first word, so both tables are filled by those who look: up
+  /// to here they know `nodes_` and `ports_`.
   flat_map<std::uint64_t, node_symbol*> nodes_by_d1_;
+  flat_map<std::uint64_t, port_group> ports_by_d1_;
+  std::size_t indexed_nodes_ = 0;
+  std::size_t indexed_ports_ = 0;
+  std::vector<port_symbol*> ports_;
+  /// In the order of their addition; those that are no longer live were removed or replaced.
+  std::vector<edge_symbol*> added_edges_;
   /// By the ports that the trace names. Edges that moved to other graphs stay in the table.
   flat_map<std::pair<const void*, const void*>, edge_symbol*> edges_;
   std::vector<edge_symbol*> moved_edges_;
   std::map<const node_symbol*, std::uint64_t> region_counts_;
   flat_map<___onx_id, variable_symbol*> variables_;
-  flat_map<std::uint64_t, port_group> ports_;
   port_symbol* output_alias_port_ = nullptr;
   port_symbol* input_alias_port_ = nullptr;
 };

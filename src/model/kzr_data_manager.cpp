@@ -61,20 +61,14 @@ std::shared_ptr<kzr_symbol> kzr_data_manager::get_sym(const ___onx_id& id) const
 }
 
 template <class T>
-std::shared_ptr<T> kzr_data_manager::keep(std::shared_ptr<T> symbol) {
-  symbols_.add(symbol);
-  return symbol;
-}
-
-template <class T>
 std::shared_ptr<T> kzr_data_manager::enter(const ___onx_id& id, std::shared_ptr<T> symbol) {
   table_.place(id) = symbol.get();
-  return keep(std::move(symbol));
+  return symbol;
 }
 
 std::shared_ptr<graph_symbol> kzr_data_manager::add_graph(const ___onx_id& id, node_symbol* parent,
                                                           unsigned long handle) {
-  auto graph = enter(id, std::make_shared<graph_symbol>(id, parent, handle));
+  auto graph = enter(id, symbols_.make<graph_symbol>(id, parent, handle));
   graph->set_file(files_.back().get());
   files_.back()->add_graph(graph);
   return graph;
@@ -88,9 +82,9 @@ std::shared_ptr<node_symbol> kzr_data_manager::add_node(const ___onx_id& id, gra
     if (node_symbol* const changed = graph.transform_node(id, handle)) return changed->shared_from_this();
     count_warning("Transforming basic node failed: Fallback creating new node!");
   } else if (handle == handles_.remembered(vocabulary_word::composite_node)) {
-    return enter(id, subgraph_node_symbol::create(id, graph, handle));
+    return enter(id, subgraph_node_symbol::create(symbols_, id, graph, handle));
   }
-  auto node = enter(id, std::make_shared<node_symbol>(id, graph, handle));
+  auto node = enter(id, symbols_.make<node_symbol>(id, graph, handle));
   graph.add_node(*node);
   return node;
 }
@@ -103,8 +97,8 @@ int kzr_data_manager::port_index(unsigned long handle) const {
 
 std::shared_ptr<port_symbol> kzr_data_manager::add_input_port(const ___onx_id& id, node_symbol& node,
                                                               unsigned long handle) {
-  auto port =
-      enter(id, port_symbol::create(id, node, handle, handles_.is_input_port(handle), port_index(handle)));
+  auto port = enter(id, port_symbol::create(symbols_, id, node, handle, handles_.is_input_port(handle),
+                                            port_index(handle)));
   if (is_alias(id, node.onx_id(), input_alias_word)) node.graph_for_ports().set_input_alias_port(port.get());
   return port;
 }
@@ -112,8 +106,8 @@ std::shared_ptr<port_symbol> kzr_data_manager::add_input_port(const ___onx_id& i
 std::shared_ptr<port_symbol> kzr_data_manager::add_output_port(const ___onx_id& id, node_symbol& node,
                                                                unsigned long handle) {
   // The direction follows from the handle here too.
-  auto port =
-      enter(id, port_symbol::create(id, node, handle, handles_.is_input_port(handle), port_index(handle)));
+  auto port = enter(id, port_symbol::create(symbols_, id, node, handle, handles_.is_input_port(handle),
+                                            port_index(handle)));
   if (is_alias(id, node.onx_id(), output_alias_word))
     node.graph_for_ports().set_output_alias_port(port.get());
   return port;
@@ -121,16 +115,16 @@ std::shared_ptr<port_symbol> kzr_data_manager::add_output_port(const ___onx_id& 
 
 std::shared_ptr<port_symbol> kzr_data_manager::add_input_port(const ___onx_id& id, node_symbol& node,
                                                               int index) {
-  return enter(id, port_symbol::create(id, node, 0, true, index));
+  return enter(id, port_symbol::create(symbols_, id, node, 0, true, index));
 }
 
 std::shared_ptr<port_symbol> kzr_data_manager::add_output_port(const ___onx_id& id, node_symbol& node,
                                                                int index) {
-  return enter(id, port_symbol::create(id, node, 0, false, index));
+  return enter(id, port_symbol::create(symbols_, id, node, 0, false, index));
 }
 
 std::shared_ptr<edge_symbol> kzr_data_manager::add_edge(port_symbol& source, port_symbol& target) {
-  auto edge = keep(std::make_shared<edge_symbol>(source, target));
+  auto edge = symbols_.make<edge_symbol>(source, target);
   edge->graph().add_edge(*edge);
   return edge;
 }
@@ -143,14 +137,14 @@ std::shared_ptr<edge_symbol> kzr_data_manager::remove_edge(const port_symbol& so
 }
 
 std::shared_ptr<body_symbol> kzr_data_manager::add_body(const ___onx_id& id, node_symbol& node) {
-  auto body = enter(id, std::make_shared<body_symbol>(id, node));
+  auto body = enter(id, symbols_.make<body_symbol>(id, node));
   node.set_body(*body);
   return body;
 }
 
 std::shared_ptr<variable_symbol> kzr_data_manager::add_variable(const ___onx_id& id, graph_symbol& graph,
                                                                 const ___onx_id& first, char kind) {
-  auto variable = enter(id, std::make_shared<variable_symbol>(id, graph));
+  auto variable = enter(id, symbols_.make<variable_symbol>(id, graph));
   variable->add_to_stack(first, kind);
   graph.add_variable(*variable);
   return variable;
@@ -159,18 +153,18 @@ std::shared_ptr<variable_symbol> kzr_data_manager::add_variable(const ___onx_id&
 std::shared_ptr<parallel_region_symbol> kzr_data_manager::add_parallel_region(const ___onx_id& id,
                                                                               parallel_region_symbol* parent,
                                                                               unsigned long handle) {
-  return enter(id, std::make_shared<parallel_region_symbol>(id, parent, handle));
+  return enter(id, symbols_.make<parallel_region_symbol>(id, parent, handle));
 }
 
 std::shared_ptr<implicit_task_symbol> kzr_data_manager::add_implicit_task(const ___onx_id& id,
                                                                           parallel_region_symbol* region,
                                                                           unsigned long handle) {
-  return enter(id, std::make_shared<implicit_task_symbol>(id, region, handle));
+  return enter(id, symbols_.make<implicit_task_symbol>(id, region, handle));
 }
 
 std::shared_ptr<explicit_task_symbol> kzr_data_manager::add_explicit_task(const ___onx_id& id,
                                                                           implicit_task_symbol& task) {
-  return enter(id, std::make_shared<explicit_task_symbol>(id, task));
+  return enter(id, symbols_.make<explicit_task_symbol>(id, task));
 }
 
 port_symbol& kzr_data_manager::dependence_output(const ___onx_id& id, node_symbol& producer) {

@@ -133,14 +133,14 @@ class kzr_data_manager {
 
  private:
   template <class T>
-  std::shared_ptr<T> keep(std::shared_ptr<T> symbol);
-  template <class T>
   std::shared_ptr<T> enter(const ___onx_id& id, std::shared_ptr<T> symbol);
   template <class Text>
   [[nodiscard]] DomainType classify_domain(Text name);
   void set_domain(unsigned long handle, DomainType type);
   [[nodiscard]] int port_index(unsigned long handle) const;
 
+  /// First, because the files share graphs that live in its memory.
+  symbol_list symbols_;
   std::map<___onx_id, int> dependence_outputs_;
   std::map<___onx_id, int> dependence_inputs_;
   std::map<std::uint64_t, implicit_task_symbol*> implicit_task_by_child_;
@@ -148,7 +148,6 @@ class kzr_data_manager {
   std::vector<std::shared_ptr<graphml_file>> files_;
   string_handles handles_;
   flat_map<std::uint64_t, DomainType> domains_;
-  symbol_list symbols_;
   flat_map<___onx_id, kzr_symbol*> table_;
   graphml_keys keys_;
   bool inner_graphs_complete_ = false;

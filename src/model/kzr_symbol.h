@@ -13,6 +13,7 @@
 class graph_symbol;
 class kzr_data_manager;
 class node_symbol;
+class symbol_list;
 
 /// The classes that a symbol can be asked for. A composite node is a graph, a node and itself.
 enum class symbol_class : std::uint8_t {

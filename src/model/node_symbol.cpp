@@ -37,6 +37,12 @@ std::string node_symbol::gml_id() const {
 }
 
 void node_symbol::append_gml_id(std::string& text) const {
+  if (visible_ && graph_->composite_node() == nullptr) {
+    graph_->append_gml_id(text);
+    text += "::n";
+    append_number(text, number_);
+    return;
+  }
   // Composite nodes may be nested as deep as the trace likes, so the way up is a loop.
   std::vector<std::uint64_t> inner_numbers;
   const node_symbol* node = this;

@@ -30,6 +30,8 @@ class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
   [[nodiscard]] ___onx_id onx_id() const override { return id_; }
   [[nodiscard]] unsigned long handle() const override { return handle_; }
   void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
+  /// Appends the node's GraphML lines, each behind `indent`; nothing while the node is hidden.
+  virtual void append_graphml(const kzr_data_manager& dm, std::string& text, const std::string& indent) const;
   /// Moves the node into the inner graph `graph`; aborts when `graph` is a plain graph.
   void set_sub_graph(graph_symbol& graph);
   [[nodiscard]] void* as(symbol_class wanted) override;

@@ -10,9 +10,9 @@ port_symbol::port_symbol(const ___onx_id& id, node_symbol& node, unsigned long h
                          int offset)
     : id_(id), node_(&node), handle_(handle), offset_(offset), is_input_(is_input) {}
 
-std::shared_ptr<port_symbol> port_symbol::create(const ___onx_id& id, node_symbol& node, unsigned long handle,
-                                                 bool is_input, int offset) {
-  auto port = std::make_shared<port_symbol>(id, node, handle, is_input, offset);
+std::shared_ptr<port_symbol> port_symbol::create(symbol_list& symbols, const ___onx_id& id, node_symbol& node,
+                                                 unsigned long handle, bool is_input, int offset) {
+  auto port = symbols.make<port_symbol>(id, node, handle, is_input, offset);
   if (is_input) {
     node.add_input_port(*port);
   } else {
@@ -39,17 +39,11 @@ std::string port_symbol::get_gml_accessor(const kzr_data_manager& dm) const {
 }
 
 void port_symbol::append_gml_accessor(const kzr_data_manager& dm, std::string& text) const {
-  const char* const end = is_input_ ? "target" : "source";
-  text += end;
-  text += "=\"";
+  text += is_input_ ? "target=\"" : "source=\"";
   node_->append_gml_id(text);
-  text += "\" ";
-  text += end;
-  text += "offset=\"";
+  text += is_input_ ? "\" targetoffset=\"" : "\" sourceoffset=\"";
   append_number(text, offset_);
-  text += "\" ";
-  text += end;
-  text += "port=\"";
+  text += is_input_ ? "\" targetport=\"" : "\" sourceport=\"";
   append_name(dm, text);
   text += '"';
 }

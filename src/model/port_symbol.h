@@ -13,9 +13,10 @@ class port_symbol : public kzr_symbol {
 
   port_symbol(const ___onx_id& id, node_symbol& node, unsigned long handle, bool is_input, int offset);
 
-  /// Makes a port and adds it to its node's inputs or outputs and to the graph for the node's ports.
-  static std::shared_ptr<port_symbol> create(const ___onx_id& id, node_symbol& node, unsigned long handle,
-                                             bool is_input, int offset);
+  /// Makes a port in `symbols` and adds it to its node's inputs or outputs and to the graph for the node's
+  /// ports.
+  static std::shared_ptr<port_symbol> create(symbol_list& symbols, const ___onx_id& id, node_symbol& node,
+                                             unsigned long handle, bool is_input, int offset);
 
   [[nodiscard]] std::shared_ptr<graph_symbol> get_enclosing_graph() const override;
   [[nodiscard]] std::shared_ptr<node_symbol> get_parent_node() const override;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <string_view>
 
 namespace {
@@ -30,6 +31,27 @@ constexpr std::array<std::string_view, static_cast<std::size_t>(vocabulary_word:
     "join_node (key_matching)",
 };
 
+constexpr std::size_t longest_word =
+    std::max_element(words.begin(), words.end(), [](std::string_view a, std::string_view b) {
+      return a.size() < b.size();
+    })->size();
+
+/// By length: a bit for each word of that length. Most texts are no words, which their length tells already.
+constexpr auto words_by_length = [] {
+  std::array<std::uint32_t, longest_word + 1> table{};
+  for (std::size_t word = 0; word < words.size(); ++word) table[words[word].size()] |= 1U << word;
+  return table;
+}();
+
+vocabulary_word find_word(std::string_view text) {
+  if (text.size() > longest_word) return vocabulary_word::none;
+  for (std::uint32_t left = words_by_length[text.size()]; left != 0; left &= left - 1) {
+    const auto word = static_cast<std::size_t>(std::countr_zero(left));
+    if (text == words[word]) return static_cast<vocabulary_word>(word);
+  }
+  return vocabulary_word::none;
+}
+
 }  // namespace
 
 string_handles::string_handles() { std::fill(std::begin(remembered_), std::end(remembered_), unset); }
@@ -37,9 +59,8 @@ string_handles::string_handles() { std::fill(std::begin(remembered_), std::end(r
 vocabulary_word string_handles::add(std::uint64_t handle, const char* text) {
   texts_.place(handle) = text;
   const std::string_view view = text;
-  const auto found = std::find(words.begin(), words.end(), view);
-  if (found != words.end()) {
-    const auto word = static_cast<vocabulary_word>(found - words.begin());
+  const vocabulary_word word = find_word(view);
+  if (word != vocabulary_word::none) {
     // A code address is known by its set alone.
     if (word == vocabulary_word::code_address) {
       code_addresses_.insert(handle);

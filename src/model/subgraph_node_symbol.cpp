@@ -11,10 +11,10 @@ subgraph_node_symbol::subgraph_node_symbol(const ___onx_id& id, graph_symbol& en
       node_symbol(id, enclosing, handle),
       composite_number_(subgraph_node_count++) {}
 
-std::shared_ptr<subgraph_node_symbol> subgraph_node_symbol::create(const ___onx_id& id,
+std::shared_ptr<subgraph_node_symbol> subgraph_node_symbol::create(symbol_list& symbols, const ___onx_id& id,
                                                                    graph_symbol& enclosing,
                                                                    unsigned long handle) {
-  auto composite = std::make_shared<subgraph_node_symbol>(id, enclosing, handle);
+  auto composite = symbols.make<subgraph_node_symbol>(id, enclosing, handle);
   enclosing.add_node(*composite);
   return composite;
 }

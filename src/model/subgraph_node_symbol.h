@@ -27,10 +27,10 @@ class subgraph_node_symbol : public graph_symbol, public node_symbol {
 
   subgraph_node_symbol(const ___onx_id& id, graph_symbol& enclosing, unsigned long handle);
 
-  /// Makes a composite node, which takes the next graph, node and composite-node numbers, and adds its node
-  /// part to `enclosing`.
-  static std::shared_ptr<subgraph_node_symbol> create(const ___onx_id& id, graph_symbol& enclosing,
-                                                      unsigned long handle);
+  /// Makes a composite node in `symbols`, which takes the next graph, node and composite-node numbers, and
+  /// adds its node part to `enclosing`.
+  static std::shared_ptr<subgraph_node_symbol> create(symbol_list& symbols, const ___onx_id& id,
+                                                      graph_symbol& enclosing, unsigned long handle);
 
   /// The graph that holds the node part, whether it is shown there or not.
   [[nodiscard]] std::shared_ptr<graph_symbol> get_enclosing_graph() const override;
@@ -73,6 +73,8 @@ class subgraph_node_symbol : public graph_symbol, public node_symbol {
   void hide();
 
   void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
+  void append_graphml(const kzr_data_manager& dm, std::string& text,
+                      const std::string& indent) const override;
 
   /// The GraphML file made for this composite node's inner graph; empty while it has none.
   [[nodiscard]] const graphml_file* own_file() const { return file(); }

@@ -48,6 +48,15 @@ void kzr_record_processor::dump_trace() {
   events_.for_each([this](const timeline_event& event) { replay(event); });
 }
 
+std::string_view kzr_record_processor::domain_text_of(const timeline_event& event) {
+  // Neighbouring events mostly share their domain, and domains do not change any more.
+  if (event.domain != replayed_domain_ || replayed_domain_text_.empty()) {
+    replayed_domain_ = event.domain;
+    replayed_domain_text_ = domain_text(dm_.domain_type(event.domain));
+  }
+  return replayed_domain_text_;
+}
+
 void kzr_record_processor::replay(const timeline_event& event) {
   const std::shared_ptr<kzr_symbol>& first = dm_.symbols().at(event.first);
   const std::shared_ptr<kzr_symbol>& second = dm_.symbols().at(event.second);
@@ -67,7 +76,7 @@ void kzr_record_processor::replay(const timeline_event& event) {
     case tml_event_t::explicit_task_begun:
       return writer_.explicit_task_begin(event.time, event.producer, as<node_symbol>(first),
                                          as<graph_symbol>(second), event.first_number, event.second_number,
-                                         domain_text(dm_.domain_type(event.domain)));
+                                         domain_text_of(event));
     case tml_event_t::task_ended:
       return writer_.task_end(event.time, event.producer);
     case tml_event_t::region_begun: {
@@ -85,7 +94,7 @@ void kzr_record_processor::replay(const timeline_event& event) {
 
 void kzr_record_processor::replay_task_begin(const timeline_event& event) {
   const std::shared_ptr<kzr_symbol>& task = dm_.symbols().at(event.first);
-  const std::string_view domain = domain_text(dm_.domain_type(event.domain));
+  const std::string_view domain = domain_text_of(event);
   if (const auto region = as<parallel_region_symbol>(task)) {
     return writer_.parallel_region_begin(event.time, event.producer, region, event.first_number,
                                          event.second_number, domain);
@@ -105,7 +114,7 @@ void kzr_record_processor::replay_task_begin(const timeline_event& event) {
 void kzr_record_processor::replay_implicit_task_begin(const timeline_event& event) {
   if (enable_subgraph == 0) return;
   const std::shared_ptr<kzr_symbol>& first = dm_.symbols().at(event.first);
-  const std::string_view domain = domain_text(dm_.domain_type(event.domain));
+  const std::string_view domain = domain_text_of(event);
   const std::string_view name = dm_.handle_text(event.first_number);
   // The text decides: a handle may have stood for a parallel region before it got the text it has now.
   const bool is_implicit = name == "omp_implicit" || name == "omp_barrier";

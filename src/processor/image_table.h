@@ -6,6 +6,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "common/flat_map.h"
+
 /// The images that the traced program had loaded, and the code addresses that were found in them.
 class image_table {
  public:
@@ -33,7 +35,7 @@ class image_table {
   };
 
   std::vector<image> images_;
-  std::unordered_map<std::string, std::string> offsets_by_address_{10};
+  flat_map<std::uint64_t, bool> known_addresses_;
   std::unordered_map<std::string, std::string> images_by_offset_{10};
   std::string last_offset_;
 };

@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -92,6 +93,8 @@ class kzr_record_processor {
                     const kzr_symbol* second = nullptr, std::uint64_t first_number = 0,
                     std::uint64_t second_number = 0);
 
+  /// The domain of an event as the timeline names it.
+  [[nodiscard]] std::string_view domain_text_of(const timeline_event& event);
   void replay(const timeline_event& event);
   void replay_task_begin(const timeline_event& event);
   void replay_implicit_task_begin(const timeline_event& event);
@@ -105,6 +108,8 @@ class kzr_record_processor {
   event_list events_;
   /// By identifier: where the regions stand that are open, the one begun last at the back.
   std::map<___onx_id, std::vector<region_place>> open_regions_;
+  std::uint64_t replayed_domain_ = 0;
+  std::string_view replayed_domain_text_;
   number_set threads_;
   number_set cores_;
 };

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <set>
 
 #include "common/flat_map.h"
@@ -9,19 +12,25 @@ class number_set {
  public:
   /// Puts `number` in, if it is not in yet.
   void insert(long number) {
-    if (number == last_ && !seen_.empty()) return;
-    last_ = number;
-    seen_.place(number) = true;
+    if (number >= 0 && static_cast<std::size_t>(number) < small_.size()) {
+      small_[static_cast<std::size_t>(number)] = true;
+    } else {
+      large_.place(number) = true;
+    }
   }
 
   /// The numbers in ascending order.
   [[nodiscard]] std::set<long> sorted() const {
     std::set<long> numbers;
-    seen_.for_each([&numbers](std::int64_t number, bool) { numbers.insert(static_cast<long>(number)); });
+    for (std::size_t i = 0; i < small_.size(); ++i) {
+      if (small_[i]) numbers.insert(static_cast<long>(i));
+    }
+    large_.for_each([&numbers](std::int64_t number, bool) { numbers.insert(static_cast<long>(number)); });
     return numbers;
   }
 
  private:
-  flat_map<std::int64_t, bool> seen_;
-  long last_ = 0;
+  // Threads and processors have small numbers; a damaged trace may have any.
+  std::array<bool, 4096> small_{};
+  flat_map<std::int64_t, bool> large_;
 };

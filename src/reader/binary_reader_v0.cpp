@@ -1,6 +1,7 @@
 #include "reader/binary_reader_v0.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -12,7 +13,7 @@ namespace {
 constexpr const char* incomplete_record = "incomplete record";
 constexpr const char* unknown_record = "unknown record";
 constexpr std::uint64_t header_bytes = 17;
-constexpr std::int32_t metadata_kind = 6;
+constexpr std::size_t metadata_kind = 6;
 constexpr std::size_t capture_room_bytes = 254;
 }  // namespace
 
@@ -59,6 +60,10 @@ void binary_reader_v0::make_record() {
   capture_byte(kind);
   current_->kind = kind;
   current_->f[0] = kind;
+  if (read_whole_record(kind)) {
+    position_ += current_->raw[0];
+    return;
+  }
   if (!read_captured_number(current_->f[1])) {
     make_bad_record(incomplete_record);
     return;
@@ -73,6 +78,65 @@ void binary_reader_v0::make_record() {
   }
   // The count of captured bytes, not the size of the record: what was skipped by the capture is not counted.
   position_ += current_->raw[0];
+}
+
+namespace {
+
+constexpr std::size_t number_bytes = sizeof(std::uint64_t);
+
+/// Size of the record's timestamp and fields when they are numbers and identifiers only, else 0.
+constexpr std::size_t size_without_texts(const record_description& description) {
+  std::size_t size_bytes = number_bytes;
+  for (const field_code code : description.fields) {
+    if (code == field_code::narrow_string || code == field_code::wide_string) return 0;
+    if (code == field_code::number) size_bytes += number_bytes;
+    if (code == field_code::byte) size_bytes += 1;
+    if (code == field_code::id) size_bytes += 3 * number_bytes;
+  }
+  return size_bytes;
+}
+
+/// By kind; 0 for the kinds that the way field by field has to read: those with texts, and metadata, whose
+/// value is no field.
+const std::array<std::size_t, record_descriptions.size()> whole_record_bytes = [] {
+  std::array<std::size_t, record_descriptions.size()> sizes{};
+  for (std::size_t kind = 0; kind < sizes.size(); ++kind) {
+    sizes[kind] = kind == metadata_kind ? 0 : size_without_texts(record_descriptions[kind]);
+  }
+  return sizes;
+}();
+
+}  // namespace
+
+bool binary_reader_v0::read_whole_record(std::uint8_t kind) {
+  const std::size_t size_bytes = kind < whole_record_bytes.size() ? whole_record_bytes[kind] : 0;
+  if (size_bytes == 0) return false;
+  const std::uint8_t* next = file_->take(size_bytes);
+  if (next == nullptr) return false;
+  capture(next, size_bytes);
+  const auto take_number = [&next] {
+    std::uint64_t number = 0;
+    std::memcpy(&number, next, sizeof number);
+    next += sizeof number;
+    return number;
+  };
+  trace_record& record = *current_;
+  record.f[1] = take_number();
+  std::size_t k = 0;
+  const auto& codes = record_descriptions[kind].fields;
+  for (std::size_t p = 0; p < codes.size() && codes[p] != field_code::end; ++p) {
+    if (codes[p] == field_code::number) {
+      record.f[p + 2] = take_number();
+    } else if (codes[p] == field_code::byte) {
+      record.f[p + 2] = *next++;
+    } else {
+      ___onx_id& id = record.id[k++];
+      id.d1 = take_number();
+      id.d2 = take_number();
+      id.d3 = take_number();
+    }
+  }
+  return true;
 }
 
 bool binary_reader_v0::read_fields() {
@@ -145,7 +209,7 @@ bool binary_reader_v0::read_wide_string(std::uint32_t length) {
 
 bool binary_reader_v0::read_metadata_value() {
   trace_record& record = *current_;
-  if (record.kind != metadata_kind || record.f[6] != 1) return true;
+  if (static_cast<std::size_t>(record.kind) != metadata_kind || record.f[6] != 1) return true;
   if (record.f[5] != 1 && record.f[5] != 3) return true;
   const std::size_t width = record.f[5] == 1 ? sizeof(std::uint64_t) : sizeof(std::uint32_t);
   std::uint64_t value = 0;

@@ -30,6 +30,8 @@ class binary_reader_v0 : public trace_reader {
   void next_record();
   void make_record();
 
+  /// Decodes a whole record without texts that lies in the buffer; false, and nothing done, for any other.
+  [[nodiscard]] bool read_whole_record(std::uint8_t kind);
   [[nodiscard]] bool read_fields();
   [[nodiscard]] bool read_id(std::size_t k);
   [[nodiscard]] bool read_narrow_string(std::uint32_t length);

@@ -17,6 +17,15 @@ class input_window {
   input_window& operator=(const input_window&) = delete;
   ~input_window() { close(); }
 
+  /// The next `size_bytes` bytes, taken at once when they are all in the buffer, as they mostly are; null,
+  /// and nothing taken, when they are not. Valid until the next call.
+  const std::uint8_t* take(std::size_t size_bytes) {
+    if (end_ - next_ < size_bytes) return nullptr;
+    const std::uint8_t* const bytes = &buffer_[next_];
+    next_ += size_bytes;
+    return bytes;
+  }
+
   /// Reads one byte; false at the end of the file.
   bool read_byte(std::uint8_t& byte) {
     if (next_ == end_ && !refill()) return false;

@@ -16,26 +16,27 @@ multifile_reader::multifile_reader(const char* stem) {
       frequency_ = reader->freq();
       concurrency_ = reader->hwc();
     }
-    push(std::move(reader));
+    readers_.push_back(std::move(reader));
+    push(readers_.size() - 1);
   }
 }
 
-void multifile_reader::push(std::shared_ptr<trace_reader> reader) {
-  const std::uint64_t timestamp = reader->current()->f[1];
-  heap_.push_back({timestamp, std::move(reader)});
+void multifile_reader::push(std::size_t reader) {
+  heap_.push_back({readers_[reader]->current()->f[1], reader});
   std::push_heap(heap_.begin(), heap_.end(), ts_reverse_ordering{});
 }
 
 std::shared_ptr<trace_record> multifile_reader::next_record() {
   while (!heap_.empty()) {
     std::pop_heap(heap_.begin(), heap_.end(), ts_reverse_ordering{});
-    std::shared_ptr<trace_reader> reader = std::move(heap_.back().reader);
+    const std::size_t reader = heap_.back().reader;
     heap_.pop_back();
-    std::shared_ptr<trace_record> record = reader->current_and_advance();
+    std::shared_ptr<trace_record> record = readers_[reader]->current_and_advance();
     if (record && record->kind <= last_handed_out_kind) {
-      if (reader->current()) push(std::move(reader));
+      if (readers_[reader]->current()) push(reader);
       return record;
     }
+    readers_[reader].reset();
   }
   return nullptr;
 }

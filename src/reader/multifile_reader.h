@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -24,11 +25,11 @@ class multifile_reader {
   [[nodiscard]] const std::string& concurrency() const { return concurrency_; }
 
  private:
-  /// A reader that has a current record, with that record's timestamp beside it so that comparing two readers
-  /// touches neither.
+  /// A reader that has a current record, by its index, with that record's timestamp beside it so that
+  /// comparing two readers touches neither.
   struct entry {
     std::uint64_t timestamp;
-    std::shared_ptr<trace_reader> reader;
+    std::size_t reader;
   };
 
   /// Puts the reader with the smallest timestamp at the front. There is no second key: the order that the
@@ -37,10 +38,12 @@ class multifile_reader {
     bool operator()(const entry& a, const entry& b) const { return a.timestamp > b.timestamp; }
   };
 
-  void push(std::shared_ptr<trace_reader> reader);
+  void push(std::size_t reader);
 
   text_arena texts_;
   std::string frequency_;
   std::string concurrency_;
+  /// Every usable reader; null once its file is dropped.
+  std::vector<std::shared_ptr<trace_reader>> readers_;
   std::vector<entry> heap_;
 };

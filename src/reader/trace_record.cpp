@@ -1,6 +1,6 @@
 #include "reader/trace_record.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <iostream>
 #include <sstream>
 
@@ -13,7 +13,7 @@ void trace_record::reset() {
   id = {};
   string = nullptr;
   raw_offset = 0;
-  raw = {};
+  std::fill_n(raw.begin(), std::size_t{1} + raw[0], std::uint8_t{0});  // the rest still is zero
 }
 
 void trace_record::dump() const {

@@ -45,5 +45,6 @@ class xml_reader_v0 : public trace_reader {
 };
 
 /// Parses the file and opens it as a trace: a reader with its first record read, a plain done reader when the
-/// version is not 0, or null when there is no version. Aborts when the document is no trace.
+/// version is not 0, or null when there is no version. Aborts when the document is no trace
+/// or lacks the frequency or the concurrency.
 std::shared_ptr<trace_reader> open_xml_trace(const std::string& file_name, int producer, text_arena& texts);

@@ -1,5 +1,8 @@
 #include "traceml/kzr_traceml_writer.h"
 
+#include <array>
+#include <charconv>
+#include <cstring>
 #include <iostream>
 
 #include "common/append_number.h"
@@ -8,6 +11,7 @@ namespace {
 
 constexpr std::string_view unknown = "unknown";
 constexpr std::string_view omp_parallel_region = "omp_parallel_region";
+constexpr std::size_t longest_kept_tail = 1024;
 
 /// The node that a task on `symbol` runs; null when the symbol has none.
 const node_symbol* find_running_node(kzr_symbol* symbol) {
@@ -29,21 +33,53 @@ kzr_traceml_writer::~kzr_traceml_writer() {
   file_.write_line("</traceml>\n");
 }
 
+namespace {
+
+/// The start of a line, whose length is bounded: put together without a check for every piece.
+class line_start {
+ public:
+  template <std::size_t Size>
+  void put(const char (&text)[Size]) {
+    std::memcpy(end_, text, Size - 1);
+    end_ += Size - 1;
+  }
+  /// For names of elements.
+  void put_name(std::string_view name) { end_ += name.copy(end_, name.size()); }
+  template <class Number>
+  void put_number(Number number) {
+    end_ = std::to_chars(end_, bytes_.data() + bytes_.size(), number).ptr;
+  }
+  [[nodiscard]] std::string_view text() const { return {bytes_.data(), end_}; }
+
+ private:
+  std::array<char, 128> bytes_;
+  char* end_ = bytes_.data();
+};
+
+line_start start_of(std::string_view element, std::uint64_t ts, int tid) {
+  line_start start;
+  start.put("<");
+  start.put_name(element);
+  start.put(" ts=\"");
+  start.put_number(ts);
+  start.put("\" tid=\"");
+  start.put_number(tid);
+  start.put("\"");
+  return start;
+}
+
+}  // namespace
+
 void kzr_traceml_writer::start_line(std::string_view element, std::uint64_t ts, int tid) {
-  line_ = '<';
-  line_ += element;
-  line_ += " ts=\"";
-  append_number(line_, ts);
-  line_ += "\" tid=\"";
-  append_number(line_, tid);
-  line_ += '"';
+  line_ = start_of(element, ts, tid).text();
 }
 
 void kzr_traceml_writer::start_task_line(std::uint64_t ts, int tid, unsigned long cid) {
-  start_line("task_begin", ts, tid);
-  line_ += " cid=\"";
-  append_number(line_, cid);
-  line_ += '"';
+  line_start start = start_of("task_begin", ts, tid);
+  start.put(" cid=\"");
+  start.put_number(cid);
+  start.put("\"");
+  line_ = start.text();
 }
 
 void kzr_traceml_writer::finish_line(std::uint64_t ts) {
@@ -171,20 +207,35 @@ void kzr_traceml_writer::user_event(std::uint64_t ts, int tid, unsigned long des
 void kzr_traceml_writer::task_begin(std::uint64_t ts, int tid, const std::shared_ptr<kzr_symbol>& symbol,
                                     unsigned long marker, unsigned long cid, std::string_view stream) {
   start_task_line(ts, tid, cid);
+  const std::uint64_t spread = spread_bits(symbol_list::position_of(symbol.get()) + marker);
+  task_tail& tail = task_tails_[spread % task_tails_.size()];
+  if (tail.text.empty() || tail.symbol != symbol.get() || tail.marker != marker || tail.stream != stream) {
+    const std::size_t start = line_.size();
+    add_task(symbol.get(), marker);
+    add_text("stream", stream);
+    tail = {symbol.get(), marker, std::string(stream), line_.substr(start)};
+    // A few nodes deep inside others have ids of any length; theirs are not worth the room.
+    if (tail.text.size() > longest_kept_tail) tail.text = {};
+  } else {
+    line_ += tail.text;
+  }
+  finish_line(ts);
+  open_task(tid);
+}
+
+void kzr_traceml_writer::add_task(kzr_symbol* symbol, unsigned long marker) {
   const graph_symbol* parent = nullptr;
-  if (const node_symbol* const node = find_running_node(symbol.get())) {
+  if (const node_symbol* const node = find_running_node(symbol)) {
     add_id("id", node);
     parent = &node->graph_for_ports();
   } else {
-    const auto* const graph = symbol_cast<graph_symbol>(symbol.get());
+    const auto* const graph = symbol_cast<graph_symbol>(symbol);
     add_id("id", graph);
     if (graph != nullptr) parent = graph->get_enclosing_graph().get();
   }
   add_text("type", "node");
   add_id("parent", parent);
   add_text("algorithm", dm_.handles().is_output_port(marker) ? "graph::async_try_put" : "graph::node_body");
-  finish_task_line(ts, stream);
-  open_task(tid);
 }
 
 void kzr_traceml_writer::task_end(std::uint64_t ts, int tid) {

@@ -13,8 +13,8 @@
 /// Writes the timeline of a run as one TraceML document: the head at once, then one line per event in the
 /// order of the calls. Timestamps are in ticks, thread ids are the numbers of trace files, never negative.
 /// Keeps count of the open tasks of each thread, so that begins and ends in the document always pair; its
-/// destruction ends what is still open and closes the document. A file that cannot be written is not
-/// reported.
+/// destruction ends what is still open and closes the document. The model must not change between
+/// events. A file that cannot be written is not reported.
 class kzr_traceml_writer {
  public:
   /// Opens `file_name` and writes the first four lines. `frequency` in ticks per second and
@@ -89,6 +89,16 @@ class kzr_traceml_writer {
   void add_region(std::string_view element, std::uint64_t ts, int tid, const node_symbol* node,
                   const graph_symbol* graph);
   void add_sequence_number(std::string_view name);
+  void add_task(kzr_symbol* symbol, unsigned long marker);
+
+  /// What stands behind the numbers of a task's begin. Runs have few nodes and many tasks, and ids do not
+  /// change any more once events are written.
+  struct task_tail {
+    const kzr_symbol* symbol = nullptr;
+    unsigned long marker = 0;
+    std::string stream;
+    std::string text;
+  };
 
   kzr_data_manager& dm_;
   line_file file_;
@@ -97,4 +107,5 @@ class kzr_traceml_writer {
   std::uint64_t last_timestamp_ = 0;
   std::uint64_t task_sequence_number_ = 0;
   std::string line_;
+  std::vector<task_tail> task_tails_{1024};
 };

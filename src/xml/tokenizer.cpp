@@ -54,7 +54,7 @@ bool starts_name(int c) {
 
 tokenizer::tokenizer(const char* file_name) : file_(std::fopen(file_name, "r")) {
   if (!file_) {
-    std::cout << "ERROR: Could not open " << file_name << '\n';
+    std::cout << "ERROR: Could not open " << file_name << std::endl;
     close();
     return;
   }
@@ -198,7 +198,7 @@ bool tokenizer::capture_string(char* buffer, int size) {
   if (quoted) take_quoted(text);
   text.terminate(size);
   for (std::size_t i = 0; i < text.dropped(); ++i) {
-    std::cout << "WARNING: buffer " << size << " is too small for string, truncating\n";
+    std::cout << "WARNING: buffer " << size << " is too small for string, truncating" << std::endl;
   }
   return quoted;
 }
@@ -223,7 +223,7 @@ void tokenizer::get_text(char* buffer, int size) {
     take_one(text);
   }
   text.terminate(size);
-  if (text.dropped() > 0) std::cout << "WARNING: buffer too small for data, truncating\n";
+  if (text.dropped() > 0) std::cout << "WARNING: buffer too small for data, truncating" << std::endl;
 }
 
 }  // namespace xml

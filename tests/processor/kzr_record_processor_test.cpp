@@ -70,11 +70,11 @@ std::string odd_records() {
   file.task_begin(omp, b, g, node, 1).task_end(omp);
   // 252: regions, one begun twice, one begun before its node is known, some not begun
   file.region_begin(flow, a, g, node)
-      .region_begin(flow, a, nothing, node)
+      .region_begin(flow, unknown, nothing, node)
       .region_begin(flow, unknown, g, node);
   file.region_begin(flow, {6, 0, 0}, nothing, node).task_group(flow, {6, 0, 0}, g, node);
   file.region_end(flow, a).region_end(flow, unknown).region_end(flow, {6, 0, 0}).region_end(flow, {6, 0, 0});
-  file.region_end(flow, b).region_end(flow, {7, 0, 0});
+  file.region_end(flow, b).region_end(flow, unknown);
   // 263: a hidden node of a top-level graph, which has no graph above that could answer for it
   constexpr object_id parent{9, 0, 0};
   constexpr object_id hidden{21, 0, 0};

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+/// Size and alignment of the pages that the kernel can give large blocks of memory.
+constexpr std::size_t huge_page_bytes = std::size_t{2} << 20;
+
+/// A block for `size_bytes` bytes, a multiple of the huge page, that the kernel is asked to back with huge
+/// pages. Free it with `std::free`; throws `std::bad_alloc`.
+[[nodiscard]] void* allocate_huge_pages(std::size_t size_bytes);
+
+/// Allocator for arrays whose elements are visited in no order: large ones are in huge pages, which spares
+/// most of the page faults and address translations.
+template <class T>
+struct huge_page_allocator {
+  using value_type = T;
+
+  huge_page_allocator() = default;
+  template <class Other>
+  explicit huge_page_allocator(const huge_page_allocator<Other>&) {}
+
+  [[nodiscard]] T* allocate(std::size_t count) {
+    const std::size_t size_bytes = count * sizeof(T);
+    return static_cast<T*>(is_large(count) ? allocate_huge_pages(size_bytes) : ::operator new(size_bytes));
+  }
+  void deallocate(T* array, std::size_t count) {
+    if (is_large(count)) {
+      std::free(array);
+    } else {
+      ::operator delete(array);
+    }
+  }
+
+  bool operator==(const huge_page_allocator&) const = default;
+
+ private:
+  static bool is_large(std::size_t count) {
+    return count * sizeof(T) >= huge_page_bytes && count * sizeof(T) % huge_page_bytes == 0;
+  }
+};
