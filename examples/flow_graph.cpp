@@ -7,7 +7,7 @@ namespace flow {
 
 using kzr::relation_code;
 
-void emitter::operator()(std::size_t output, message content) const {
+void emitter::operator()(std::size_t output, const message& content) const {
   used_ = true;
   const std::lock_guard guard(graph_.lock_);
   graph_.send(from_, output, content);

@@ -29,7 +29,7 @@ struct node;
 /// Lets a running body send messages to the node's successors.
 class emitter {
  public:
-  void operator()(std::size_t output, message content) const;
+  void operator()(std::size_t output, const message& content) const;
 
  private:
   friend class flow_graph;

@@ -37,11 +37,12 @@ constexpr std::size_t longest_word =
     })->size();
 
 /// By length: a bit for each word of that length. Most texts are no words, which their length tells already.
-constexpr auto words_by_length = [] {
+constexpr std::array<std::uint32_t, longest_word + 1> list_words_by_length() {
   std::array<std::uint32_t, longest_word + 1> table{};
   for (std::size_t word = 0; word < words.size(); ++word) table[words[word].size()] |= 1U << word;
   return table;
-}();
+}
+constexpr auto words_by_length = list_words_by_length();
 
 vocabulary_word find_word(std::string_view text) {
   if (text.size() > longest_word) return vocabulary_word::none;

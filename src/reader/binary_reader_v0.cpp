@@ -98,13 +98,14 @@ constexpr std::size_t size_without_texts(const record_description& description) 
 
 /// By kind; 0 for the kinds that the way field by field has to read: those with texts, and metadata, whose
 /// value is no field.
-const std::array<std::size_t, record_descriptions.size()> whole_record_bytes = [] {
+std::array<std::size_t, record_descriptions.size()> list_whole_record_bytes() {
   std::array<std::size_t, record_descriptions.size()> sizes{};
   for (std::size_t kind = 0; kind < sizes.size(); ++kind) {
     sizes[kind] = kind == metadata_kind ? 0 : size_without_texts(record_descriptions[kind]);
   }
   return sizes;
-}();
+}
+const auto whole_record_bytes = list_whole_record_bytes();
 
 }  // namespace
 
