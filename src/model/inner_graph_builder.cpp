@@ -1,5 +1,6 @@
 #include "model/inner_graph_builder.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "model/kzr_data_manager.h"
@@ -10,7 +11,7 @@ void inner_graph_builder::build() {
   index_edges();
   claim_boundary_nodes();
   fill_all();
-  measure_levels();
+  list_nested_composites();
   place_edges();
 }
 
@@ -111,10 +112,29 @@ bool inner_graph_builder::claim(subgraph_node_symbol& composite, node_symbol& no
 
 void inner_graph_builder::claim_boundary_nodes() {
   // Before any edge is followed, so that no composite node can draw in what stands behind another's ports.
-  for (subgraph_node_symbol* const composite : composites_) {
-    for (const port_alias& alias : composite->input_aliases()) claim(*composite, alias.inner->node());
-    for (const port_alias& alias : composite->output_aliases()) claim(*composite, alias.inner->node());
+  // Which composite nodes hold each other comes first: of several that say a node is theirs, the innermost
+  // has it.
+  for (subgraph_node_symbol* const composite : composites_) claim_boundary(*composite, true);
+  order_by_depth();
+  for (subgraph_node_symbol* const composite : composites_) claim_boundary(*composite, false);
+}
+
+void inner_graph_builder::claim_boundary(subgraph_node_symbol& composite, bool composites) {
+  for (const auto* const aliases : {&composite.input_aliases(), &composite.output_aliases()}) {
+    for (const port_alias& alias : *aliases) {
+      node_symbol& node = alias.inner->node();
+      const bool is_composite = symbol_cast<subgraph_node_symbol>(&node) != nullptr;
+      if (is_composite == composites) claim(composite, node);
+    }
   }
+}
+
+void inner_graph_builder::order_by_depth() {
+  measure_levels();
+  std::stable_sort(composites_.begin(), composites_.end(),
+                   [this](const subgraph_node_symbol* a, const subgraph_node_symbol* b) {
+                     return levels_[a->composite_number()] > levels_[b->composite_number()];
+                   });
 }
 
 void inner_graph_builder::fill_all() {
@@ -122,9 +142,13 @@ void inner_graph_builder::fill_all() {
     count_unlinked_ports(*composite);
     start_fill(*composite);
     while (!pending_.empty()) {
-      const auto [filled, node] = pending_.back();
+      const pending_fill next = pending_.back();
       pending_.pop_back();
-      follow_edges(*filled, *node);
+      if (next.step == fill_step::start) {
+        start_fill(*next.composite);
+      } else {
+        follow_edges(*next.composite, *next.node, next.step == fill_step::follow_to_composites);
+      }
     }
   }
 }
@@ -159,19 +183,23 @@ void inner_graph_builder::enter(subgraph_node_symbol& composite, node_symbol& no
   if (state.entered || &node.own_graph() != &composite) return;
   state.claimed = true;
   state.entered = true;
-  pending_.emplace_back(&composite, &node);
   // What was pushed last is done first: an inner composite node is filled before the outer one goes on there.
-  if (auto* const nested = symbol_cast<subgraph_node_symbol>(&node)) start_fill(*nested);
+  pending_.push_back({fill_step::follow_to_others, &composite, &node});
+  pending_.push_back({fill_step::follow_to_composites, &composite, &node});
+  if (auto* const nested = symbol_cast<subgraph_node_symbol>(&node)) {
+    pending_.push_back({fill_step::start, nested, nullptr});
+  }
 }
 
-void inner_graph_builder::follow_edges(subgraph_node_symbol& composite, const node_symbol& node) {
-  const auto follow = [this, &composite](const std::vector<port_symbol*>& ports) {
+void inner_graph_builder::follow_edges(subgraph_node_symbol& composite, const node_symbol& node,
+                                       bool composites) {
+  const auto follow = [this, &composite, composites](const std::vector<port_symbol*>& ports) {
     for (port_symbol* const port : ports) {
       // What is behind a port that stands for an outer one is outside.
       if (port->outer_port() != nullptr) continue;
       const std::uint32_t position = symbol_list::position_of(&innermost(*port));
       for (std::uint32_t i = neighbours_begin_[position]; i < neighbours_begin_[position + 1]; ++i) {
-        reach(composite, *neighbours_[i]);
+        reach(composite, *neighbours_[i], composites);
       }
     }
   };
@@ -180,16 +208,20 @@ void inner_graph_builder::follow_edges(subgraph_node_symbol& composite, const no
 }
 
 /// Takes in what stands behind `port`: its node or, when it stands for a port of another composite node, that
-/// one. A node that belongs elsewhere is left there.
-void inner_graph_builder::reach(subgraph_node_symbol& composite, port_symbol& port) {
+/// one. A node that belongs elsewhere is left there. `composites` says which kind of node is meant.
+void inner_graph_builder::reach(subgraph_node_symbol& composite, port_symbol& port, bool composites) {
   const port_symbol* reached = &port;
   while (true) {
     node_symbol& node = reached->node();
-    if (&node.own_graph() == &composite) return enter(composite, node);
+    const bool is_meant = (symbol_cast<subgraph_node_symbol>(&node) != nullptr) == composites;
+    if (&node.own_graph() == &composite) {
+      if (is_meant) enter(composite, node);
+      return;
+    }
     const subgraph_node_symbol* const holder = node.own_graph().composite_node();
     const bool is_beside = holder == nullptr || &node.own_graph() == &composite.own_graph();
     if (is_beside && !state_of(node).claimed) {
-      if (claim(composite, node)) enter(composite, node);
+      if (is_meant && claim(composite, node)) enter(composite, node);
       return;
     }
     const port_symbol* const outer = reached->outer_port();
@@ -204,11 +236,7 @@ std::uint32_t inner_graph_builder::level_of(const graph_symbol& graph) const {
 }
 
 void inner_graph_builder::measure_levels() {
-  levels_.resize(subgraph_node_symbol::subgraph_node_count);
-  for (subgraph_node_symbol* const composite : composites_) {
-    composite->set_inner_visibility(&dm_);
-    composite->clear_nested_composites();
-  }
+  levels_.assign(subgraph_node_symbol::subgraph_node_count, 0);
   std::vector<subgraph_node_symbol*> way_up;
   for (subgraph_node_symbol* composite : composites_) {
     for (; composite != nullptr && levels_[composite->composite_number()] == 0;
@@ -216,14 +244,24 @@ void inner_graph_builder::measure_levels() {
       way_up.push_back(composite);
     }
     for (; !way_up.empty(); way_up.pop_back()) {
-      subgraph_node_symbol& inner = *way_up.back();
-      levels_[inner.composite_number()] = level_of(inner.own_graph()) + 1;
-      subgraph_node_symbol* const around = inner.own_graph().composite_node();
-      if (around == nullptr) continue;
-      around->add_nested_composite(inner);
-      // Nothing is shown of what a graph holds that is not shown itself.
-      if (!around->inner_visible()) inner.hide();
+      levels_[way_up.back()->composite_number()] = level_of(way_up.back()->own_graph()) + 1;
     }
+  }
+}
+
+void inner_graph_builder::list_nested_composites() {
+  for (subgraph_node_symbol* const composite : composites_) {
+    composite->set_inner_visibility(&dm_);
+    composite->clear_nested_composites();
+  }
+  // The outermost first: what is hidden hides what is inside it.
+  order_by_depth();
+  for (auto inner = composites_.rbegin(); inner != composites_.rend(); ++inner) {
+    subgraph_node_symbol* const around = (*inner)->own_graph().composite_node();
+    if (around == nullptr) continue;
+    around->add_nested_composite(**inner);
+    // Nothing is shown of what a graph holds that is not shown itself.
+    if (!around->inner_visible()) (*inner)->hide();
   }
 }
 

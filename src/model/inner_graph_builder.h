@@ -31,9 +31,12 @@ class inner_graph_builder {
   void find_innermost_ports();
   void index_edges();
   void claim_boundary_nodes();
+  void claim_boundary(subgraph_node_symbol& composite, bool composites);
+  void order_by_depth();
   void fill_all();
   void count_unlinked_ports(const subgraph_node_symbol& composite);
   void measure_levels();
+  void list_nested_composites();
   void place_edges();
 
   [[nodiscard]] port_symbol& innermost(port_symbol& port) const;
@@ -41,8 +44,8 @@ class inner_graph_builder {
   bool claim(subgraph_node_symbol& composite, node_symbol& node);
   void start_fill(subgraph_node_symbol& composite);
   void enter(subgraph_node_symbol& composite, node_symbol& node);
-  void follow_edges(subgraph_node_symbol& composite, const node_symbol& node);
-  void reach(subgraph_node_symbol& composite, port_symbol& port);
+  void follow_edges(subgraph_node_symbol& composite, const node_symbol& node, bool composites);
+  void reach(subgraph_node_symbol& composite, port_symbol& port, bool composites);
 
   [[nodiscard]] std::uint32_t level_of(const graph_symbol& graph) const;
   [[nodiscard]] graph_symbol* find_common_graph(graph_symbol& first, graph_symbol& second) const;
@@ -58,7 +61,8 @@ class inner_graph_builder {
   [[nodiscard]] node_state& state_of(const node_symbol& node);
 
   kzr_data_manager& dm_;
-  std::vector<subgraph_node_symbol*> composites_;  ///< in the order of creation
+  /// In the order of creation, then the innermost first.
+  std::vector<subgraph_node_symbol*> composites_;
   std::vector<edge_symbol*> edges_;                ///< by number
   flat_map<const void*, port_symbol*> innermost_;  ///< of outer ports that an inner port stands for
   /// The ports at the other ends of the live edges of the port at position p of the symbol list are
@@ -66,6 +70,14 @@ class inner_graph_builder {
   std::vector<std::uint32_t> neighbours_begin_;
   std::vector<port_symbol*> neighbours_;
   std::vector<node_state> states_;  ///< by node number
-  std::vector<std::pair<subgraph_node_symbol*, node_symbol*>> pending_;
+  /// What is left to do, the next at the back. The edges of a node are followed twice: first to composite
+  /// nodes, which fill their own inner graphs at once, then to all others.
+  enum class fill_step : std::uint8_t { start, follow_to_composites, follow_to_others };
+  struct pending_fill {
+    fill_step step;
+    subgraph_node_symbol* composite;
+    node_symbol* node;
+  };
+  std::vector<pending_fill> pending_;
   std::vector<std::uint32_t> levels_;  ///< by composite number: how many graphs are around the inner graph
 };

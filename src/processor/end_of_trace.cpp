@@ -29,6 +29,14 @@ std::shared_ptr<T> as(const std::shared_ptr<kzr_symbol>& symbol) {
   return cast == nullptr ? nullptr : std::shared_ptr<T>(symbol, cast);
 }
 
+/// The graph of a region: the one that its record named, else the one its node stands in now that inner
+/// graphs are complete.
+std::shared_ptr<graph_symbol> region_graph(const node_symbol* node,
+                                           const std::shared_ptr<kzr_symbol>& named) {
+  if (named || node == nullptr) return as<graph_symbol>(named);
+  return node->graph_for_ports().shared_from_this();
+}
+
 }  // namespace
 
 void kzr_record_processor::write_zup_output() {
@@ -81,12 +89,13 @@ void kzr_record_processor::replay(const timeline_event& event) {
       return writer_.task_end(event.time, event.producer);
     case tml_event_t::region_begun: {
       const auto node = as<node_symbol>(first);
-      const auto graph = as<graph_symbol>(second);
+      const auto graph = region_graph(node.get(), second);
       if (node && graph) graph->increment_region(*node);
       return writer_.region_begin(event.time, event.producer, node, graph);
     }
     case tml_event_t::region_ended:
-      return writer_.region_end(event.time, event.producer, as<node_symbol>(first), as<graph_symbol>(second));
+      return writer_.region_end(event.time, event.producer, as<node_symbol>(first),
+                                region_graph(as<node_symbol>(first).get(), second));
     case tml_event_t::user_event:
       return writer_.user_event(event.time, event.producer, event.first_number);
   }

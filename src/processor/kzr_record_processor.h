@@ -71,12 +71,10 @@ class kzr_record_processor {
   void task_begin(record_ref record);
   void task_end(record_ref record);
 
-  /// The node and the graph of a region; either may be null.
+  /// The node of a region and the graph that its record named; either may be null.
   using region_place = std::pair<node_symbol*, graph_symbol*>;
   void region_begin(record_ref record);
   void region_end(record_ref record);
-  /// The node under `id`, and `graph` or, without it, the graph around the node.
-  [[nodiscard]] region_place find_region_place(const ___onx_id& id, graph_symbol* graph) const;
 
   // OpenMP records with the sub-graph paths on.
   void openmp_tie_in(port_symbol& port);

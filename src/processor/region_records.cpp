@@ -1,16 +1,10 @@
 #include "processor/kzr_record_processor.h"
 
-kzr_record_processor::region_place kzr_record_processor::find_region_place(const ___onx_id& id,
-                                                                           graph_symbol* graph) const {
-  auto* const node = dm_.find_sym_as<node_symbol>(id);
-  if (graph == nullptr && node != nullptr) graph = &node->graph_for_ports();
-  return {node, graph};
-}
-
 void kzr_record_processor::region_begin(record_ref record) {
   if (domain_of(record) == DomainType::unknown) return;
   update_thread_and_core_set(record, false);
-  const region_place place = find_region_place(record.id[0], dm_.find_sym_as<graph_symbol>(record.id[1]));
+  const region_place place{dm_.find_sym_as<node_symbol>(record.id[0]),
+                           dm_.find_sym_as<graph_symbol>(record.id[1])};
   open_regions_[record.id[0]].push_back(place);
   append_event(tml_event_t::region_begun, record, place.first, place.second);
 }
@@ -25,7 +19,7 @@ void kzr_record_processor::region_end(record_ref record) {
     open->second.pop_back();
     if (open->second.empty()) open_regions_.erase(open);
   } else {
-    place = find_region_place(record.id[0], nullptr);
+    place.first = dm_.find_sym_as<node_symbol>(record.id[0]);
   }
   append_event(tml_event_t::region_ended, record, place.first, place.second);
 }

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <random>
 #include <set>
@@ -57,7 +58,9 @@ class flow_run {
 
   void convert_in(const std::filesystem::path& directory) {
     write_file(directory / "_kzr.0", trace_.end().bytes());
-    const program_result result = run_kzr2xml({"run"}, directory);
+    // With a small stack, so that nothing nests with the graphs unnoticed.
+    const program_result result =
+        run_program({"/bin/sh", "-c", "ulimit -s 256 && exec " KZR2XML_PROGRAM " run"}, directory);
     EXPECT_EQ(result.exit_status, 0) << result.err;
   }
   void expect_golden_case(const std::string& name) {
@@ -214,14 +217,60 @@ TEST(composite, keeps_every_node_once_whatever_the_relations_say) {
 }
 
 TEST(composite, nests_as_deep_as_the_trace_likes) {
-  flow_run run;
-  object_id inner = run.port(run.node(), in);
-  for (int depth = 0; depth < 2000; ++depth) inner = run.outer(run.composite(), in, inner);
-  run.edge(run.port(run.node(), out), inner);
-  const scratch_directory directory;
-  run.convert_in(directory.path());
-  const std::string outermost = read_file(directory / "run.graphml");
-  EXPECT_NE(outermost.find("target=\"g0::n2000\""), std::string::npos);
+  for (const bool outer_first : {false, true}) {
+    SCOPED_TRACE(outer_first);
+    flow_run run;
+    std::vector<object_id> composites(3000);
+    for (object_id& composite : composites) composite = run.composite();
+    if (outer_first) std::reverse(composites.begin(), composites.end());
+    object_id inner = run.port(run.node(), in);
+    for (const object_id& composite : composites) inner = run.outer(composite, in, inner);
+    run.edge(run.port(run.node(), out), inner);
+    const scratch_directory directory;
+    run.convert_in(directory.path());
+    const std::string outermost = read_file(directory / "run.graphml");
+    EXPECT_NE(outermost.find(outer_first ? "target=\"g0::n0\"" : "target=\"g0::n2999\""), std::string::npos);
+  }
+}
+
+/// The name of a document and how many nodes it has.
+std::string count_of_nodes(const scratch_directory& directory, const std::string& file) {
+  const std::string document = read_file(directory / file);
+  const std::size_t begin = document.find("<graph ");
+  std::size_t count = 0;
+  for (std::size_t at = begin; (at = document.find("<node ", at)) != std::string::npos; ++at) ++count;
+  return file + ": " + std::to_string(count);
+}
+
+TEST(composite, has_the_nodes_that_are_innermost_in_it_whichever_came_first) {
+  // B is in A by an output of both. A claims an input of B's node too, and an edge leads from another node of
+  // A to one that only B's edges lead to otherwise.
+  for (const bool outer_first : {false, true}) {
+    SCOPED_TRACE(outer_first);
+    flow_run run;
+    const object_id first = run.composite();
+    const object_id second = run.composite();
+    const object_id& a = outer_first ? first : second;
+    const object_id& b = outer_first ? second : first;
+    const object_id x = run.node();
+    const object_id x_in = run.port(x, in), x_in1 = run.port(x, in + 1), x_out = run.port(x, out);
+    run.outer(b, in, x_in);
+    run.outer(a, out, run.outer(b, out, x_out));
+    run.outer(a, in + 1, x_in1);
+    const object_id p = run.node();
+    const object_id p_in = run.port(p, in), p_out = run.port(p, out), p_out1 = run.port(p, out + 1);
+    run.outer(a, in, p_in);
+    const object_id w = run.node();
+    const object_id w_in = run.port(w, in), w_in1 = run.port(w, in + 1);
+    const object_id x_out1 = run.port(x, out + 1);
+    run.edge(p_out1, w_in1).edge(p_out, x_in).edge(x_out1, w_in);
+    const scratch_directory directory;
+    run.convert_in(directory.path());
+    const std::string a_file = outer_first ? "run_sg0.graphml" : "run_sg1.graphml";
+    const std::string b_file = outer_first ? "run_sg0_sg1.graphml" : "run_sg1_sg0.graphml";
+    EXPECT_EQ(count_of_nodes(directory, a_file), a_file + ": 2");  // B and p
+    EXPECT_EQ(count_of_nodes(directory, b_file), b_file + ": 2");  // x and w
+  }
 }
 
 }  // namespace
