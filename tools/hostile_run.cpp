@@ -163,11 +163,14 @@ void inner_chain(directory_ref directory, std::size_t length) {
   trace_file file(directory, 0);
   add_words(file.encoder);
   constexpr std::uint64_t first = 100;
+  // Outputs have first words of their own: the composite node's port stands for the input.
+  constexpr std::uint64_t to_output = std::uint64_t{1} << 40;
   for (std::uint64_t i = first; i < first + length; ++i) {
     file.encoder.task_group(domain, {i, 1, 0}, graph, node_kind)
         .task_group(domain, {i, 2, 0}, {i, 1, 0}, input_kind)
-        .task_group(domain, {i, 2, 1}, {i, 1, 0}, output_kind);
-    if (i > first) file.encoder.relation(domain, {i - 1, 2, 1}, relation_code::makes_edge_to, {i, 2, 0});
+        .task_group(domain, {i + to_output, 2, 0}, {i, 1, 0}, output_kind);
+    if (i > first)
+      file.encoder.relation(domain, {i - 1 + to_output, 2, 0}, relation_code::makes_edge_to, {i, 2, 0});
     if (i == first) wrap_in_composite(file.encoder, {2, 1, 0}, first);
     file.flush();
   }
