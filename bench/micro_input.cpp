@@ -5,7 +5,6 @@
 #include <fstream>
 
 #include "bench/scratch_directory.h"
-#include "common/text_arena.h"
 #include "reader/multifile_reader.h"
 #include "recorder/trace_encoder.h"
 #include "xml/tokenizer.h"
@@ -37,8 +36,8 @@ void decode_tasks(benchmark::State& state) {
   const std::string bytes = task_records(trace_form::binary, pairs, 1, 1'000);
   write_file(scratch.file("t.0"), bytes);
   for ([[maybe_unused]] auto _ : state) {
-    text_arena texts;
-    const auto reader = trace_reader::create_reader(scratch.file("t"), 0, texts);
+    record_store store;
+    const auto reader = trace_reader::create_reader(scratch.file("t"), 0, store);
     while (const auto record = reader->current_and_advance()) benchmark::DoNotOptimize(record->f[1]);
   }
   state.SetItemsProcessed(state.iterations() * pairs * 2);
@@ -53,8 +52,8 @@ void decode_texts(benchmark::State& state) {
   for (int i = 0; i < count; ++i) encoder.metadata_string(1, {5, 0, 0}, 2, "a text of some thirty letters");
   write_file(scratch.file("t.0"), encoder.end().bytes());
   for ([[maybe_unused]] auto _ : state) {
-    text_arena texts;
-    const auto reader = trace_reader::create_reader(scratch.file("t"), 0, texts);
+    record_store store;
+    const auto reader = trace_reader::create_reader(scratch.file("t"), 0, store);
     while (const auto record = reader->current_and_advance()) benchmark::DoNotOptimize(record->string);
   }
   state.SetItemsProcessed(state.iterations() * count);

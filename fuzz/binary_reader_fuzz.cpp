@@ -6,15 +6,14 @@
 #include <cstdlib>
 #include <cwchar>
 
-#include "common/text_arena.h"
 #include "reader/binary_reader_v0.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  text_arena texts;
+  record_store store;
   std::FILE* const file = fmemopen(const_cast<std::uint8_t*>(data), size, "rb");
   if (file == nullptr) std::abort();
-  binary_reader_v0 reader("fuzzed", 0, file, 1, 1, texts);
+  binary_reader_v0 reader("fuzzed", 0, file, 1, 1, store);
   // A bad record does not end the reader; behind the end of the file only bad records follow.
   std::size_t bad_records = 0;
   while (const auto record = reader.current_and_advance()) {

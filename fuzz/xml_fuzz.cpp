@@ -1,6 +1,5 @@
 // One trace file in XML form: tokenizer, element tree and reader.
 
-#include "common/text_arena.h"
 #include "fuzz/prescribed_ends.h"
 #include "fuzz/scratch_file.h"
 #include "reader/xml_reader_v0.h"
@@ -8,8 +7,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const scratch_file file(data, size);
   expect_prescribed_end([&file] {
-    text_arena texts;
-    const auto reader = open_xml_trace(file.path(), 0, texts);
+    record_store store;
+    const auto reader = open_xml_trace(file.path(), 0, store);
     if (!reader) return;
     while (const auto record = reader->current_and_advance()) {
       if (record->kind == trace_record::bad_record) break;

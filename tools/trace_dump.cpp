@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "common/text_arena.h"
 #include "reader/record_descriptions.h"
 #include "reader/trace_reader.h"
 #include "reader/trace_record.h"
@@ -67,8 +66,8 @@ std::uint64_t get_size_bytes(const trace_record& record) {
 }
 
 /// True when the whole file could be read.
-bool dump_file(const trace_file& file, text_arena& texts) {
-  const std::shared_ptr<trace_reader> reader = trace_reader::create_reader(file.stem, file.number, texts);
+bool dump_file(const trace_file& file, record_store& store) {
+  const std::shared_ptr<trace_reader> reader = trace_reader::create_reader(file.stem, file.number, store);
   if (!reader || reader->done()) {
     std::fprintf(stderr, "trace_dump: %s.%d is no trace file\n", file.stem.c_str(), file.number);
     return false;
@@ -97,7 +96,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: trace_dump <stem>.<number>...\n");
     return 2;
   }
-  text_arena texts;
+  record_store store;
   bool complete = true;
   for (int index = 1; index < argc; ++index) {
     const std::optional<trace_file> file = read_name(argv[index]);
@@ -106,7 +105,7 @@ int main(int argc, char** argv) {
       complete = false;
       continue;
     }
-    complete = dump_file(*file, texts) && complete;
+    complete = dump_file(*file, store) && complete;
   }
   return complete ? 0 : 1;
 }

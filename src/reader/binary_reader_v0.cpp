@@ -4,144 +4,185 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <span>
+#include <utility>
 #include <vector>
 
-#include "common/text_arena.h"
 #include "reader/record_descriptions.h"
 
 namespace {
 constexpr const char* incomplete_record = "incomplete record";
 constexpr const char* unknown_record = "unknown record";
 constexpr std::uint64_t header_bytes = 17;
+/// Kind and timestamp of a record.
+constexpr std::size_t head_bytes = 9;
 constexpr std::size_t metadata_kind = 6;
 constexpr std::size_t capture_room_bytes = 254;
 }  // namespace
 
 binary_reader_v0::binary_reader_v0(const std::string& file_name, int producer, std::FILE* file,
-                                   unsigned long frequency, unsigned long concurrency, text_arena& texts)
-    : trace_reader(producer, texts),
+                                   unsigned long frequency, unsigned long concurrency, record_store& store)
+    : trace_reader(producer, store),
       position_(header_bytes),
       file_name_(file_name),
-      file_(std::make_unique<input_window>(file)),
+      file_(file),
       frequency_(frequency),
       concurrency_(concurrency) {
   done_ = false;
-  make_record();
+  has_current_ = true;
+  look_ahead();
 }
 
 std::shared_ptr<trace_record> binary_reader_v0::current_and_advance() {
-  std::shared_ptr<trace_record> record = current_;
-  next_record();
+  if (!has_current_) return nullptr;
+  std::shared_ptr<trace_record> record = start_record();
+  read_record(*record);
+  if (record->kind == trace_record::end_of_records) {
+    has_current_ = false;
+    file_.reset();
+  } else {
+    look_ahead();
+  }
   return record;
+}
+
+void binary_reader_v0::look_ahead() {
+  const std::span<const std::uint8_t> head = file_->look_ahead(head_bytes);
+  timestamp_ = 0;
+  if (head.size() > 1) std::memcpy(&timestamp_, &head[1], head.size() - 1);
 }
 
 std::string binary_reader_v0::freq() const { return std::to_string(frequency_); }
 
 std::string binary_reader_v0::hwc() const { return std::to_string(concurrency_); }
 
-void binary_reader_v0::next_record() {
-  if (!current_) return;
-  if (current_->kind == trace_record::end_of_records) {
-    current_.reset();
-    file_.reset();
-  } else {
-    make_record();
-  }
-}
-
-void binary_reader_v0::make_record() {
-  start_record();
-  current_->raw_offset = position_;
-  std::uint8_t kind = 0;
-  if (!file_->read_byte(kind)) {
-    make_bad_record(incomplete_record);
-    return;
-  }
-  capture_byte(kind);
-  current_->kind = kind;
-  current_->f[0] = kind;
-  if (read_whole_record(kind)) {
-    position_ += current_->raw[0];
-    return;
-  }
-  if (!read_captured_number(current_->f[1])) {
-    make_bad_record(incomplete_record);
-    return;
-  }
-  if (kind >= record_descriptions.size()) {
-    make_bad_record(unknown_record);
-    return;
-  }
-  if (!read_fields() || !read_metadata_value()) {
-    make_bad_record(incomplete_record);
-    return;
-  }
-  // The count of captured bytes, not the size of the record: what was skipped by the capture is not counted.
-  position_ += current_->raw[0];
-}
-
 namespace {
 
-constexpr std::size_t number_bytes = sizeof(std::uint64_t);
+std::size_t remaining_space(const trace_record& record) {
+  const std::size_t distance = std::size_t{1} + record.raw[0];
+  return distance < capture_room_bytes ? capture_room_bytes - distance : 0;
+}
 
-/// Size of the record's timestamp and fields when they are numbers and identifiers only, else 0.
-constexpr std::size_t size_without_texts(const record_description& description) {
-  std::size_t size_bytes = number_bytes;
-  for (const field_code code : description.fields) {
+void capture(trace_record& record, const void* bytes, std::size_t size_bytes) {
+  if (size_bytes > remaining_space(record)) return;
+  std::memcpy(&record.raw[std::size_t{1} + record.raw[0]], bytes, size_bytes);
+  record.raw[0] = static_cast<std::uint8_t>(record.raw[0] + size_bytes);
+}
+
+/// Takes the very last place too, which the other captures leave free.
+void capture_byte(trace_record& record, std::uint8_t byte) {
+  if (record.raw[0] < capture_room_bytes) record.raw[++record.raw[0]] = byte;
+}
+
+/// Captures zeros instead of a wide text, of which only the size matters, to the position of the next record.
+void capture_blank(trace_record& record, std::size_t size_bytes) {
+  if (size_bytes > remaining_space(record)) return;
+  std::memset(&record.raw[std::size_t{1} + record.raw[0]], 0, size_bytes);
+  record.raw[0] = static_cast<std::uint8_t>(record.raw[0] + size_bytes);
+}
+
+/// Size in bytes of a record of the kind when it consists of numbers and identifiers only, else 0. The value
+/// of metadata is no field, so metadata has to be read field by field like a text.
+constexpr std::size_t whole_record_bytes(std::size_t kind) {
+  if (kind == metadata_kind) return 0;
+  std::size_t size_bytes = head_bytes;
+  for (const field_code code : record_descriptions[kind].fields) {
     if (code == field_code::narrow_string || code == field_code::wide_string) return 0;
-    if (code == field_code::number) size_bytes += number_bytes;
+    if (code == field_code::number) size_bytes += sizeof(std::uint64_t);
     if (code == field_code::byte) size_bytes += 1;
-    if (code == field_code::id) size_bytes += 3 * number_bytes;
+    if (code == field_code::id) size_bytes += sizeof(___onx_id);
   }
   return size_bytes;
 }
 
-/// By kind; 0 for the kinds that the way field by field has to read: those with texts, and metadata, whose
-/// value is no field.
-std::array<std::size_t, record_descriptions.size()> list_whole_record_bytes() {
-  std::array<std::size_t, record_descriptions.size()> sizes{};
-  for (std::size_t kind = 0; kind < sizes.size(); ++kind) {
-    sizes[kind] = kind == metadata_kind ? 0 : size_without_texts(record_descriptions[kind]);
+/// Decodes the record of the kind `Kind` that lies at `bytes`, without a decision left to the run.
+template <std::size_t Kind>
+void decode_whole_record(trace_record& record, const std::uint8_t* bytes) {
+  constexpr std::size_t size_bytes = whole_record_bytes(Kind);
+  record.kind = static_cast<std::int32_t>(Kind);
+  record.f[0] = Kind;
+  record.raw[0] = static_cast<std::uint8_t>(size_bytes);
+  std::memcpy(&record.raw[1], bytes, size_bytes);
+  std::memcpy(&record.f[1], bytes + 1, sizeof(std::uint64_t));
+  bytes += head_bytes;
+  std::size_t k = 0;
+  constexpr auto& codes = record_descriptions[Kind].fields;
+  for (std::size_t p = 0; p < codes.size() && codes[p] != field_code::end; ++p) {
+    if (codes[p] == field_code::number) {
+      std::memcpy(&record.f[p + 2], bytes, sizeof(std::uint64_t));
+      bytes += sizeof(std::uint64_t);
+    } else if (codes[p] == field_code::byte) {
+      record.f[p + 2] = *bytes++;
+    } else {
+      std::memcpy(&record.id[k++], bytes, sizeof(___onx_id));
+      bytes += sizeof(___onx_id);
+    }
   }
-  return sizes;
 }
-const auto whole_record_bytes = list_whole_record_bytes();
+
+/// How the records of one kind are decoded at once; no function for those that cannot be.
+struct whole_record_decoder {
+  std::size_t size_bytes = 0;
+  void (*decode)(trace_record& record, const std::uint8_t* bytes) = nullptr;
+};
+
+template <std::size_t Kind>
+constexpr whole_record_decoder decoder_of() {
+  if constexpr (whole_record_bytes(Kind) == 0) {
+    return {};
+  } else {
+    return {whole_record_bytes(Kind), decode_whole_record<Kind>};
+  }
+}
+
+template <std::size_t... Kinds>
+constexpr auto list_decoders(std::index_sequence<Kinds...>) {
+  return std::array{decoder_of<Kinds>()...};
+}
+
+/// By kind.
+constexpr auto whole_record_decoders = list_decoders(std::make_index_sequence<record_descriptions.size()>{});
 
 }  // namespace
 
-bool binary_reader_v0::read_whole_record(std::uint8_t kind) {
-  const std::size_t size_bytes = kind < whole_record_bytes.size() ? whole_record_bytes[kind] : 0;
-  if (size_bytes == 0) return false;
-  const std::uint8_t* next = file_->take(size_bytes);
-  if (next == nullptr) return false;
-  capture(next, size_bytes);
-  const auto take_number = [&next] {
-    std::uint64_t number = 0;
-    std::memcpy(&number, next, sizeof number);
-    next += sizeof number;
-    return number;
-  };
-  trace_record& record = *current_;
-  record.f[1] = take_number();
-  std::size_t k = 0;
-  const auto& codes = record_descriptions[kind].fields;
-  for (std::size_t p = 0; p < codes.size() && codes[p] != field_code::end; ++p) {
-    if (codes[p] == field_code::number) {
-      record.f[p + 2] = take_number();
-    } else if (codes[p] == field_code::byte) {
-      record.f[p + 2] = *next++;
-    } else {
-      ___onx_id& id = record.id[k++];
-      id.d1 = take_number();
-      id.d2 = take_number();
-      id.d3 = take_number();
+void binary_reader_v0::read_record(trace_record& record) {
+  record.raw_offset = position_;
+  const std::span<const std::uint8_t> head = file_->look_ahead(head_bytes);
+  if (!head.empty() && head[0] < whole_record_decoders.size()) {
+    const auto [size_bytes, decode] = whole_record_decoders[head[0]];
+    const std::span<const std::uint8_t> bytes = file_->look_ahead(size_bytes);
+    if (size_bytes != 0 && bytes.size() == size_bytes) {
+      decode(record, bytes.data());
+      file_->skip(size_bytes);
+      position_ += size_bytes;
+      return;
     }
   }
-  return true;
+  std::uint8_t kind = 0;
+  if (!file_->read_byte(kind)) {
+    make_bad_record(record, incomplete_record);
+    return;
+  }
+  capture_byte(record, kind);
+  record.kind = kind;
+  record.f[0] = kind;
+  if (!read_captured_number(record, record.f[1])) {
+    make_bad_record(record, incomplete_record);
+    return;
+  }
+  if (kind >= record_descriptions.size()) {
+    make_bad_record(record, unknown_record);
+    return;
+  }
+  if (!read_fields(record) || !read_metadata_value(record)) {
+    make_bad_record(record, incomplete_record);
+    return;
+  }
+  // The count of captured bytes, not the size of the record: what was skipped by the capture is not counted.
+  position_ += record.raw[0];
 }
 
-bool binary_reader_v0::read_fields() {
-  trace_record& record = *current_;
+bool binary_reader_v0::read_fields(trace_record& record) {
   const auto& codes = record_descriptions[static_cast<std::size_t>(record.kind)].fields;
   std::uint32_t length = 0;
   std::size_t k = 0;
@@ -151,46 +192,47 @@ bool binary_reader_v0::read_fields() {
       case field_code::end:
         return true;
       case field_code::number:
-        if (!read_captured_number(field)) return false;
+        if (!read_captured_number(record, field)) return false;
         length = static_cast<std::uint32_t>(field);
         break;
       case field_code::byte: {
         std::uint8_t byte = 0;
         if (!file_->read_byte(byte)) return false;
-        capture_byte(byte);
+        capture_byte(record, byte);
         field = byte;
         length = byte;
         break;
       }
       case field_code::id:
-        if (!read_id(k++)) return false;
+        if (!read_id(record, k++)) return false;
         break;
       case field_code::narrow_string:
-        if (!read_narrow_string(length)) return false;
+        if (!read_narrow_string(record, length)) return false;
         break;
       case field_code::wide_string:
-        if (!read_wide_string(length)) return false;
+        if (!read_wide_string(record, length)) return false;
         break;
     }
   }
   return true;
 }
 
-bool binary_reader_v0::read_id(std::size_t k) {
-  ___onx_id& id = current_->id[k];
-  return read_captured_number(id.d1) && read_captured_number(id.d2) && read_captured_number(id.d3);
+bool binary_reader_v0::read_id(trace_record& record, std::size_t k) {
+  ___onx_id& id = record.id[k];
+  return read_captured_number(record, id.d1) && read_captured_number(record, id.d2) &&
+         read_captured_number(record, id.d3);
 }
 
-bool binary_reader_v0::read_narrow_string(std::uint32_t length) {
+bool binary_reader_v0::read_narrow_string(trace_record& record, std::uint32_t length) {
   std::size_t arrived = 0;
   const char* const text = read_text(length, arrived);
-  current_->string = text;
+  record.string = text;
   if (arrived < length) return false;
-  capture(text, length);
+  capture(record, text, length);
   return true;
 }
 
-bool binary_reader_v0::read_wide_string(std::uint32_t length) {
+bool binary_reader_v0::read_wide_string(trace_record& record, std::uint32_t length) {
   const std::size_t size_bytes = std::size_t{2} * length;
   std::size_t arrived = 0;
   const char* const bytes = read_text(size_bytes, arrived);
@@ -198,18 +240,17 @@ bool binary_reader_v0::read_wide_string(std::uint32_t length) {
   // is what users of such names see. It takes no more room than the bytes that are there.
   const std::size_t room = arrived < size_bytes ? 0 : std::min<std::size_t>(length, std::strlen(bytes));
   auto* const wide =
-      reinterpret_cast<wchar_t*>(texts_.allocate((room + 1) * sizeof(wchar_t), alignof(wchar_t)));
+      reinterpret_cast<wchar_t*>(store_.texts().allocate((room + 1) * sizeof(wchar_t), alignof(wchar_t)));
   std::fill_n(wide, room + 1, L'\0');
   // Bytes that cannot be converted end the text where they stand.
   std::mbstowcs(wide, bytes, room);
-  current_->string = wide;
+  record.string = wide;
   if (arrived < size_bytes) return false;
-  capture_blank(std::size_t{4} * length);
+  capture_blank(record, std::size_t{4} * length);
   return true;
 }
 
-bool binary_reader_v0::read_metadata_value() {
-  trace_record& record = *current_;
+bool binary_reader_v0::read_metadata_value(trace_record& record) {
   if (static_cast<std::size_t>(record.kind) != metadata_kind || record.f[6] != 1) return true;
   if (record.f[5] != 1 && record.f[5] != 3) return true;
   const std::size_t width = record.f[5] == 1 ? sizeof(std::uint64_t) : sizeof(std::uint32_t);
@@ -217,20 +258,20 @@ bool binary_reader_v0::read_metadata_value() {
   const std::size_t arrived = file_->read_bytes(&value, width);
   record.string = keep_value(value);
   if (arrived < width) return false;
-  capture(&value, width);
+  capture(record, &value, width);
   return true;
 }
 
-bool binary_reader_v0::read_captured_number(std::uint64_t& number) {
+bool binary_reader_v0::read_captured_number(trace_record& record, std::uint64_t& number) {
   if (!file_->read_number(number)) return false;
-  capture(&number, sizeof number);
+  capture(record, &number, sizeof number);
   return true;
 }
 
 const char* binary_reader_v0::read_text(std::size_t length, std::size_t& arrived) {
   constexpr std::size_t piece_bytes = 64 * 1024;
   if (length <= piece_bytes) {
-    char* const text = texts_.allocate(length + 1);
+    char* const text = store_.texts().allocate(length + 1);
     arrived = file_->read_bytes(text, length);
     text[arrived] = '\0';
     return text;
@@ -245,30 +286,5 @@ const char* binary_reader_v0::read_text(std::size_t length, std::size_t& arrived
     arrived += got;
     if (got < piece) break;
   }
-  return texts_.copy({bytes.data(), arrived});
-}
-
-std::size_t binary_reader_v0::remaining_space() const {
-  const std::size_t distance = std::size_t{1} + current_->raw[0];
-  return distance < capture_room_bytes ? capture_room_bytes - distance : 0;
-}
-
-void binary_reader_v0::capture(const void* bytes, std::size_t size_bytes) {
-  if (size_bytes > remaining_space()) return;
-  auto& raw = current_->raw;
-  std::memcpy(&raw[std::size_t{1} + raw[0]], bytes, size_bytes);
-  raw[0] = static_cast<std::uint8_t>(raw[0] + size_bytes);
-}
-
-void binary_reader_v0::capture_byte(std::uint8_t byte) {
-  // Takes the very last place too, which the other captures leave free.
-  auto& raw = current_->raw;
-  if (raw[0] < capture_room_bytes) raw[++raw[0]] = byte;
-}
-
-void binary_reader_v0::capture_blank(std::size_t size_bytes) {
-  // The captured bytes of a wide text stay zero; only their number matters, to the position of the next
-  // record.
-  auto& raw = current_->raw;
-  if (size_bytes <= remaining_space()) raw[0] = static_cast<std::uint8_t>(raw[0] + size_bytes);
+  return store_.texts().copy({bytes.data(), arrived});
 }

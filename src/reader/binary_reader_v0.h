@@ -4,20 +4,21 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "reader/input_window.h"
 #include "reader/trace_reader.h"
 
-/// Reads a binary trace file of format version 0, one record at a time. Its first record is read as soon as
-/// it exists. Damaged bytes come back as one bad record, "incomplete record" or "unknown record"; the reader
-/// would read on from there, which only a tool that looks at damaged files does.
+/// Reads a binary trace file of format version 0, one record at a time, each when it is asked for. Damaged
+/// bytes come back as one bad record, "incomplete record" or "unknown record"; the reader would read on from
+/// there, which only a tool that looks at damaged files does.
 class binary_reader_v0 : public trace_reader {
  public:
   /// Takes over `file`, positioned behind the header; `frequency` in ticks per second and `concurrency` in
   /// hardware threads come from the header.
   binary_reader_v0(const std::string& file_name, int producer, std::FILE* file, unsigned long frequency,
-                   unsigned long concurrency, text_arena& texts);
+                   unsigned long concurrency, record_store& store);
 
   std::shared_ptr<trace_record> current_and_advance() override;
   [[nodiscard]] std::string freq() const override;
@@ -27,28 +28,21 @@ class binary_reader_v0 : public trace_reader {
   [[nodiscard]] const std::string& file_name() const { return file_name_; }
 
  private:
-  void next_record();
-  void make_record();
+  void look_ahead();
+  void read_record(trace_record& record);
 
-  /// Decodes a whole record without texts that lies in the buffer; false, and nothing done, for any other.
-  [[nodiscard]] bool read_whole_record(std::uint8_t kind);
-  [[nodiscard]] bool read_fields();
-  [[nodiscard]] bool read_id(std::size_t k);
-  [[nodiscard]] bool read_narrow_string(std::uint32_t length);
-  [[nodiscard]] bool read_wide_string(std::uint32_t length);
-  [[nodiscard]] bool read_metadata_value();
-  [[nodiscard]] bool read_captured_number(std::uint64_t& number);
+  [[nodiscard]] bool read_fields(trace_record& record);
+  [[nodiscard]] bool read_id(trace_record& record, std::size_t k);
+  [[nodiscard]] bool read_narrow_string(trace_record& record, std::uint32_t length);
+  [[nodiscard]] bool read_wide_string(trace_record& record, std::uint32_t length);
+  [[nodiscard]] bool read_metadata_value(trace_record& record);
+  [[nodiscard]] bool read_captured_number(trace_record& record, std::uint64_t& number);
   /// Reads up to `length` bytes into the arena, zero-terminated, however many really arrive.
   [[nodiscard]] const char* read_text(std::size_t length, std::size_t& arrived);
 
-  [[nodiscard]] std::size_t remaining_space() const;
-  void capture(const void* bytes, std::size_t size_bytes);
-  void capture_byte(std::uint8_t byte);
-  void capture_blank(std::size_t size_bytes);
-
   std::uint64_t position_;
   std::string file_name_;
-  std::unique_ptr<input_window> file_;  ///< let go, and so closed, when the last record was handed out
+  std::optional<input_window> file_;  ///< let go, and so closed, when the last record was handed out
   std::uint64_t frequency_;
   std::uint64_t concurrency_;
 };

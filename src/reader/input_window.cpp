@@ -16,15 +16,27 @@ void input_window::close() {
 
 bool input_window::refill() {
   if (file_ == nullptr) return false;
+  fill_from(0);
+  return end_ != 0;
+}
+
+void input_window::pull_up() {
+  if (file_ == nullptr) return;
+  const std::size_t left = end_ - next_;
+  std::memmove(buffer_.get(), &buffer_[next_], left);
+  fill_from(left);
+}
+
+/// Reads on behind the first `used_bytes` bytes of the buffer, which are the next ones to hand out.
+void input_window::fill_from(std::size_t used_bytes) {
   next_ = 0;
-  end_ = std::fread(buffer_.get(), 1, window_bytes, file_);
+  end_ = used_bytes + std::fread(&buffer_[used_bytes], 1, window_bytes - used_bytes, file_);
   if (end_ < window_bytes) {
     // The end of the file: what is left to read needs neither the file nor a whole window.
     close();
     const auto window = std::exchange(buffer_, std::make_unique_for_overwrite<std::uint8_t[]>(end_));
     std::copy_n(window.get(), end_, buffer_.get());
   }
-  return end_ != 0;
 }
 
 std::size_t input_window::read_bytes(void* to, std::size_t size_bytes) {

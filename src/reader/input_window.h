@@ -1,10 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <span>
 
 /// A small buffer that moves along an open file: the only place where bytes of a binary trace file are taken
 /// from, so that nothing can read past the end. Owns the file and closes it as soon as its last bytes are in
@@ -17,14 +19,15 @@ class input_window {
   input_window& operator=(const input_window&) = delete;
   ~input_window() { close(); }
 
-  /// The next `size_bytes` bytes, taken at once when they are all in the buffer, as they mostly are; null,
-  /// and nothing taken, when they are not. Valid until the next call.
-  const std::uint8_t* take(std::size_t size_bytes) {
-    if (end_ - next_ < size_bytes) return nullptr;
-    const std::uint8_t* const bytes = &buffer_[next_];
-    next_ += size_bytes;
-    return bytes;
+  /// The next `size_bytes` bytes, at most 4096, without taking them; fewer when the file ends before. Valid
+  /// until the next call.
+  std::span<const std::uint8_t> look_ahead(std::size_t size_bytes) {
+    if (end_ - next_ < size_bytes) pull_up();
+    return {&buffer_[next_], std::min(size_bytes, end_ - next_)};
   }
+
+  /// Takes `size_bytes` bytes, which were looked at before.
+  void skip(std::size_t size_bytes) { next_ += size_bytes; }
 
   /// Reads one byte; false at the end of the file.
   bool read_byte(std::uint8_t& byte) {
@@ -48,6 +51,8 @@ class input_window {
 
  private:
   bool refill();
+  void pull_up();
+  void fill_from(std::size_t used_bytes);
   void close();
 
   static constexpr std::size_t window_bytes = 8 * 1024;

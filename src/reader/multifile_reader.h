@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "common/text_arena.h"
+#include "reader/merge_heap.h"
+#include "reader/record_store.h"
 #include "reader/trace_reader.h"
 
 /// Merges all trace files of one run into one stream of records by ascending timestamp. Owns the readers and
@@ -25,25 +25,11 @@ class multifile_reader {
   [[nodiscard]] const std::string& concurrency() const { return concurrency_; }
 
  private:
-  /// A reader that has a current record, by its index, with that record's timestamp beside it so that
-  /// comparing two readers touches neither.
-  struct entry {
-    std::uint64_t timestamp;
-    std::size_t reader;
-  };
-
-  /// Puts the reader with the smallest timestamp at the front. There is no second key: the order that the
-  /// standard heap operations give to equal timestamps is the order of the output.
-  struct ts_reverse_ordering {
-    bool operator()(const entry& a, const entry& b) const { return a.timestamp > b.timestamp; }
-  };
-
-  void push(std::size_t reader);
-
-  text_arena texts_;
+  record_store store_;
   std::string frequency_;
   std::string concurrency_;
   /// Every usable reader; null once its file is dropped.
   std::vector<std::shared_ptr<trace_reader>> readers_;
-  std::vector<entry> heap_;
+  /// The readers that have a current record, by their index and that record's timestamp.
+  merge_heap<std::uint32_t> heap_;
 };

@@ -21,5 +21,37 @@ struct record_description {
   std::array<field_code, 5> fields;
 };
 
-/// The kinds 0 to 17, by number.
-extern const std::array<record_description, 18> record_descriptions;
+namespace record_fields {
+inline constexpr auto none = field_code::end;
+inline constexpr auto id = field_code::id;
+inline constexpr auto number = field_code::number;
+inline constexpr auto byte = field_code::byte;
+inline constexpr auto text = field_code::narrow_string;
+inline constexpr auto wide = field_code::wide_string;
+}  // namespace record_fields
+
+/// The kinds 0 to 17, by number. The nominal sizes of `definition` and `relation` differ by one from the sum
+/// of their widths; that is meant.
+inline constexpr std::array<record_description, 18> record_descriptions = [] {
+  using namespace record_fields;
+  return std::array<record_description, 18>{{
+      {"definition", 12, {byte, byte, text, byte, byte}},
+      {"api_version", 10, {byte, text, none, none, none}},
+      {"domain_createA", 18, {number, byte, text, none, none}},
+      {"domain_createW", 18, {number, byte, wide, none, none}},
+      {"id_create", 41, {number, id, none, none, none}},
+      {"id_destroy", 41, {number, id, none, none, none}},
+      {"metadata", 58, {number, id, number, byte, number}},
+      {"metadata_stringA", 57, {number, id, number, number, text}},
+      {"metadata_stringW", 57, {number, id, number, number, wide}},
+      {"relation", 67, {number, id, byte, id, none}},
+      {"string_handle_createA", 18, {number, byte, text, none, none}},
+      {"string_handle_createW", 18, {number, byte, wide, none, none}},
+      {"task_begin", 81, {number, id, id, number, number}},
+      {"task_end", 17, {number, none, none, none, none}},
+      {"task_group", 73, {number, id, id, number, none}},
+      {"region_begin", 73, {number, id, id, number, none}},
+      {"region_end", 41, {number, id, none, none, none}},
+      {"end_of_records", 9, {none, none, none, none, none}},
+  }};
+}();

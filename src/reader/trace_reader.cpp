@@ -3,9 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <utility>
 
-#include "common/text_arena.h"
 #include "reader/binary_reader_v0.h"
 #include "reader/xml_reader_v0.h"
 
@@ -23,40 +21,32 @@ bool read_header_number(std::FILE* file, std::uint64_t& number) {
 
 }  // namespace
 
-trace_reader::trace_reader(int producer, text_arena& texts) : producer_(producer), texts_(texts) {}
-
 std::shared_ptr<trace_record> trace_reader::current_and_advance() { return nullptr; }
 
 std::string trace_reader::freq() const { return {}; }
 
 std::string trace_reader::hwc() const { return {}; }
 
-void trace_reader::make_bad_record(const std::string& message) {
-  current_->kind = trace_record::bad_record;
-  current_->string = texts_.copy(message);
-}
-
 const void* trace_reader::keep_value(std::uint64_t value) {
-  char* const cell = texts_.allocate(sizeof value + 1, alignof(std::uint64_t));
+  char* const cell = store_.texts().allocate(sizeof value + 1, alignof(std::uint64_t));
   std::memcpy(cell, &value, sizeof value);
   cell[sizeof value] = '\0';
   return cell;
 }
 
-void trace_reader::start_record() {
-  // A record is usually let go before the next but one is read, so two objects take turns. One that somebody
-  // still holds is left to its holder.
-  std::shared_ptr<trace_record> fresh = std::exchange(spare_, std::move(current_));
-  if (fresh && fresh.use_count() == 1) {
-    fresh->reset();
-  } else {
-    fresh = std::make_shared<trace_record>();
-  }
-  fresh->producer = producer_;
-  current_ = std::move(fresh);
+std::shared_ptr<trace_record> trace_reader::start_record() {
+  std::shared_ptr<trace_record> record = store_.make_record();
+  record->producer = producer_;
+  return record;
 }
 
-std::shared_ptr<trace_reader> trace_reader::create_reader(const std::string& stem, int n, text_arena& texts) {
+void trace_reader::make_bad_record(trace_record& record, const char* message) {
+  record.kind = trace_record::bad_record;
+  record.string = store_.texts().copy(message);
+}
+
+std::shared_ptr<trace_reader> trace_reader::create_reader(const std::string& stem, int n,
+                                                          record_store& store) {
   const std::string file_name = stem + "." + std::to_string(n);
   std::FILE* const file = std::fopen(file_name.c_str(), "rb");
   if (file == nullptr) return nullptr;
@@ -68,10 +58,10 @@ std::shared_ptr<trace_reader> trace_reader::create_reader(const std::string& ste
     std::uint64_t frequency = 0;
     std::uint64_t concurrency = 0;
     if (read_header_number(file, frequency) && read_header_number(file, concurrency)) {
-      return std::make_shared<binary_reader_v0>(file_name, n, file, frequency, concurrency, texts);
+      return std::make_shared<binary_reader_v0>(file_name, n, file, frequency, concurrency, store);
     }
   }
   std::fclose(file);
-  if (mark == '<') return open_xml_trace(file_name, n, texts);
-  return std::make_shared<trace_reader>(n, texts);
+  if (mark == '<') return open_xml_trace(file_name, n, store);
+  return std::make_shared<trace_reader>(n, store);
 }

@@ -4,16 +4,15 @@
 #include <memory>
 #include <string>
 
+#include "reader/record_store.h"
 #include "reader/trace_record.h"
-
-class text_arena;
 
 /// Reads the trace file of one producer, record by record in file order. A plain object of this class stands
 /// for a file that is present but yields nothing: its done flag is set and it has no current record.
 class trace_reader {
  public:
-  /// `texts` keeps the texts of all records and must outlive every user of them.
-  trace_reader(int producer, text_arena& texts);
+  /// `store` is where the records and their texts come from.
+  trace_reader(int producer, record_store& store) : producer_(producer), store_(store) {}
   trace_reader(const trace_reader&) = delete;
   trace_reader& operator=(const trace_reader&) = delete;
   virtual ~trace_reader() = default;
@@ -27,27 +26,28 @@ class trace_reader {
   [[nodiscard]] virtual std::string hwc() const;
 
   /// Opens the file `<stem>.<n>` and recognises its format by its first byte. Null when there is no such file
-  /// (or an XML file without a version), a done reader when the file yields nothing, else a reader with its
-  /// first record read. Aborts when an XML file is no trace.
-  static std::shared_ptr<trace_reader> create_reader(const std::string& stem, int n, text_arena& texts);
+  /// (or an XML file without a version), a done reader when the file yields nothing, else a reader with a
+  /// current record. Aborts when an XML file is no trace.
+  static std::shared_ptr<trace_reader> create_reader(const std::string& stem, int n, record_store& store);
 
-  /// Turns the current record into a bad record with `message` as its reason.
-  void make_bad_record(const std::string& message);
-
-  [[nodiscard]] const std::shared_ptr<trace_record>& current() const { return current_; }
+  /// Whether there is a current record.
+  [[nodiscard]] bool has_current() const { return has_current_; }
+  /// Timestamp of the current record in ticks, which is known before the rest of the record is decoded.
+  [[nodiscard]] std::uint64_t timestamp() const { return timestamp_; }
+  /// True when the file yields nothing at all.
   [[nodiscard]] bool done() const { return done_; }
 
  protected:
   /// Keeps a metadata value in the arena, with a zero byte behind it for those who print it as a text.
   [[nodiscard]] const void* keep_value(std::uint64_t value);
-  /// Makes an empty record with this reader's producer the current one.
-  void start_record();
+  /// An empty record of this reader's producer.
+  [[nodiscard]] std::shared_ptr<trace_record> start_record();
+  /// Turns `record` into a bad record with `message` as its reason.
+  void make_bad_record(trace_record& record, const char* message);
 
-  std::shared_ptr<trace_record> current_;
   std::int32_t producer_;
   bool done_ = true;
-  text_arena& texts_;
-
- private:
-  std::shared_ptr<trace_record> spare_;
+  bool has_current_ = false;
+  std::uint64_t timestamp_ = 0;
+  record_store& store_;
 };

@@ -1,6 +1,5 @@
 #include "reader/trace_record.h"
 
-#include <algorithm>
 #include <iostream>
 #include <sstream>
 
@@ -13,7 +12,7 @@ void trace_record::reset() {
   id = {};
   string = nullptr;
   raw_offset = 0;
-  std::fill_n(raw.begin(), std::size_t{1} + raw[0], std::uint8_t{0});  // the rest still is zero
+  raw[0] = 0;
 }
 
 void trace_record::dump() const {

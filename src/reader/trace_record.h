@@ -35,6 +35,7 @@ class trace_record {
   /// Text, wide text, metadata value or, for a bad record, the reason. Borrowed from the arena of the run's
   /// reader: valid until the end of the run. Null when the record has none.
   const void* string = nullptr;
-  std::uint64_t raw_offset = 0;         ///< byte position in its binary file, for `dump` only
-  std::array<std::uint8_t, 255> raw{};  ///< `raw[0]` captured bytes, the bytes from `raw[1]`, for `dump` only
+  std::uint64_t raw_offset = 0;  ///< byte position in its binary file, for `dump` only
+  /// `raw[0]` captured bytes, the bytes from `raw[1]` on, for `dump` only.
+  std::array<std::uint8_t, 255> raw{};
 };

@@ -11,7 +11,6 @@
 #include <utility>
 
 #include "common/kzr_assert.h"
-#include "common/text_arena.h"
 #include "reader/record_descriptions.h"
 
 namespace {
@@ -65,17 +64,18 @@ std::uint32_t to_number_32(const char* text) {
 
 xml_reader_v0::xml_reader_v0(const std::string& file_name, int producer,
                              std::unique_ptr<xml::document> document, const std::string& frequency,
-                             const std::string& concurrency, text_arena& texts)
-    : trace_reader(producer, texts),
+                             const std::string& concurrency, record_store& store)
+    : trace_reader(producer, store),
       file_name_(file_name),
       document_(std::move(document)),
       records_(document_->elems("record")),
       frequency_(frequency),
       concurrency_(concurrency) {
   done_ = false;
+  has_current_ = true;
   if (records_.empty()) {
-    start_record();
-    make_bad_record(incomplete_record);
+    current_ = start_record();
+    make_bad(incomplete_record);
   } else {
     make_record();
   }
@@ -92,35 +92,38 @@ void xml_reader_v0::next_record() {
     make_record();
     return;
   }
+  has_current_ = false;
   current_.reset();
   records_ = {};
   document_.reset();
 }
 
 void xml_reader_v0::make_record() {
-  start_record();
+  current_ = start_record();
+  timestamp_ = 0;
   parts_.clear();
   for (const xml::element* e = records_[cursor_]->first_child(); e != nullptr && parts_.size() <= value;
        e = e->next_sibling()) {
     parts_.push_back(e);
   }
   if (parts_.size() < first_field || is_empty(parts_[0]->text())) {
-    make_bad_record(incomplete_record);
+    make_bad(incomplete_record);
     return;
   }
   current_->kind = find_kind(parts_[0]->text());
   current_->f[0] = static_cast<std::uint64_t>(current_->kind);
   if (current_->kind == trace_record::bad_record) {
-    make_bad_record(unknown_record);
+    make_bad(unknown_record);
     return;
   }
   if (is_empty(parts_[1]->text())) {
-    make_bad_record(incomplete_record);
+    make_bad(incomplete_record);
     return;
   }
-  current_->f[1] = to_number(parts_[1]->text());
+  timestamp_ = to_number(parts_[1]->text());
+  current_->f[1] = timestamp_;
   if (!read_fields()) {
-    make_bad_record(incomplete_record);
+    make_bad(incomplete_record);
     return;
   }
   if (current_->kind == metadata_kind) read_metadata_value();
@@ -144,7 +147,7 @@ bool xml_reader_v0::read_fields() {
         if (!read_id(field, record.id[k++])) return false;
         break;
       case field_code::narrow_string:
-        record.string = texts_.copy(text);
+        record.string = store_.texts().copy(text);
         break;
       case field_code::wide_string:
         if (is_empty(text)) return false;
@@ -173,7 +176,7 @@ bool xml_reader_v0::read_id(const xml::element& field, ___onx_id& id) const {
 const void* xml_reader_v0::widen(const char* text) {
   const std::size_t size = std::strlen(text);
   auto* const wide =
-      reinterpret_cast<wchar_t*>(texts_.allocate((size + 1) * sizeof(wchar_t), alignof(wchar_t)));
+      reinterpret_cast<wchar_t*>(store_.texts().allocate((size + 1) * sizeof(wchar_t), alignof(wchar_t)));
   // Bytes above 0x7F become negative values, as from the signed characters that the rest of the program sees.
   std::transform(text, text + size + 1, wide, [](char c) { return wchar_t{static_cast<signed char>(c)}; });
   return wide;
@@ -189,7 +192,8 @@ void xml_reader_v0::read_metadata_value() {
   current_->string = keep_value(number);
 }
 
-std::shared_ptr<trace_reader> open_xml_trace(const std::string& file_name, int producer, text_arena& texts) {
+std::shared_ptr<trace_reader> open_xml_trace(const std::string& file_name, int producer,
+                                             record_store& store) {
   auto document = std::make_unique<xml::document>(file_name.c_str());
   document->parse();  // what was understood of a damaged file counts
   const xml::element* const root = document->root();
@@ -197,11 +201,11 @@ std::shared_ptr<trace_reader> open_xml_trace(const std::string& file_name, int p
   const char* const version = root->get_attribute("version");
   if (is_empty(version)) return nullptr;
   if (static_cast<int>(std::strtol(version, nullptr, 10)) != 0) {
-    return std::make_shared<trace_reader>(producer, texts);
+    return std::make_shared<trace_reader>(producer, store);
   }
   const std::string frequency = root->get_attribute("ts_frequency");
   const std::string concurrency = root->get_attribute("hardware_concurrency");
   KZR_ASSERT(!frequency.empty() && !concurrency.empty(), no_header_attributes);
   return std::make_shared<xml_reader_v0>(file_name, producer, std::move(document), frequency, concurrency,
-                                         texts);
+                                         store);
 }

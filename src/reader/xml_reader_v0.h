@@ -16,7 +16,7 @@ class xml_reader_v0 : public trace_reader {
   /// Takes over `document`, which has a root. `frequency` (ticks per second) and `concurrency` (hardware
   /// threads) are the texts of the root's attributes. Reads the first record.
   xml_reader_v0(const std::string& file_name, int producer, std::unique_ptr<xml::document> document,
-                const std::string& frequency, const std::string& concurrency, text_arena& texts);
+                const std::string& frequency, const std::string& concurrency, record_store& store);
 
   std::shared_ptr<trace_record> current_and_advance() override;
   [[nodiscard]] std::string freq() const override { return frequency_; }
@@ -28,6 +28,7 @@ class xml_reader_v0 : public trace_reader {
  private:
   void next_record();
   void make_record();
+  void make_bad(const char* message) { make_bad_record(*current_, message); }
 
   [[nodiscard]] bool read_fields();
   [[nodiscard]] bool read_id(const xml::element& field, ___onx_id& id) const;
@@ -37,6 +38,7 @@ class xml_reader_v0 : public trace_reader {
   std::string file_name_;
   std::unique_ptr<xml::document> document_;  ///< let go when the last record was handed out
   std::vector<xml::element*> records_;
+  std::shared_ptr<trace_record> current_;
   std::size_t cursor_ = 0;
   std::string frequency_;
   std::string concurrency_;
@@ -47,4 +49,4 @@ class xml_reader_v0 : public trace_reader {
 /// Parses the file and opens it as a trace: a reader with its first record read, a plain done reader when the
 /// version is not 0, or null when there is no version. Aborts when the document is no trace
 /// or lacks the frequency or the concurrency.
-std::shared_ptr<trace_reader> open_xml_trace(const std::string& file_name, int producer, text_arena& texts);
+std::shared_ptr<trace_reader> open_xml_trace(const std::string& file_name, int producer, record_store& store);

@@ -7,7 +7,6 @@
 #include <numeric>
 #include <optional>
 
-#include "common/text_arena.h"
 #include "support/recorded.h"
 #include "support/scratch_directory.h"
 
@@ -26,7 +25,7 @@ class binary_reader_test : public testing::Test {
  protected:
   std::shared_ptr<trace_reader> open(const std::string& bytes) {
     write_file(directory_ / "_kzr.5", bytes);
-    return trace_reader::create_reader(directory_ / "_kzr", 5, texts_);
+    return trace_reader::create_reader(directory_ / "_kzr", 5, store_);
   }
   /// All records of a file, up to the end record or the first bad one.
   std::vector<record_pointer> records(const std::string& bytes) {
@@ -34,12 +33,12 @@ class binary_reader_test : public testing::Test {
     const std::shared_ptr<trace_reader> reader = open(bytes);
     do {
       all.push_back(reader->current_and_advance());
-    } while (reader->current() && all.back()->kind < trace_record::end_of_records);
+    } while (reader->has_current() && all.back()->kind < trace_record::end_of_records);
     return all;
   }
 
   scratch_directory directory_;
-  text_arena texts_;
+  record_store store_;
 };
 
 constexpr kzr::object_id first{1, 2, 3};
@@ -160,7 +159,7 @@ TEST_F(binary_reader_test, knows_no_kinds_from_18) {
     EXPECT_EQ(bad->f[1], 77u);
     EXPECT_EQ(reader->current_and_advance()->f[1], 78u);  // it reads on behind the damage
     EXPECT_EQ(reader->current_and_advance(), nullptr);
-    EXPECT_EQ(reader->current(), nullptr);
+    EXPECT_FALSE(reader->has_current());
   }
 }
 
@@ -247,7 +246,7 @@ TEST_F(binary_reader_test, hands_out_records_that_stay_as_they_are) {
 
 TEST_F(binary_reader_test, is_chosen_by_the_first_byte) {
   const std::string numbers = little_endian(18446744073709551615u) + little_endian(12);
-  EXPECT_EQ(trace_reader::create_reader(directory_ / "_kzr", 6, texts_), nullptr);
+  EXPECT_EQ(trace_reader::create_reader(directory_ / "_kzr", 6, store_), nullptr);
   for (const std::string& bytes : {std::string(), std::string("Z"), std::string("B") + numbers,
                                    std::string("a12345"), std::string("A12345678"), std::string("\0A", 2)}) {
     const std::shared_ptr<trace_reader> reader = open(bytes);

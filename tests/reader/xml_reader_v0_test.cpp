@@ -9,7 +9,6 @@
 #include <string>
 #include <utility>
 
-#include "common/text_arena.h"
 #include "support/recorded.h"
 #include "support/scratch_directory.h"
 
@@ -21,7 +20,7 @@ class xml_reader_test : public testing::Test {
  protected:
   std::shared_ptr<trace_reader> opened(const std::string& characters) {
     write_file(directory_ / "_kzr.3", characters);
-    return open_xml_trace(directory_ / "_kzr.3", 3, texts_);
+    return open_xml_trace(directory_ / "_kzr.3", 3, store_);
   }
   /// A reader of records with these contents.
   std::shared_ptr<trace_reader> reading(std::initializer_list<std::string> contents) {
@@ -35,7 +34,7 @@ class xml_reader_test : public testing::Test {
 
  private:
   scratch_directory directory_;
-  text_arena texts_;
+  record_store store_;
 };
 using xml_reader_death_test = xml_reader_test;
 
@@ -65,7 +64,7 @@ TEST_F(xml_reader_test, gives_the_reason_of_a_damaged_record_and_stays_there) {
       EXPECT_STREQ(record->narrow_string(), reason);
     }
   }
-  EXPECT_STREQ(reading({})->current()->narrow_string(), "incomplete record");
+  EXPECT_STREQ(reading({})->current_and_advance()->narrow_string(), "incomplete record");
 }
 
 TEST_F(xml_reader_test, reads_leading_digits_of_numbers) {
@@ -165,18 +164,18 @@ TEST_F(xml_reader_death_test, aborts_when_the_document_is_no_trace) {
 }
 
 TEST_F(xml_reader_test, reads_every_prefix_up_to_its_last_whole_record) {
-  const std::string record = "<record><k>task_end</k><t>1</t><f>7</f></record>\n";
-  const std::string whole = header + record + record + "</trace>";
+  const std::string element = "<record><k>task_end</k><t>1</t><f>7</f></record>\n";
+  const std::string whole = header + element + element + "</trace>";
   const std::size_t first_field = whole.find("<f>7") + 4;  // where the first record has all that it needs
   for (std::size_t kept = std::string(header).size() - 2; kept < whole.size(); ++kept) {
     SCOPED_TRACE(kept);
     const auto reader = opened(whole.substr(0, kept));
     std::size_t good = 0;
-    while (reader->current() && reader->current()->kind != trace_record::bad_record) {
-      reader->current_and_advance();
+    for (auto record = reader->current_and_advance(); record && record->kind != trace_record::bad_record;
+         record = reader->current_and_advance()) {
       ++good;
     }
-    EXPECT_EQ(good, (kept >= first_field ? 1u : 0u) + (kept >= first_field + record.size() ? 1u : 0u));
+    EXPECT_EQ(good, (kept >= first_field ? 1u : 0u) + (kept >= first_field + element.size() ? 1u : 0u));
   }
 }
 

@@ -8,7 +8,6 @@
 #include <thread>
 #include <vector>
 
-#include "common/text_arena.h"
 #include "reader/multifile_reader.h"
 #include "reader/trace_reader.h"
 #include "support/recorded.h"
@@ -56,8 +55,8 @@ std::string every_kind(trace_form form) {
 std::vector<std::string> read_back(const std::string& bytes) {
   const scratch_directory scratch;
   write_file(scratch / "_kzr.0", bytes);
-  text_arena texts;
-  const auto reader = trace_reader::create_reader(scratch / "_kzr", 0, texts);
+  record_store store;
+  const auto reader = trace_reader::create_reader(scratch / "_kzr", 0, store);
   std::vector<std::string> lines = {reader->freq() + " " + reader->hwc()};
   while (const auto record = reader->current_and_advance()) {
     std::string line = std::to_string(record->kind);
@@ -144,8 +143,8 @@ TEST(trace_recorder, keeps_every_record_of_every_thread_and_defines_before_use) 
       ASSERT_FALSE(recorder.failed());
       for (int number = 0; number < 8;
            ++number) {  // complete before the recorder goes, as the threads are gone
-        text_arena texts;
-        const auto reader = trace_reader::create_reader(stem, number, texts);
+        record_store store;
+        const auto reader = trace_reader::create_reader(stem, number, store);
         ASSERT_NE(reader, nullptr);
         std::int32_t last_kind = -1;
         while (const auto record = reader->current_and_advance()) last_kind = record->kind;
