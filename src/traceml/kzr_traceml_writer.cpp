@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::string_view unknown = "unknown";
 constexpr std::string_view omp_parallel_region = "omp_parallel_region";
+constexpr char end_of_line[] = "/>\n";
 constexpr std::size_t longest_kept_tail = 1024;
 
 /// The node that a task on `symbol` runs; null when the symbol has none.
@@ -35,55 +36,57 @@ kzr_traceml_writer::~kzr_traceml_writer() {
 
 namespace {
 
-/// The start of a line, whose length is bounded: put together without a check for every piece.
-class line_start {
- public:
-  template <std::size_t Size>
-  void put(const char (&text)[Size]) {
-    std::memcpy(end_, text, Size - 1);
-    end_ += Size - 1;
-  }
-  /// For names of elements.
-  void put_name(std::string_view name) { end_ += name.copy(end_, name.size()); }
-  template <class Number>
-  void put_number(Number number) {
-    end_ = std::to_chars(end_, bytes_.data() + bytes_.size(), number).ptr;
-  }
-  [[nodiscard]] std::string_view text() const { return {bytes_.data(), end_}; }
-
- private:
-  std::array<char, 128> bytes_;
-  char* end_ = bytes_.data();
-};
-
-line_start start_of(std::string_view element, std::uint64_t ts, int tid) {
-  line_start start;
-  start.put("<");
-  start.put_name(element);
-  start.put(" ts=\"");
-  start.put_number(ts);
-  start.put("\" tid=\"");
-  start.put_number(tid);
-  start.put("\"");
-  return start;
+template <std::size_t Size>
+char* append_text(char* to, const char (&text)[Size]) {
+  std::memcpy(to, text, Size - 1);
+  return to + Size - 1;
 }
+
+/// Most threads and processors have one digit.
+template <class Number>
+char* append_digits(char* to, Number number) {
+  constexpr std::size_t most_digits = 20;
+  if (number >= 0 && number <= 9) {
+    *to = static_cast<char>('0' + number);
+    return to + 1;
+  }
+  return std::to_chars(to, to + most_digits, number).ptr;
+}
+
+/// The longest that append_start() and append_task_start() write.
+constexpr std::size_t longest_start = 112;
 
 }  // namespace
 
+char* kzr_traceml_writer::append_start(char* to, std::string_view element, std::uint64_t ts, int tid) {
+  *to++ = '<';
+  to += element.copy(to, element.size());
+  to = append_text(to, " ts=\"");
+  to = timestamps_.append(to, ts);
+  to = append_text(to, "\" tid=\"");
+  to = append_digits(to, tid);
+  return append_text(to, "\"");
+}
+
+char* kzr_traceml_writer::append_task_start(char* to, std::uint64_t ts, int tid, unsigned long cid) {
+  to = append_start(to, "task_begin", ts, tid);
+  to = append_text(to, " cid=\"");
+  to = append_digits(to, cid);
+  return append_text(to, "\"");
+}
+
 void kzr_traceml_writer::start_line(std::string_view element, std::uint64_t ts, int tid) {
-  line_ = start_of(element, ts, tid).text();
+  std::array<char, longest_start> start;
+  line_.assign(start.data(), append_start(start.data(), element, ts, tid));
 }
 
 void kzr_traceml_writer::start_task_line(std::uint64_t ts, int tid, unsigned long cid) {
-  line_start start = start_of("task_begin", ts, tid);
-  start.put(" cid=\"");
-  start.put_number(cid);
-  start.put("\"");
-  line_ = start.text();
+  std::array<char, longest_start> start;
+  line_.assign(start.data(), append_task_start(start.data(), ts, tid, cid));
 }
 
 void kzr_traceml_writer::finish_line(std::uint64_t ts) {
-  line_ += "/>\n";
+  line_ += end_of_line;
   file_.write_line(line_);
   last_timestamp_ = ts;
 }
@@ -206,21 +209,33 @@ void kzr_traceml_writer::user_event(std::uint64_t ts, int tid, unsigned long des
 
 void kzr_traceml_writer::task_begin(std::uint64_t ts, int tid, const std::shared_ptr<kzr_symbol>& symbol,
                                     unsigned long marker, unsigned long cid, std::string_view stream) {
-  start_task_line(ts, tid, cid);
-  const std::uint64_t spread = spread_bits(symbol_list::position_of(symbol.get()) + marker);
-  task_tail& tail = task_tails_[spread % task_tails_.size()];
-  if (tail.text.empty() || tail.symbol != symbol.get() || tail.marker != marker || tail.stream != stream) {
-    const std::size_t start = line_.size();
-    add_task(symbol.get(), marker);
-    add_text("stream", stream);
-    tail = {symbol.get(), marker, std::string(stream), line_.substr(start)};
-    // A few nodes deep inside others have ids of any length; theirs are not worth the room.
-    if (tail.text.size() > longest_kept_tail) tail.text = {};
+  const std::string& tail = tail_of_task(symbol.get(), marker, stream);
+  if (longest_start + tail.size() <= line_file::place_bytes) {
+    char* const start_end = append_task_start(file_.place(), ts, tid, cid);
+    file_.write_placed(start_end + tail.copy(start_end, tail.size()));
   } else {
-    line_ += tail.text;
+    start_task_line(ts, tid, cid);
+    line_ += tail;
+    file_.write_line(line_);
   }
-  finish_line(ts);
+  last_timestamp_ = ts;
   open_task(tid);
+}
+
+const std::string& kzr_traceml_writer::tail_of_task(kzr_symbol* symbol, unsigned long marker,
+                                                    std::string_view stream) {
+  const std::uint64_t spread = spread_bits(symbol_list::position_of(symbol) + marker);
+  task_tail& tail = task_tails_[spread % task_tails_.size()];
+  // A few nodes deep inside others have ids of any length; theirs are not worth the room.
+  if (tail.text.size() > longest_kept_tail) tail.text = {};
+  if (tail.text.empty() || tail.symbol != symbol || tail.marker != marker || tail.stream != stream) {
+    line_.clear();
+    add_task(symbol, marker);
+    add_text("stream", stream);
+    line_ += end_of_line;
+    tail = {symbol, marker, std::string(stream), line_};
+  }
+  return tail.text;
 }
 
 void kzr_traceml_writer::add_task(kzr_symbol* symbol, unsigned long marker) {
@@ -245,8 +260,8 @@ void kzr_traceml_writer::task_end(std::uint64_t ts, int tid) {
     return;
   }
   --open_tasks_[thread];
-  start_line("task_end", ts, tid);
-  finish_line(ts);
+  file_.write_placed(append_text(append_start(file_.place(), "task_end", ts, tid), end_of_line));
+  last_timestamp_ = ts;
 }
 
 void kzr_traceml_writer::omp_parallel_region_begin(std::uint64_t ts, int tid,

@@ -9,6 +9,7 @@
 
 #include "model/kzr_data_manager.h"
 #include "traceml/line_file.h"
+#include "traceml/timestamp_digits.h"
 
 /// Writes the timeline of a run as one TraceML document: the head at once, then one line per event in the
 /// order of the calls. Timestamps are in ticks, thread ids are the numbers of trace files, never negative.
@@ -75,6 +76,10 @@ class kzr_traceml_writer {
                            unsigned long kind, unsigned long cid, std::string_view stream);
 
  private:
+  /// Write the start of a line to `to` and return where it ends.
+  char* append_start(char* to, std::string_view element, std::uint64_t ts, int tid);
+  char* append_task_start(char* to, std::uint64_t ts, int tid, unsigned long cid);
+
   void start_line(std::string_view element, std::uint64_t ts, int tid);
   void start_task_line(std::uint64_t ts, int tid, unsigned long cid);
   void finish_line(std::uint64_t ts);
@@ -90,9 +95,11 @@ class kzr_traceml_writer {
                   const graph_symbol* graph);
   void add_sequence_number(std::string_view name);
   void add_task(kzr_symbol* symbol, unsigned long marker);
+  /// What stands behind the numbers of a task's begin, up to the end of the line. Valid until the next call.
+  const std::string& tail_of_task(kzr_symbol* symbol, unsigned long marker, std::string_view stream);
 
-  /// What stands behind the numbers of a task's begin. Runs have few nodes and many tasks, and ids do not
-  /// change any more once events are written.
+  /// A tail that is kept: runs have few nodes and many tasks, and ids do not change any more once events are
+  /// written.
   struct task_tail {
     const kzr_symbol* symbol = nullptr;
     unsigned long marker = 0;
@@ -102,6 +109,7 @@ class kzr_traceml_writer {
 
   kzr_data_manager& dm_;
   line_file file_;
+  timestamp_digits timestamps_;
   /// By thread id: how many tasks are open.
   std::vector<std::uint64_t> open_tasks_;
   std::uint64_t last_timestamp_ = 0;

@@ -49,21 +49,35 @@ bool append_newlines(int file, std::uint64_t from, std::uint64_t to) {
   return true;
 }
 
-constexpr std::size_t block_bytes = 32;
-constexpr std::size_t image_bytes = 8 * block_bytes;
-
 #ifdef __x86_64__
 bool can_store_together() {
   static const bool has_avx = __builtin_cpu_supports("avx") != 0;
   return has_avx;
 }
 
-/// Copies `image_bytes` bytes; both addresses are multiples of `block_bytes`, since a block that lies across
-/// two pages takes its time. A kill takes effect between two instructions that leave the processor in
-/// different cycles. So everything is in registers before the first store, and a chain of multiplications,
-/// which begins with the last block to arrive and whose result nobody uses, keeps the stores from leaving
-/// until all of them are ready: then they leave together. Assembly, because no compiler may come in between.
-void store_together(char* to, const char* from) {
+// A kill takes effect between two instructions that leave the processor in different cycles. So all blocks of
+// 32 bytes are in registers before the first store, and a chain of multiplications, which begins with the
+// last block to arrive and whose result nobody uses, keeps the stores from leaving until all of them are
+// ready: then they leave together. Assembly, because no compiler may come in between. Both addresses are
+// multiples of 32, since a block that lies across two pages takes its time.
+
+/// Copies 128 bytes.
+void store_4_together(char* to, const char* from) {
+  asm volatile(
+      "vmovdqa (%[from]), %%ymm0\n vmovdqa %%ymm0, %%ymm8\n"
+      ".irp block, 1, 2, 3\n vmovdqa 32*\\block(%[from]), %%ymm\\block\n .endr\n"
+      ".irp block, 1, 2, 3\n vxorps %%ymm\\block, %%ymm8, %%ymm8\n .endr\n"
+      "vmovq %%xmm8, %%rax\n .rept 12\n imul %%rax, %%rax\n .endr\n"
+      ".irp block, 0, 1, 2, 3\n vmovdqa %%ymm\\block, 32*\\block(%[to])\n .endr\n"
+      "vzeroupper"
+      :
+      : [to] "r"(to), [from] "r"(from)
+      : "memory", "cc", "rax", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9",
+        "xmm10", "xmm11", "xmm12", "xmm13", "xmm14", "xmm15");
+}
+
+/// Copies 256 bytes.
+void store_8_together(char* to, const char* from) {
   asm volatile(
       "vmovdqa (%[from]), %%ymm0\n vmovdqa %%ymm0, %%ymm8\n"
       ".irp block, 1, 2, 3, 4, 5, 6, 7\n vmovdqa 32*\\block(%[from]), %%ymm\\block\n .endr\n"
@@ -78,26 +92,13 @@ void store_together(char* to, const char* from) {
 }
 #else
 bool can_store_together() { return false; }
-void store_together(char* to, const char* from) { std::memcpy(to, from, image_bytes); }
+void store_4_together(char* to, const char* from) { std::memcpy(to, from, 128); }
+void store_8_together(char* to, const char* from) { std::memcpy(to, from, 256); }
 #endif
 
-/// Puts `line` to offset `at` of `window`, which is `size_bytes` long and holds newlines from there on. This
-/// is the only instant at which the file can hold a part of a line.
-void place_line(char* window, std::uint64_t at, std::uint64_t size_bytes, std::string_view line) {
-  const std::size_t lead = at % block_bytes;
-  char* const blocks = window + (at - lead);
-  // A page fault of the line's last page, if there is to be one, comes before the line and not within it.
-  *const_cast<volatile char*>(window + at + line.size() - 1) = '\n';
-  if (can_store_together() && lead + line.size() <= image_bytes && at - lead + image_bytes <= size_bytes) {
-    alignas(block_bytes) std::array<char, image_bytes> image;
-    image.fill('\n');
-    std::memcpy(image.data(), blocks, block_bytes);
-    std::memcpy(image.data() + lead, line.data(), line.size());
-    store_together(blocks, image.data());
-  } else {
-    std::memcpy(window + at, line.data(), line.size());
-  }
-}
+/// A page fault of the last page of a line that ends at `end`, if there is to be one, comes before the line
+/// and not within it.
+void touch_end(char* end) { const_cast<volatile char*>(end)[-1] = '\n'; }
 
 }  // namespace
 
@@ -114,12 +115,43 @@ void line_file::write_plain(std::string_view text) {
 
 void line_file::write_line(std::string_view line) {
   if (line.empty() || !is_open()) return;
-  if (line.size() <= window_end_ - length_ || make_room(line.size())) {
-    place_line(window_, length_ - window_begin_, window_end_ - window_begin_, line);
+  if (line.size() <= place_bytes) {
+    char* const start = place();
+    std::memcpy(start, line.data(), line.size());
+    write_placed(start + line.size());
+  } else if (has_room(line.size() + image_bytes) || make_room(line.size() + image_bytes)) {
+    char* const start = window_ + (length_ - window_begin_);
+    touch_end(start + line.size());
+    std::memcpy(start, line.data(), line.size());
     length_ += line.size();
+    load_lead();
   } else {
     write_through(line);
   }
+}
+
+// This is the only place, with the copy of a long line above, where the file can hold a part of a line for an
+// instant.
+void line_file::write_placed(const char* end) {
+  const std::string_view line(place(), end);
+  if (!is_open()) return;
+  if (!has_room(image_bytes) && !make_room(image_bytes)) return write_through(line);
+  char* const blocks = window_ + (length_ - lead() - window_begin_);
+  const std::size_t used_bytes = lead() + line.size();
+  if (can_store_together()) {
+    std::memset(image_.data() + used_bytes, '\n', 4 * block_bytes);
+    touch_end(blocks + used_bytes);
+    if (used_bytes <= 4 * block_bytes) {
+      store_4_together(blocks, image_.data());
+    } else {
+      store_8_together(blocks, image_.data());
+    }
+  } else {
+    touch_end(blocks + used_bytes);
+    std::memcpy(blocks + lead(), line.data(), line.size());
+  }
+  length_ += line.size();
+  std::memcpy(image_.data(), image_.data() + used_bytes / block_bytes * block_bytes, block_bytes);
 }
 
 void line_file::close() {
@@ -152,7 +184,15 @@ bool line_file::move_window(std::size_t size_bytes) {
   window_begin_ = begin;
   window_end_ = end;
   // All pages at once cost less than a fault for each. Kernels before 5.14 do not know the request.
-  return ::madvise(window_, end - begin, MADV_POPULATE_WRITE) == 0 || errno == EINVAL;
+  if (::madvise(window_, end - begin, MADV_POPULATE_WRITE) != 0 && errno != EINVAL) return false;
+  load_lead();
+  return true;
+}
+
+/// Takes what the file holds of the next line's first block into the image, where the line itself may stand
+/// already.
+void line_file::load_lead() {
+  std::memcpy(image_.data(), window_ + (length_ - lead() - window_begin_), lead());
 }
 
 void line_file::write_through(std::string_view text) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -29,11 +30,27 @@ class line_file {
   /// where mapping is not to be had. A line for which there is no room is left out whole and closes the file.
   void write_line(std::string_view line);
 
+  /// Where the next line can be put together, up to `place_bytes` of it, so that write_placed() need not copy
+  /// it there. Valid until the next call of any other operation.
+  static constexpr std::size_t place_bytes = 224;
+  [[nodiscard]] char* place() { return image_.data() + lead(); }
+
+  /// The same as write_line() for the line between place() and `end`, which must not be empty.
+  void write_placed(const char* end);
+
   /// Cuts the file to its true length and closes it. Once closed, everything is a no-op.
   void close();
 
  private:
+  static constexpr std::size_t block_bytes = 32;
+  static constexpr std::size_t image_bytes = 8 * block_bytes;
+
+  /// How many bytes of the file belong to the block in which the next line begins.
+  [[nodiscard]] std::size_t lead() const { return length_ % block_bytes; }
+
+  [[nodiscard]] bool has_room(std::size_t size_bytes) const { return size_bytes <= window_end_ - length_; }
   bool make_room(std::size_t size_bytes);
+  void load_lead();
   bool move_window(std::size_t size_bytes);
   void write_through(std::string_view text);
   void unmap_window();
@@ -47,4 +64,7 @@ class line_file {
   std::uint64_t window_begin_ = 0;
   std::uint64_t window_end_ = 0;
   char* window_ = nullptr;
+  /// The blocks of the next line as they will stand in the window: the end of the line before, the line, and
+  /// newlines.
+  alignas(block_bytes) std::array<char, image_bytes + 4 * block_bytes> image_;
 };
