@@ -1,6 +1,9 @@
 #include "processor/event_list.h"
 
 #include <cstring>
+#include <new>
+
+#include "common/huge_pages.h"
 
 namespace {
 
@@ -45,11 +48,23 @@ std::uint64_t join(const std::uint32_t* halves) {
 
 }  // namespace
 
+void event_list::add_block() {
+  // From 8 MiB on the list grows by whole huge pages: what is left unused of the last one then counts for
+  // little.
+  constexpr std::size_t small_block_bytes = 64 * 1024;
+  constexpr std::size_t blocks_before_huge_pages = 128;
+  const bool is_small = blocks_.size() < blocks_before_huge_pages;
+  const std::size_t size_bytes = is_small ? small_block_bytes : huge_page_bytes;
+  void* const words = is_small ? std::malloc(size_bytes) : allocate_huge_pages(size_bytes);
+  if (words == nullptr) throw std::bad_alloc();
+  blocks_.push_back({{static_cast<std::uint32_t*>(words), {}}, nullptr});
+  next_ = blocks_.back().words.get();
+  room_end_ = next_ + size_bytes / sizeof *next_;
+}
+
 void event_list::append(const timeline_event& event) {
   if (static_cast<std::size_t>(room_end_ - next_) < max_event_words) {
-    blocks_.push_back({std::make_unique_for_overwrite<std::uint32_t[]>(block_words), nullptr});
-    next_ = blocks_.back().words.get();
-    room_end_ = next_ + block_words;
+    add_block();
   }
   std::uint64_t elapsed = event.time - last_time_;
   if (elapsed > UINT32_MAX) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -50,7 +51,6 @@ class event_list {
   }
 
  private:
-  static constexpr std::size_t block_words = 16 * 1024;
   /// A jump in time and an event of the longer kind.
   static constexpr std::size_t max_event_words = 12;
 
@@ -68,9 +68,15 @@ class event_list {
 
   [[nodiscard]] std::uint32_t domain_index(std::uint64_t domain);
 
+  struct free_deleter {
+    void operator()(std::uint32_t* words) const { std::free(words); }
+  };
+
+  void add_block();
+
   /// Where the words of a block end; an event never goes over two blocks.
   struct block {
-    std::unique_ptr<std::uint32_t[]> words;
+    std::unique_ptr<std::uint32_t[], free_deleter> words;
     const std::uint32_t* end;
   };
 
