@@ -11,11 +11,16 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace {
 
-/// Below 256 KiB the system calls that move the window show; above it only the memory grows.
-constexpr std::uint64_t window_bytes = std::uint64_t{256} * 1024;
+/// What a short run has to write only to cut it off again.
+constexpr std::uint64_t first_window_bytes = std::uint64_t{256} * 1024;
+/// Below 1 MiB the hand-over between the threads shows; above it only the memory grows.
+constexpr std::uint64_t window_bytes = std::uint64_t{1024} * 1024;
+
+const auto page_bytes = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
 
 /// Opens the output for reading too, which a shared mapping needs. A pipe or device, and a file that may only
 /// be written, is opened for writing alone; a named pipe then waits for its reader.
@@ -106,7 +111,7 @@ line_file::line_file(const std::string& path)
     : file_(open_output(path)), mappable_(is_open() && keeps_blocks_in_place(file_)) {}
 
 void line_file::write_plain(std::string_view text) {
-  if (window_ != nullptr) {
+  if (window_.bytes != nullptr) {
     write_line(text);
   } else {
     write_through(text);
@@ -120,7 +125,7 @@ void line_file::write_line(std::string_view line) {
     std::memcpy(start, line.data(), line.size());
     write_placed(start + line.size());
   } else if (has_room(line.size() + image_bytes) || make_room(line.size() + image_bytes)) {
-    char* const start = window_ + (length_ - window_begin_);
+    char* const start = window_.bytes + (length_ - window_.begin);
     touch_end(start + line.size());
     std::memcpy(start, line.data(), line.size());
     length_ += line.size();
@@ -136,7 +141,7 @@ void line_file::write_placed(const char* end) {
   const std::string_view line(place(), end);
   if (!is_open()) return;
   if (!has_room(image_bytes) && !make_room(image_bytes)) return write_through(line);
-  char* const blocks = window_ + (length_ - lead() - window_begin_);
+  char* const blocks = window_.bytes + (length_ - lead() - window_.begin);
   const std::size_t used_bytes = lead() + line.size();
   if (can_store_together()) {
     std::memset(image_.data() + used_bytes, '\n', 4 * block_bytes);
@@ -169,30 +174,63 @@ bool line_file::make_room(std::size_t size_bytes) {
 }
 
 bool line_file::move_window(std::size_t size_bytes) {
-  static const auto page_bytes = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+  const bool is_first = window_.bytes == nullptr;
+  std::uint64_t file_end = is_first ? length_ : window_.end;
+  if (next_window_.valid()) {
+    const window next = next_window_.get();
+    if (next.bytes == nullptr) return false;
+    if (next.begin <= length_ && length_ + size_bytes <= next.end) {
+      make_next_window(std::exchange(window_, next));
+      load_lead();
+      return true;
+    }
+    file_end = next.end;
+    unmap(next);
+  }
   const std::uint64_t begin = length_ / page_bytes * page_bytes;
   const std::uint64_t pages = (length_ + size_bytes - begin + page_bytes - 1) / page_bytes;
-  const std::uint64_t end = begin + std::max(window_bytes, pages * page_bytes);
-  // Writing the newlines takes the blocks before they are mapped, and the file never ends in anything else
-  // (blocks that are merely reserved read as zeros until they are filled).
-  if (!append_newlines(file_, window_end_, end)) return false;
-  unmap_window();
-  void* const mapped =
-      ::mmap(nullptr, end - begin, PROT_READ | PROT_WRITE, MAP_SHARED, file_, static_cast<off_t>(begin));
-  if (mapped == MAP_FAILED) return false;
-  window_ = static_cast<char*>(mapped);
-  window_begin_ = begin;
-  window_end_ = end;
-  // All pages at once cost less than a fault for each. Kernels before 5.14 do not know the request.
-  if (::madvise(window_, end - begin, MADV_POPULATE_WRITE) != 0 && errno != EINVAL) return false;
+  const std::uint64_t usual_bytes = is_first ? first_window_bytes : window_bytes;
+  const std::uint64_t end = std::max(begin + std::max(usual_bytes, pages * page_bytes), file_end);
+  window_ = make_window(file_, window_, begin, file_end, end);
+  if (window_.bytes == nullptr) return false;
+  if (!is_first) make_next_window({});
   load_lead();
   return true;
+}
+
+/// Maps the part of `file` from `begin` to `end` after unmapping `old`. Up to `newlines_from` the file is
+/// there.
+line_file::window line_file::make_window(int file, const window& old, std::uint64_t begin,
+                                         std::uint64_t newlines_from, std::uint64_t end) {
+  unmap(old);
+  // Writing the newlines takes the blocks before they are mapped, and the file never ends in anything else
+  // (blocks that are merely reserved read as zeros until they are filled).
+  if (!append_newlines(file, newlines_from, end)) return {};
+  void* const mapped =
+      ::mmap(nullptr, end - begin, PROT_READ | PROT_WRITE, MAP_SHARED, file, static_cast<off_t>(begin));
+  if (mapped == MAP_FAILED) return {};
+  const window made{static_cast<char*>(mapped), begin, end};
+  // All pages at once cost less than a fault for each. Kernels before 5.14 do not know the request.
+  if (::madvise(mapped, end - begin, MADV_POPULATE_WRITE) == 0 || errno == EINVAL) return made;
+  unmap(made);
+  return {};
+}
+
+void line_file::unmap(const window& old) {
+  if (old.bytes != nullptr) ::munmap(old.bytes, old.end - old.begin);
+}
+
+/// Has the window behind the current one made. It overlaps by a page, in which the text of the current one
+/// will end. Without another thread it is made when it is asked for.
+void line_file::make_next_window(const window& old) {
+  next_window_ = std::async(std::launch::async | std::launch::deferred, make_window, file_, old,
+                            window_.end - page_bytes, window_.end, window_.end + window_bytes);
 }
 
 /// Takes what the file holds of the next line's first block into the image, where the line itself may stand
 /// already.
 void line_file::load_lead() {
-  std::memcpy(image_.data(), window_ + (length_ - lead() - window_begin_), lead());
+  std::memcpy(image_.data(), window_.bytes + (length_ - lead() - window_.begin), lead());
 }
 
 void line_file::write_through(std::string_view text) {
@@ -208,17 +246,11 @@ void line_file::write_through(std::string_view text) {
       close();
     }
   }
-  window_end_ = length_;
-}
-
-void line_file::unmap_window() {
-  if (window_ != nullptr) ::munmap(window_, window_end_ - window_begin_);
-  window_ = nullptr;
 }
 
 void line_file::drop_window() {
-  unmap_window();
-  window_end_ = length_;
+  if (next_window_.valid()) unmap(next_window_.get());
+  unmap(std::exchange(window_, {}));
   // Pipes and devices refuse both calls, and have no tail to lose.
   if (::ftruncate(file_, static_cast<off_t>(length_)) == 0) {
     ::lseek(file_, static_cast<off_t>(length_), SEEK_SET);

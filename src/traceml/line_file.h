@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <future>
 #include <string>
 #include <string_view>
 
@@ -48,22 +49,34 @@ class line_file {
   /// How many bytes of the file belong to the block in which the next line begins.
   [[nodiscard]] std::size_t lead() const { return length_ % block_bytes; }
 
-  [[nodiscard]] bool has_room(std::size_t size_bytes) const { return size_bytes <= window_end_ - length_; }
+  /// A part of the file that is mapped, in file offsets; nothing when `bytes` is null.
+  struct window {
+    char* bytes = nullptr;
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0;
+  };
+
+  static window make_window(int file, const window& old, std::uint64_t begin, std::uint64_t newlines_from,
+                            std::uint64_t end);
+  static void unmap(const window& old);
+
+  [[nodiscard]] bool has_room(std::size_t size_bytes) const {
+    return window_.bytes != nullptr && length_ + size_bytes <= window_.end;
+  }
   bool make_room(std::size_t size_bytes);
-  void load_lead();
   bool move_window(std::size_t size_bytes);
+  void make_next_window(const window& old);
+  void load_lead();
   void write_through(std::string_view text);
-  void unmap_window();
   void drop_window();
 
   int file_ = -1;
   bool mappable_ = false;
   std::uint64_t length_ = 0;  // true length of the file; all bytes behind it are newlines
-  // The part of the file that is mapped, in file offsets. The file ends where the window does; without a
-  // window window_end_ equals length_.
-  std::uint64_t window_begin_ = 0;
-  std::uint64_t window_end_ = 0;
-  char* window_ = nullptr;
+  window window_;
+  /// The window behind that one, which another thread makes meanwhile, once a run is long enough for a second
+  /// one. The file ends where the last window does.
+  std::future<window> next_window_;
   /// The blocks of the next line as they will stand in the window: the end of the line before, the line, and
   /// newlines.
   alignas(block_bytes) std::array<char, image_bytes + 4 * block_bytes> image_;
