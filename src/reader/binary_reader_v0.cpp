@@ -24,10 +24,10 @@ binary_reader_v0::binary_reader_v0(const std::string& file_name, int producer, s
                                    unsigned long frequency, unsigned long concurrency, record_store& store)
     : trace_reader(producer, store),
       position_(header_bytes),
-      file_name_(file_name),
       file_(file),
       frequency_(frequency),
-      concurrency_(concurrency) {
+      concurrency_(concurrency),
+      file_name_(file_name) {
   done_ = false;
   has_current_ = true;
   look_ahead();

@@ -41,8 +41,8 @@ class binary_reader_v0 : public trace_reader {
   [[nodiscard]] const char* read_text(std::size_t length, std::size_t& arrived);
 
   std::uint64_t position_;
-  std::string file_name_;
   std::optional<input_window> file_;  ///< let go, and so closed, when the last record was handed out
   std::uint64_t frequency_;
   std::uint64_t concurrency_;
+  std::string file_name_;
 };

@@ -32,16 +32,17 @@ class merge_heap {
     if (size > 0) {
       // The gap at the front moves down to a leaf along the smaller children, the right one of equals; then
       // the last entry moves up from there.
+      entry* const entries = entries_.data();
       std::size_t gap = 0;
       while (2 * gap + 2 < size) {
         const std::size_t right = 2 * gap + 2;
         const std::size_t smaller =
-            right - static_cast<std::size_t>(entries_[right].timestamp > entries_[right - 1].timestamp);
-        entries_[gap] = entries_[smaller];
+            right - static_cast<std::size_t>(entries[right].timestamp > entries[right - 1].timestamp);
+        entries[gap] = entries[smaller];
         gap = smaller;
       }
       if (2 * gap + 1 < size) {
-        entries_[gap] = entries_[2 * gap + 1];
+        entries[gap] = entries[2 * gap + 1];
         gap = 2 * gap + 1;
       }
       move_up(gap, last);
@@ -57,11 +58,12 @@ class merge_heap {
 
   /// Puts `moving` to `place`, or further up as long as it is smaller than the entry above.
   void move_up(std::size_t place, const entry moving) {
-    while (place > 0 && entries_[(place - 1) / 2].timestamp > moving.timestamp) {
-      entries_[place] = entries_[(place - 1) / 2];
+    entry* const entries = entries_.data();
+    while (place > 0 && entries[(place - 1) / 2].timestamp > moving.timestamp) {
+      entries[place] = entries[(place - 1) / 2];
       place = (place - 1) / 2;
     }
-    entries_[place] = moving;
+    entries[place] = moving;
   }
 
   std::vector<entry> entries_;

@@ -27,6 +27,8 @@ std::shared_ptr<trace_record> multifile_reader::next_record() {
     std::shared_ptr<trace_record> record = reader.current_and_advance();
     if (record && record->kind <= last_handed_out_kind) {
       if (reader.has_current()) heap_.push(reader.timestamp(), index);
+      // With many files the next reader is in no cache any more; this record is handled while it comes.
+      if (!heap_.empty()) __builtin_prefetch(readers_[heap_.front()].get());
       return record;
     }
     readers_[index].reset();

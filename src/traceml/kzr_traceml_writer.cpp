@@ -53,36 +53,38 @@ char* append_digits(char* to, Number number) {
   return std::to_chars(to, to + most_digits, number).ptr;
 }
 
-/// The longest that append_start() and append_task_start() write.
+/// The longest that the functions below write.
 constexpr std::size_t longest_start = 112;
 
-}  // namespace
-
-char* kzr_traceml_writer::append_start(char* to, std::string_view element, std::uint64_t ts, int tid) {
-  *to++ = '<';
-  to += element.copy(to, element.size());
-  to = append_text(to, " ts=\"");
-  to = timestamps_.append(to, ts);
+/// Behind the timestamp of a line.
+char* append_thread(char* to, int tid) {
   to = append_text(to, "\" tid=\"");
   to = append_digits(to, tid);
   return append_text(to, "\"");
 }
 
-char* kzr_traceml_writer::append_task_start(char* to, std::uint64_t ts, int tid, unsigned long cid) {
-  to = append_start(to, "task_begin", ts, tid);
+char* append_task_start(timestamp_digits& timestamps, char* to, std::uint64_t ts, int tid,
+                        unsigned long cid) {
+  to = append_text(to, "<task_begin ts=\"");
+  to = append_thread(timestamps.append(to, ts), tid);
   to = append_text(to, " cid=\"");
   to = append_digits(to, cid);
   return append_text(to, "\"");
 }
 
+}  // namespace
+
 void kzr_traceml_writer::start_line(std::string_view element, std::uint64_t ts, int tid) {
   std::array<char, longest_start> start;
-  line_.assign(start.data(), append_start(start.data(), element, ts, tid));
+  line_ = '<';
+  line_ += element;
+  line_ += " ts=\"";
+  line_.append(start.data(), append_thread(timestamps_.append(start.data(), ts), tid));
 }
 
 void kzr_traceml_writer::start_task_line(std::uint64_t ts, int tid, unsigned long cid) {
   std::array<char, longest_start> start;
-  line_.assign(start.data(), append_task_start(start.data(), ts, tid, cid));
+  line_.assign(start.data(), append_task_start(timestamps_, start.data(), ts, tid, cid));
 }
 
 void kzr_traceml_writer::finish_line(std::uint64_t ts) {
@@ -211,7 +213,7 @@ void kzr_traceml_writer::task_begin(std::uint64_t ts, int tid, const std::shared
                                     unsigned long marker, unsigned long cid, std::string_view stream) {
   const std::string& tail = tail_of_task(symbol.get(), marker, stream);
   if (longest_start + tail.size() <= line_file::place_bytes) {
-    char* const start_end = append_task_start(file_.place(), ts, tid, cid);
+    char* const start_end = append_task_start(timestamps_, file_.place(), ts, tid, cid);
     file_.write_placed(start_end + tail.copy(start_end, tail.size()));
   } else {
     start_task_line(ts, tid, cid);
@@ -260,7 +262,9 @@ void kzr_traceml_writer::task_end(std::uint64_t ts, int tid) {
     return;
   }
   --open_tasks_[thread];
-  file_.write_placed(append_text(append_start(file_.place(), "task_end", ts, tid), end_of_line));
+  char* end = append_text(file_.place(), "<task_end ts=\"");
+  end = append_thread(timestamps_.append(end, ts), tid);
+  file_.write_placed(append_text(end, end_of_line));
   last_timestamp_ = ts;
 }
 

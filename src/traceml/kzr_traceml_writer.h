@@ -76,10 +76,6 @@ class kzr_traceml_writer {
                            unsigned long kind, unsigned long cid, std::string_view stream);
 
  private:
-  /// Write the start of a line to `to` and return where it ends.
-  char* append_start(char* to, std::string_view element, std::uint64_t ts, int tid);
-  char* append_task_start(char* to, std::uint64_t ts, int tid, unsigned long cid);
-
   void start_line(std::string_view element, std::uint64_t ts, int tid);
   void start_task_line(std::uint64_t ts, int tid, unsigned long cid);
   void finish_line(std::uint64_t ts);
