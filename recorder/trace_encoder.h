@@ -46,33 +46,41 @@ class trace_encoder {
   /// Sets the time of the next record, in ticks.
   trace_encoder& at(std::uint64_t timestamp);
 
+  /// Readers ignore this record and the next one.
   trace_encoder& definition(std::uint8_t first, std::string_view text, std::uint8_t second,
                             std::uint8_t third);
   trace_encoder& api_version(std::string_view text);
-  /// Names and texts of domains and handles are cut after 255 characters: their length is one byte in the
-  /// file.
+  /// A domain gets its handle and name. Names and texts of domains and handles are cut after 255 characters:
+  /// their length is one byte in the file.
   trace_encoder& domain(std::uint64_t handle, std::string_view name);
   /// Wide texts are 16-bit characters; the XML form keeps the low byte of each.
   trace_encoder& wide_domain(std::uint64_t handle, std::u16string_view name);
+  /// An object comes into being or goes. Readers ignore both; task_group() is what tells of objects.
   trace_encoder& id_create(std::uint64_t domain, const object_id& id);
   trace_encoder& id_destroy(std::uint64_t domain, const object_id& id);
   /// A number about an object. Only a single value (`count` 1) is written after the fields.
   trace_encoder& metadata(std::uint64_t domain, const object_id& id, std::uint64_t key, value_type type,
                           std::uint64_t count, std::uint64_t value);
+  /// A text of any length about an object, `key` being the string handle that says which.
   trace_encoder& metadata_string(std::uint64_t domain, const object_id& id, std::uint64_t key,
                                  std::string_view value);
   trace_encoder& wide_metadata_string(std::uint64_t domain, const object_id& id, std::uint64_t key,
                                       std::u16string_view value);
+  /// What `head` is to `tail`.
   trace_encoder& relation(std::uint64_t domain, const object_id& head, relation_code code,
                           const object_id& tail);
+  /// A text gets a handle, by which all other records name it. The converter does not take wide ones.
   trace_encoder& string_handle(std::uint64_t handle, std::string_view text);
   trace_encoder& wide_string_handle(std::uint64_t handle, std::u16string_view text);
-  /// `extra` is the number of the processor that runs the task.
+  /// The thread begins a task; `name` is a string handle, `extra` the number of the processor that runs it.
   trace_encoder& task_begin(std::uint64_t domain, const object_id& id, const object_id& parent,
                             std::uint64_t name, std::uint64_t extra);
+  /// The thread ends the task that it began last.
   trace_encoder& task_end(std::uint64_t domain);
+  /// A graph, node, port, region or implicit task exists; `name` is the string handle of its kind.
   trace_encoder& task_group(std::uint64_t domain, const object_id& id, const object_id& parent,
                             std::uint64_t name);
+  /// A region of `id` within `parent` begins, and ends.
   trace_encoder& region_begin(std::uint64_t domain, const object_id& id, const object_id& parent,
                               std::uint64_t name);
   trace_encoder& region_end(std::uint64_t domain, const object_id& id);

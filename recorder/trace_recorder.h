@@ -25,7 +25,8 @@ namespace kzr {
 /// The recorder must outlive every call; destroying it completes the files of the threads that still run.
 class trace_recorder {
  public:
-  /// Records below `parent`, in a new directory named after the local time.
+  /// Records below `parent`, in a new directory named after the local time. Throws
+  /// std::filesystem::filesystem_error when it cannot be made.
   explicit trace_recorder(trace_form form = trace_form::binary, const std::filesystem::path& parent = ".");
   trace_recorder(const trace_recorder&) = delete;
   trace_recorder& operator=(const trace_recorder&) = delete;
@@ -51,6 +52,7 @@ class trace_recorder {
 
   /// A graph, node, port, region or implicit task comes into being; `kind` is the handle of its kind's text.
   void announce(std::uint64_t domain, const object_id& id, const object_id& parent, std::uint64_t kind);
+  /// What `head` is to `tail`.
   void relate(std::uint64_t domain, const object_id& head, relation_code code, const object_id& tail);
   /// A text or number about an object, `key` being the handle that says which.
   void describe(std::uint64_t domain, const object_id& id, std::uint64_t key, std::string_view value);
@@ -59,6 +61,7 @@ class trace_recorder {
   /// This thread begins a task, and ends the one it began last. The processor's number is recorded as well.
   void begin_task(std::uint64_t domain, const object_id& id, const object_id& parent, std::uint64_t name);
   void end_task(std::uint64_t domain);
+  /// A region of `id` within `parent` begins, and ends.
   void begin_region(std::uint64_t domain, const object_id& id, const object_id& parent, std::uint64_t name);
   void end_region(std::uint64_t domain, const object_id& id);
 

@@ -29,7 +29,7 @@ extern const std::uint64_t flat_hash_seed;
   return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
-/// Hash of the key types that the model's tables use.
+/// Hash of the key types that the model's tables use; differs from one run of the program to the next.
 struct flat_hash {
   std::uint64_t operator()(std::uint64_t number) const { return spread_bits(number); }
   std::uint64_t operator()(std::int64_t number) const {
@@ -54,7 +54,7 @@ struct flat_hash {
 template <class Key, class Value>
 class flat_map {
  public:
-  /// The value under `key`, null when there is none.
+  /// The value under `key`, null when there is none. Borrowed until the next insertion or erasure.
   [[nodiscard]] const Value* find(const Key& key) const {
     if (size_ == 0) return nullptr;
     const slot& found = slots_[position_of(key)];

@@ -21,10 +21,12 @@ struct huge_page_allocator {
   template <class Other>
   explicit huge_page_allocator(const huge_page_allocator<Other>&) {}
 
+  /// Room for `count` objects. Throws `std::bad_alloc`.
   [[nodiscard]] T* allocate(std::size_t count) {
     const std::size_t size_bytes = count * sizeof(T);
     return static_cast<T*>(is_large(count) ? allocate_huge_pages(size_bytes) : ::operator new(size_bytes));
   }
+  /// Frees what `allocate` gave for the same `count`.
   void deallocate(T* array, std::size_t count) {
     if (is_large(count)) {
       std::free(array);

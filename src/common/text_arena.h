@@ -14,10 +14,11 @@ class text_arena {
   text_arena(const text_arena&) = delete;
   text_arena& operator=(const text_arena&) = delete;
 
-  /// Room for `size_bytes` bytes at an address that is a multiple of `alignment` (a power of two up to 16).
+  /// Room for `size_bytes` bytes at an address that is a multiple of `alignment` (a power of two up to 16);
+  /// its content is undefined. Throws `std::bad_alloc`.
   char* allocate(std::size_t size_bytes, std::size_t alignment = 1);
 
-  /// A zero-terminated copy of `text`.
+  /// A zero-terminated copy of `text`. Throws `std::bad_alloc`.
   const char* copy(std::string_view text);
 
  private:
@@ -42,11 +43,14 @@ class arena_allocator {
   template <class Other>
   explicit arena_allocator(const arena_allocator<Other>& other) : arena_(&other.arena()) {}
 
+  /// Room for `count` objects. Throws `std::bad_alloc`.
   [[nodiscard]] T* allocate(std::size_t count) {
     return reinterpret_cast<T*>(arena_->allocate(count * sizeof(T), alignof(T)));
   }
+  /// Does nothing: the memory goes with the arena.
   void deallocate(T*, std::size_t) {}
 
+  /// The arena that the memory comes from.
   [[nodiscard]] text_arena& arena() const { return *arena_; }
   bool operator==(const arena_allocator&) const = default;
 

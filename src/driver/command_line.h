@@ -10,9 +10,11 @@ struct run_settings {
 };
 
 /// Reads the arguments of the program: a name and "--omp_experimental" in either order, or a results
-/// directory, a name and a number. Throws the exception of the standard conversion when the number is none.
+/// directory, a name and a number. Any other arguments are ignored, silently. Throws the exception of the
+/// standard conversion when the number is none.
 [[nodiscard]] run_settings read_command_line(int argc, const char* const* argv);
 
 /// The trace stem when no directory is given: below the directory that QZD_DIR names, else below the results
-/// directory in the working directory with the greatest name, else in the working directory itself.
+/// directory in the working directory with the greatest name, else in the working directory itself. Opens no
+/// trace file.
 [[nodiscard]] std::string default_base_name();

@@ -9,6 +9,7 @@
 #include "model/kzr_symbol.h"
 
 /// Writes every symbol of `map` by the number in its id; symbols with the same number keep the map's order.
+/// `indent` goes in front of every line; null entries are left out.
 template <class Map>
 void dump_sorted_map(const Map& map, kzr_data_manager& dm, std::ostream& os, const std::string& indent) {
   std::vector<std::shared_ptr<kzr_symbol>> symbols;

@@ -9,6 +9,7 @@ class body_symbol : public kzr_symbol {
  public:
   static constexpr symbol_class own_class = symbol_class::body;
 
+  /// Does not make the body that of `node`.
   body_symbol(const ___onx_id& id, node_symbol& node) : id_(id), node_(&node) {}
 
   [[nodiscard]] std::shared_ptr<graph_symbol> get_enclosing_graph() const override;
@@ -16,6 +17,7 @@ class body_symbol : public kzr_symbol {
   [[nodiscard]] ___onx_id onx_id() const override { return id_; }
   [[nodiscard]] void* as(symbol_class wanted) override;
 
+  /// The node that the body belongs to.
   [[nodiscard]] node_symbol& node() const { return *node_; }
 
  private:

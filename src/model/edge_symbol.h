@@ -36,6 +36,7 @@ class edge_symbol : public kzr_symbol {
 
   /// True while the edge is one of a graph: from its addition until it is removed or replaced.
   [[nodiscard]] bool live() const { return live_; }
+  /// For the graph that adds, removes or replaces the edge.
   void set_live(bool live) { live_ = live; }
   /// Gives the edge its final graph and the ports by which that graph shows its ends. The graphs do not learn
   /// of it.
@@ -45,9 +46,11 @@ class edge_symbol : public kzr_symbol {
     second_ = &second;
   }
 
+  /// The graph that holds the edge, and the source and target ports by which that graph shows its ends.
   [[nodiscard]] graph_symbol& graph() const { return *graph_; }
   [[nodiscard]] port_symbol& first() const { return *first_; }
   [[nodiscard]] port_symbol& second() const { return *second_; }
+  /// The number in the edge's GraphML id.
   [[nodiscard]] std::uint64_t number() const { return number_; }
 
  private:

@@ -7,7 +7,7 @@
 
 class implicit_task_symbol;
 
-/// An OpenMP task that an implicit task created.
+/// An OpenMP task that an implicit task created. A node of its own shows it in the graph.
 class explicit_task_symbol : public kzr_symbol {
  public:
   static constexpr symbol_class own_class = symbol_class::explicit_task;
@@ -21,6 +21,7 @@ class explicit_task_symbol : public kzr_symbol {
   [[nodiscard]] ___onx_id onx_id() const override { return id_; }
   [[nodiscard]] void* as(symbol_class wanted) override;
 
+  /// The task that created it.
   [[nodiscard]] implicit_task_symbol& implicit_task() const { return *implicit_task_; }
 
  private:

@@ -17,13 +17,15 @@ class subgraph_node_symbol;
 class variable_symbol;
 
 /// A graph: its nodes, the edges between their ports, and what composite nodes need to find ports in it.
+/// Points at them without owning them; the data manager's list of symbols does.
 class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
  public:
   static constexpr symbol_class own_class = symbol_class::graph;
   /// Number of the next graph of the run.
   static std::uint64_t graph_count;
 
-  /// Takes the next graph number, and "g" with it as GraphML id. `parent` is null for a top-level graph.
+  /// Takes the next graph number, and "g" with it as GraphML id. `parent` is null for a top-level graph,
+  /// `handle` the string handle of its kind.
   graph_symbol(const ___onx_id& id, node_symbol* parent, unsigned long handle);
   ~graph_symbol() override;
 
@@ -75,7 +77,9 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   void add_moved_edge(edge_symbol& edge) { moved_edges_.push_back(&edge); }
   /// All edges by number.
   [[nodiscard]] std::vector<edge_symbol*> edges_by_number() const;
+  /// How many edges the graph has.
   [[nodiscard]] std::size_t count_edges() const;
+  /// How many of its nodes are shown.
   [[nodiscard]] std::size_t count_visible_nodes() const;
 
   /// Registers a port of one of the graph's nodes for the look-ups of aliased ports.
@@ -85,12 +89,14 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   /// The port registered first under the first word of `port`'s identifier; null when there is none.
   [[nodiscard]] port_symbol* get_omp_aliased_port(const port_symbol& port);
 
-  /// Counts the open regions of a node of this graph; a decrement below zero wraps.
+  /// Counts one more region of a node of this graph as begun.
   void increment_region(const node_symbol& node);
+  /// Takes one off the count, which wraps below zero; nothing for a node that never had one.
   void decrement_region(const node_symbol& node);
   /// The count of `node`, null when it never had one.
   [[nodiscard]] const std::uint64_t* find_region_count(const node_symbol& node) const;
 
+  /// Keeps `variable` under its identifier, in place of an earlier one.
   void add_variable(variable_symbol& variable);
   /// The variable of this graph with the identifier `id`, null when there is none.
   [[nodiscard]] variable_symbol* find_variable(const ___onx_id& id) const {
@@ -99,8 +105,11 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
 
   /// The GraphML file that holds the graph; the data manager owns it.
   void set_file(graphml_file* file) { file_ = file; }
+  /// Null for a composite node without a file of its own.
   [[nodiscard]] const graphml_file* file() const { return file_; }
 
+  /// The port by which the graph itself is entered, and left, as a port's identifier says; null when there is
+  /// none.
   void set_input_alias_port(port_symbol* port) { input_alias_port_ = port; }
   void set_output_alias_port(port_symbol* port) { output_alias_port_ = port; }
   [[nodiscard]] port_symbol* input_alias_port() const { return input_alias_port_; }

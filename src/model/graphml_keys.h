@@ -23,6 +23,7 @@ class graphml_keys {
 
   /// The id of the key stored under `name`; aborts when there is none.
   [[nodiscard]] std::string get_id(const std::string& name) const;
+  /// All keys by the name they are looked up under.
   [[nodiscard]] const std::map<std::string, std::shared_ptr<key_symbol>>& all() const { return keys_; }
 
   /// Ids that nearly every node needs. The id for join policies is empty until the flow-graph keys exist.

@@ -14,7 +14,8 @@ class implicit_task_symbol : public virtual_enable_shared_from_this<implicit_tas
   /// Number of the next implicit task of the run.
   static std::uint64_t implicit_task_count;
 
-  /// Takes the next number; `region` is null when the region is unknown.
+  /// Takes the next number; `region` is null when the region is unknown, `handle` the string handle of the
+  /// task's name.
   implicit_task_symbol(const ___onx_id& id, parallel_region_symbol* region, unsigned long handle);
 
   [[nodiscard]] std::string gml_id() const override { return gml_id_; }
@@ -22,6 +23,7 @@ class implicit_task_symbol : public virtual_enable_shared_from_this<implicit_tas
   [[nodiscard]] unsigned long handle() const override { return handle_; }
   [[nodiscard]] void* as(symbol_class wanted) override;
 
+  /// The region that the task has a share in; null when unknown.
   [[nodiscard]] parallel_region_symbol* region() const { return region_; }
 
  private:

@@ -11,12 +11,16 @@ class key_symbol : public kzr_symbol {
   /// Number of the next key of the run.
   static std::uint64_t key_count;
 
-  /// Takes the next key number. `target` is the kind of element that carries the attribute.
+  /// Takes the next key number. `target` is the kind of element that carries the attribute, `attribute_type`
+  /// the GraphML type of its value, `name_space` the path of kinds that use it.
   key_symbol(std::string attribute_name, std::string attribute_type, std::string target,
              std::string name_space);
 
+  /// Aborts: keys stand in no graph.
   [[nodiscard]] std::shared_ptr<graph_symbol> get_enclosing_graph() const override;
+  /// "d" and the key's number.
   [[nodiscard]] std::string gml_id() const override;
+  /// Both abort: no trace names keys.
   [[nodiscard]] ___onx_id onx_id() const override;
   [[nodiscard]] unsigned long handle() const override;
   /// Keys carry no metadata: the value is dropped.

@@ -59,23 +59,30 @@ class kzr_data_manager {
     return symbol_cast<T>(find_sym(id));
   }
 
+  // Every add_ makes a symbol and registers it under `id`, in place of an earlier one with that identifier,
+  // which lives on where it is pointed at. `handle` is the string handle of the object's kind or name.
+
+  /// Adds a top-level graph, or one inside the node `parent`, to the GraphML file that was made last.
   std::shared_ptr<graph_symbol> add_graph(const ___onx_id& id, node_symbol* parent, unsigned long handle);
-  /// Adds a node or a composite node to `graph`, or gives an existing node of the graph another kind.
+  /// Adds a node or a composite node to `graph`, or gives an existing node of the graph another kind and
+  /// returns that one. A kind that should change a node that is not there is counted as a warning.
   std::shared_ptr<node_symbol> add_node(const ___onx_id& id, graph_symbol& graph, unsigned long handle);
   /// Adds a port whose direction and index follow from the text of `handle`.
   std::shared_ptr<port_symbol> add_input_port(const ___onx_id& id, node_symbol& node, unsigned long handle);
   std::shared_ptr<port_symbol> add_output_port(const ___onx_id& id, node_symbol& node, unsigned long handle);
-  /// Adds a nameless port with the given index.
+  /// Adds a nameless port, input or output, with the given index.
   std::shared_ptr<port_symbol> add_input_port(const ___onx_id& id, node_symbol& node, int index);
   std::shared_ptr<port_symbol> add_output_port(const ___onx_id& id, node_symbol& node, int index);
   /// Adds an edge to the graph of the source port's node, in place of an edge between the same ports.
   std::shared_ptr<edge_symbol> add_edge(port_symbol& source, port_symbol& target);
   /// Takes the edge out of its graph; empty when there is none.
   std::shared_ptr<edge_symbol> remove_edge(const port_symbol& source, const port_symbol& target);
+  /// Adds a body and makes it that of `node`.
   std::shared_ptr<body_symbol> add_body(const ___onx_id& id, node_symbol& node);
   /// Adds a variable of `graph` that the task `first` accessed in the way `kind`.
   std::shared_ptr<variable_symbol> add_variable(const ___onx_id& id, graph_symbol& graph,
                                                 const ___onx_id& first, char kind);
+  /// Add OpenMP objects. `parent` is null for an outermost region, `region` when it is unknown.
   std::shared_ptr<parallel_region_symbol> add_parallel_region(const ___onx_id& id,
                                                               parallel_region_symbol* parent,
                                                               unsigned long handle);
@@ -93,9 +100,11 @@ class kzr_data_manager {
     implicit_task_by_child_.emplace(key, &task);
   }
 
-  /// Records the type of a domain. Takes over `name`, an array made with `new[]`, and deletes it.
+  /// Records the type of a domain, in place of an earlier one. Takes over `name`, an array made with `new[]`,
+  /// and deletes it.
   void register_domain(unsigned long handle, const char* name);
   void register_domain(unsigned long handle, const wchar_t* name);
+  /// The type of a domain, `unknown` for a handle that was never registered.
   [[nodiscard]] DomainType domain_type(unsigned long handle) const {
     return domains_.value_or_default(handle);
   }
@@ -105,18 +114,21 @@ class kzr_data_manager {
   /// Records the text of a string handle, which must stay valid until the end of the run, and remembers what
   /// it stands for. The second number is not used.
   void add_string_handle(unsigned long handle, unsigned char, const char* text);
-  /// The text of `handle`, empty when it has none.
+  /// The text of `handle`, empty when it has none. Borrowed from the reader: valid until the end of the run.
   [[nodiscard]] const char* handle_text(unsigned long handle) const { return handles_.text(handle); }
+  /// What all handles of the run stand for.
   [[nodiscard]] const string_handles& handles() const { return handles_; }
 
   /// The version of the program, which the output files carry.
   [[nodiscard]] std::string get_version_string() const;
   /// The id of the key stored under `name`; aborts when there is none.
   [[nodiscard]] std::string get_key_id(const std::string& name) const { return keys_.get_id(name); }
+  /// The keys that every GraphML file of the run declares.
   [[nodiscard]] const graphml_keys& keys() const { return keys_; }
 
   /// Counts an oddity of the trace that is no reason to stop.
   void count_warning(std::string_view message);
+  /// How often each oddity was counted, by its message. No output of the converter contains it.
   [[nodiscard]] const std::map<std::string, std::uint64_t, std::less<>>& warnings() const {
     return warnings_;
   }

@@ -11,7 +11,7 @@ class body_symbol;
 class graph_symbol;
 class port_symbol;
 
-/// A node of a graph, with its ports, body, kind and code location.
+/// A node of a graph, with its ports, body, kind and code location. Points at them without owning them.
 class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
  public:
   static constexpr symbol_class own_class = symbol_class::node;
@@ -48,16 +48,21 @@ class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
 
   /// The name under which GraphML sorts the node: its id at the time of its creation.
   [[nodiscard]] const std::string& name() const { return name_; }
+  /// The number at the end of the node's GraphML id.
   [[nodiscard]] std::uint64_t number() const { return number_; }
+  /// False for a node that the outputs leave out, as the trace said of it.
   [[nodiscard]] bool visible() const { return visible_; }
   void set_visible(bool visible) { visible_ = visible; }
+  /// Gives the node another kind.
   void set_handle(unsigned long handle) { handle_ = handle; }
+  /// The body that was set last; null for a node without one.
   [[nodiscard]] body_symbol* body() const { return body_; }
   void set_body(body_symbol& body) { body_ = &body; }
   /// Offset of the node's code in its image, in decimal; empty when unknown.
   [[nodiscard]] const std::string& code_location() const { return code_location_; }
   void set_code_location(std::string location) { code_location_ = std::move(location); }
 
+  /// Ports in the order of their addition, which is that of the outputs.
   [[nodiscard]] const std::vector<port_symbol*>& input_ports() const { return input_ports_; }
   [[nodiscard]] const std::vector<port_symbol*>& output_ports() const { return output_ports_; }
   void add_input_port(port_symbol& port) { input_ports_.push_back(&port); }

@@ -6,11 +6,14 @@
 
 #include "model/kzr_symbol.h"
 
-/// An input or output port of a node. An input port is always the target end of an edge.
+/// An input or output port of a node. It calls itself the target end of an edge when it is an input, else the
+/// source end, whichever end of the edge it is.
 class port_symbol : public kzr_symbol {
  public:
   static constexpr symbol_class own_class = symbol_class::port;
 
+  /// `handle` is the string handle of the port's name, 0 for none; `offset` counts the ports of one
+  /// direction, mostly from 0. Does not add the port to `node`.
   port_symbol(const ___onx_id& id, node_symbol& node, unsigned long handle, bool is_input, int offset);
 
   /// Makes a port in `symbols` and adds it to its node's inputs or outputs and to the graph for the node's
@@ -37,8 +40,11 @@ class port_symbol : public kzr_symbol {
   /// Appends the port's GraphML line.
   void append_graphml(const kzr_data_manager& dm, std::string& text, const std::string& indent) const;
 
+  /// The node that the port belongs to.
   [[nodiscard]] node_symbol& node() const { return *node_; }
   [[nodiscard]] bool is_input() const { return is_input_; }
+  /// Position among the ports of its direction, as the last character of its name says: 0 to 9 for a digit,
+  /// any other number, also a negative one, for another character.
   [[nodiscard]] int offset() const { return offset_; }
 
   /// For an outer port of a composite node, the inner port that stands for it; null when there is none.

@@ -55,6 +55,7 @@ class string_handles {
     return remembered_[static_cast<std::size_t>(word)];
   }
 
+  /// Whether `handle` ever stood for a word or name of that meaning, even if its text is another one now.
   [[nodiscard]] bool is_input_port(std::uint64_t handle) const { return input_ports_.contains(handle); }
   [[nodiscard]] bool is_output_port(std::uint64_t handle) const { return output_ports_.contains(handle); }
   [[nodiscard]] bool is_code_address(std::uint64_t handle) const { return code_addresses_.contains(handle); }

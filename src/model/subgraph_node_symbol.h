@@ -25,6 +25,7 @@ class subgraph_node_symbol : public graph_symbol, public node_symbol {
   /// Number of the next composite node of the run.
   static std::uint64_t subgraph_node_count;
 
+  /// Takes the next numbers of all three kinds. Does not add the node part to `enclosing`; create() does.
   subgraph_node_symbol(const ___onx_id& id, graph_symbol& enclosing, unsigned long handle);
 
   /// Makes a composite node in `symbols`, which takes the next graph, node and composite-node numbers, and
@@ -62,6 +63,7 @@ class subgraph_node_symbol : public graph_symbol, public node_symbol {
   void link_ports(port_symbol& outer, port_symbol& inner);
   /// Notes a composite node that stands in this one's inner graph.
   void add_nested_composite(subgraph_node_symbol& nested) { nested_composites_.push_back(&nested); }
+  /// Forgets the composite nodes noted so far, before they are listed anew.
   void clear_nested_composites() { nested_composites_.clear(); }
   /// Gives the inner graph a GraphML file of its own, unless it has one or is not shown.
   void add_file(kzr_data_manager* dm);
@@ -72,15 +74,19 @@ class subgraph_node_symbol : public graph_symbol, public node_symbol {
   /// Shows neither the node nor its inner graph.
   void hide();
 
+  /// The lines of the node part, as the enclosing graph shows it.
   void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
   void append_graphml(const kzr_data_manager& dm, std::string& text,
                       const std::string& indent) const override;
 
-  /// The GraphML file made for this composite node's inner graph; empty while it has none.
+  /// The GraphML file made for this composite node's inner graph; null while it has none.
   [[nodiscard]] const graphml_file* own_file() const { return file(); }
 
+  /// The number in the name of the composite node's GraphML file.
   [[nodiscard]] std::uint64_t composite_number() const { return composite_number_; }
+  /// Every inner port that register_aliased_port() was given, linked or not.
   [[nodiscard]] const std::vector<port_symbol*>& aliased_ports() const { return aliased_ports_; }
+  /// The composite nodes that stand in the inner graph.
   [[nodiscard]] const std::vector<subgraph_node_symbol*>& nested_composites() const {
     return nested_composites_;
   }

@@ -23,15 +23,17 @@ class symbol_list {
     return symbol;
   }
 
+  /// Position of `symbol`, 0 for null.
   [[nodiscard]] static std::uint32_t position_of(const kzr_symbol* symbol) {
     return symbol == nullptr ? 0 : symbol->list_position_;
   }
 
-  /// The symbol at `position`, null for 0.
+  /// The symbol at `position`, null for 0. There must be such a position.
   [[nodiscard]] const std::shared_ptr<kzr_symbol>& at(std::uint32_t position) const {
     return position == 0 ? none_ : symbols_[position - 1];
   }
 
+  /// How many symbols there are, and so the last position.
   [[nodiscard]] std::size_t size() const { return symbols_.size(); }
 
  private:

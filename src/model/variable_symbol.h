@@ -12,6 +12,7 @@ class variable_symbol : public kzr_symbol {
  public:
   static constexpr symbol_class own_class = symbol_class::variable;
 
+  /// A variable that no task accessed yet. Does not add it to `graph`.
   variable_symbol(const ___onx_id& id, graph_symbol& graph) : id_(id), graph_(&graph) {}
 
   [[nodiscard]] std::shared_ptr<graph_symbol> get_enclosing_graph() const override;
@@ -24,6 +25,7 @@ class variable_symbol : public kzr_symbol {
   void remove_from_stack() { stack_.pop_back(); }
   /// The latest access; there must be one.
   [[nodiscard]] const std::pair<___onx_id, char>& top_of_stack() const { return stack_.back(); }
+  /// How many accesses are noted.
   [[nodiscard]] std::size_t stack_size() const { return stack_.size(); }
   /// The task that produced the value, all zero while there is none.
   [[nodiscard]] const ___onx_id& get_bottom_of_stack() const { return bottom_of_stack_; }

@@ -26,13 +26,13 @@ enum class tml_event_t : std::uint8_t {
 /// One event of the timeline. Symbols are positions in the data manager's list of symbols, 0 for none.
 struct timeline_event {
   tml_event_t kind{};
-  std::uint64_t time = 0;     ///< ticks
-  std::int32_t producer = 0;  ///< number of the trace file
-  std::uint64_t domain = 0;   ///< domain handle; kept for the begins of tasks only
-  std::uint32_t first = 0;
-  std::uint32_t second = 0;
-  std::uint64_t first_number = 0;
-  std::uint64_t second_number = 0;
+  std::uint64_t time = 0;           ///< ticks
+  std::int32_t producer = 0;        ///< number of the trace file
+  std::uint64_t domain = 0;         ///< domain handle; kept for the begins of tasks only
+  std::uint32_t first = 0;          ///< the graph, node, edge, body, ... that the event is about
+  std::uint32_t second = 0;         ///< its graph or parent
+  std::uint64_t first_number = 0;   ///< string handle: kind of a node, name of a task, text of a user event
+  std::uint64_t second_number = 0;  ///< processor number of a task's begin
 };
 
 /// The events of a run in the order of their arrival. Large runs have many millions of them, and half of

@@ -25,7 +25,8 @@ class kzr_record_processor {
  public:
   /// `name` is the base name of the outputs; `frequency` (ticks per second) and `concurrency` (threads) are
   /// texts of the trace. A non-zero `subgraph_flag` turns the OpenMP sub-graph paths on. Opens the timeline
-  /// file and reads the list of images of the results directory, if there is one.
+  /// file and reads the list of images of the results directory, if there is one; a malformed number in it
+  /// throws the exception of the standard conversion.
   kzr_record_processor(const std::string& name, const std::string& frequency, const std::string& concurrency,
                        const int& subgraph_flag);
   kzr_record_processor(const kzr_record_processor&) = delete;
@@ -33,6 +34,7 @@ class kzr_record_processor {
   virtual ~kzr_record_processor() = default;
 
   /// Handles one record. Only its texts must outlive the call; they must stay valid until the end of the run.
+  /// Aborts on a wide string handle and on a kind that does not exist.
   void process_record(std::shared_ptr<trace_record> record);
 
   /// Writes the list of resolved code addresses to the results directory that QZD_DIR names, if it is set.
@@ -42,6 +44,7 @@ class kzr_record_processor {
   /// concurrency is no number, as it is for a run without a usable trace file.
   void dump_trace();
 
+  /// The model; valid as long as the processor.
   [[nodiscard]] kzr_data_manager& data_manager() { return dm_; }
 
  private:

@@ -21,6 +21,7 @@ class binary_reader_v0 : public trace_reader {
                    unsigned long concurrency, record_store& store);
 
   std::shared_ptr<trace_record> current_and_advance() override;
+  /// The header's numbers in decimal.
   [[nodiscard]] std::string freq() const override;
   [[nodiscard]] std::string hwc() const override;
 

@@ -14,6 +14,7 @@
 class multifile_reader {
  public:
   /// Opens `<stem>.0`, `<stem>.1`, ... up to the first missing number. Files that yield nothing are skipped.
+  /// Aborts when one of them is an XML file that is no trace.
   explicit multifile_reader(const char* stem);
 
   /// The next record of the run, of a kind from 0 to 16; null when all files are exhausted. A file is dropped

@@ -18,6 +18,7 @@ class trace_reader {
   virtual ~trace_reader() = default;
 
   /// Hands out the current record and moves on to the next one. Null when there is nothing (more) to give.
+  /// Damaged bytes come back as a bad record whose `string` is the reason; nothing behind it counts.
   virtual std::shared_ptr<trace_record> current_and_advance();
 
   /// Timestamp frequency of the file in ticks per second, as text; empty when unknown.

@@ -6,7 +6,8 @@
 
 #include "common/onx_id.h"
 
-/// One decoded record of the tracing interface, whatever the format of its file. Held by shared pointer.
+/// One decoded record of the tracing interface, whatever the format of its file. Held by shared pointer;
+/// a reader uses an object again as soon as nobody else holds it.
 class trace_record {
  public:
   /// Kinds with a meaning of their own outside the table of record descriptions.

@@ -30,7 +30,7 @@ class kzr_traceml_writer {
   void platform_creation(const int& total_cores);
   void meta_head_creation(const std::set<long>& cores, const std::set<long>& threads);
 
-  /// The elements of the head.
+  /// The elements of the head, a call each.
   void task_type_creation(const std::string& id, const std::string& state);
   void description_creation(const std::string& label, const std::string& value);
   void group_member_creation(const std::string& name, const std::string& units);
@@ -38,7 +38,8 @@ class kzr_traceml_writer {
                       const std::string& member_name, const std::string& member_units);
   void attribute_creation(const std::string& name, const std::string& description, const std::set<long>& ids);
 
-  /// One line each, in the order of the calls.
+  /// One line for each event; `ts` is its time in ticks, `tid` its thread. Neither shared pointer nor text is
+  /// kept.
   void graph_creation(std::uint64_t ts, int tid, const std::shared_ptr<graph_symbol>& graph);
   /// `kind` is the string handle of the node's kind at the time of the event.
   void node_creation(std::uint64_t ts, unsigned long kind, int tid, const std::shared_ptr<node_symbol>& node);
@@ -57,7 +58,7 @@ class kzr_traceml_writer {
   /// string handle; that of an output port makes the task a put from outside. `cid` is a processor number.
   void task_begin(std::uint64_t ts, int tid, const std::shared_ptr<kzr_symbol>& symbol, unsigned long marker,
                   unsigned long cid, std::string_view stream);
-  /// Ends the task that the thread began last; writes nothing when none is open.
+  /// Ends the task that the thread `tid` began last; writes nothing when none is open.
   void task_end(std::uint64_t ts, int tid);
 
   /// The OpenMP forms of a task's begin. Whatever is missing is "unknown". The numbers between symbols and

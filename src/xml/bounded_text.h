@@ -32,6 +32,7 @@ class bounded_text {
     if (size_bytes > 0) *free_ = '\0';
   }
 
+  /// How many characters did not fit.
   [[nodiscard]] std::size_t dropped() const { return dropped_; }
 
  private:

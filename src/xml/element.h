@@ -7,7 +7,7 @@
 
 namespace xml {
 
-/// Depth of the element that is being dumped.
+/// Depth of the element that is being dumped, in indentation steps.
 extern int g_nested_element_level;
 
 /// Writes the indentation of the current dump level.
@@ -20,6 +20,7 @@ class element {
   /// Borrows `name` and `text`, zero-terminated, for as long as the element lives.
   element(const char* name, const char* text) : name_(name), text_(text) {}
 
+  /// The name in the element's tags.
   [[nodiscard]] const char* name() const { return name_; }
   /// The text content; empty unless the element holds text.
   [[nodiscard]] const char* text() const { return text_; }
@@ -43,6 +44,7 @@ class element {
   [[nodiscard]] std::vector<element*> children(const char* name = nullptr, const char* attribute = nullptr,
                                                const char* value = nullptr) const;
 
+  /// Borrows `text`, zero-terminated, as the text content.
   void set_text(const char* text) { text_ = text; }
 
   /// Puts `added`, which stays with the document, in front of the list of attributes.
