@@ -1,0 +1,19 @@
+# What `cmake --install` puts where. kzrdump and what belongs to it is there when its libraries are.
+include(GNUInstallDirs)
+
+set(kzr_bash_completions ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+set(kzr_zsh_completions ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+set(kzr_fish_completions ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+
+foreach(program kzr2xml kzrdump)
+  if(TARGET ${program})
+    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES man/${program}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES completions/${program}.bash DESTINATION ${kzr_bash_completions} RENAME ${program})
+    install(FILES completions/${program}.zsh DESTINATION ${kzr_zsh_completions} RENAME _${program})
+    install(FILES completions/${program}.fish DESTINATION ${kzr_fish_completions})
+  endif()
+endforeach()
+
+install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")
