@@ -18,6 +18,7 @@ constexpr std::uint64_t header_bytes = 17;
 constexpr std::size_t head_bytes = 9;
 constexpr std::size_t metadata_kind = 6;
 constexpr std::size_t capture_room_bytes = 254;
+constexpr std::size_t longest_plain_text = 2048;
 }  // namespace
 
 binary_reader_v0::binary_reader_v0(const std::string& file_name, int producer, std::FILE* file,
@@ -81,13 +82,38 @@ void capture_blank(trace_record& record, std::size_t size_bytes) {
   record.raw[0] = static_cast<std::uint8_t>(record.raw[0] + size_bytes);
 }
 
-/// Size in bytes of a record of the kind when it consists of numbers and identifiers only, else 0. The value
-/// of metadata is no field, so metadata has to be read field by field like a text.
-constexpr std::size_t whole_record_bytes(std::size_t kind) {
-  if (kind == metadata_kind) return 0;
+/// The place of the text among the fields of the kind; that behind the last field when there is none.
+constexpr std::size_t text_place(std::size_t kind) {
+  const auto& codes = record_descriptions[kind].fields;
+  std::size_t place = 0;
+  while (place < codes.size() && codes[place] != field_code::end &&
+         codes[place] != field_code::narrow_string && codes[place] != field_code::wide_string) {
+    ++place;
+  }
+  return place;
+}
+
+/// Whether a record of the kind consists of numbers and identifiers, and at most a narrow text behind them.
+/// The value of metadata is no field, so metadata does not.
+constexpr bool is_plain(std::size_t kind) {
+  const auto& codes = record_descriptions[kind].fields;
+  const std::size_t place = text_place(kind);
+  const bool ends_there = place + 1 >= codes.size() || codes[place + 1] == field_code::end;
+  const bool has_wide_text = place < codes.size() && codes[place] == field_code::wide_string;
+  return ends_there && !has_wide_text && kind != metadata_kind;
+}
+
+constexpr bool has_text(std::size_t kind) {
+  const std::size_t place = text_place(kind);
+  return place < record_descriptions[kind].fields.size() &&
+         record_descriptions[kind].fields[place] == field_code::narrow_string;
+}
+
+/// Size in bytes of a record of the kind without its text.
+constexpr std::size_t bytes_before_text(std::size_t kind) {
   std::size_t size_bytes = head_bytes;
-  for (const field_code code : record_descriptions[kind].fields) {
-    if (code == field_code::narrow_string || code == field_code::wide_string) return 0;
+  for (std::size_t p = 0; p < text_place(kind); ++p) {
+    const field_code code = record_descriptions[kind].fields[p];
     if (code == field_code::number) size_bytes += sizeof(std::uint64_t);
     if (code == field_code::byte) size_bytes += 1;
     if (code == field_code::id) size_bytes += sizeof(___onx_id);
@@ -95,10 +121,11 @@ constexpr std::size_t whole_record_bytes(std::size_t kind) {
   return size_bytes;
 }
 
-/// Decodes the record of the kind `Kind` that lies at `bytes`, without a decision left to the run.
+/// Decodes the record of the kind `Kind` that lies at `bytes`, up to its text, without a decision left to the
+/// run.
 template <std::size_t Kind>
-void decode_whole_record(trace_record& record, const std::uint8_t* bytes) {
-  constexpr std::size_t size_bytes = whole_record_bytes(Kind);
+void decode_before_text(trace_record& record, const std::uint8_t* bytes) {
+  constexpr std::size_t size_bytes = bytes_before_text(Kind);
   record.kind = static_cast<std::int32_t>(Kind);
   record.f[0] = Kind;
   record.raw[0] = static_cast<std::uint8_t>(size_bytes);
@@ -106,12 +133,12 @@ void decode_whole_record(trace_record& record, const std::uint8_t* bytes) {
   std::memcpy(&record.f[1], bytes + 1, sizeof(std::uint64_t));
   bytes += head_bytes;
   std::size_t k = 0;
-  constexpr auto& codes = record_descriptions[Kind].fields;
-  for (std::size_t p = 0; p < codes.size() && codes[p] != field_code::end; ++p) {
-    if (codes[p] == field_code::number) {
+  for (std::size_t p = 0; p < text_place(Kind); ++p) {
+    const field_code code = record_descriptions[Kind].fields[p];
+    if (code == field_code::number) {
       std::memcpy(&record.f[p + 2], bytes, sizeof(std::uint64_t));
       bytes += sizeof(std::uint64_t);
-    } else if (codes[p] == field_code::byte) {
+    } else if (code == field_code::byte) {
       record.f[p + 2] = *bytes++;
     } else {
       std::memcpy(&record.id[k++], bytes, sizeof(___onx_id));
@@ -121,17 +148,18 @@ void decode_whole_record(trace_record& record, const std::uint8_t* bytes) {
 }
 
 /// How the records of one kind are decoded at once; no function for those that cannot be.
-struct whole_record_decoder {
-  std::size_t size_bytes = 0;
+struct plain_record_decoder {
   void (*decode)(trace_record& record, const std::uint8_t* bytes) = nullptr;
+  std::size_t size_bytes = 0;    ///< without the text
+  std::size_t length_field = 0;  ///< which of `trace_record::f` has the length of the text; 0 without a text
 };
 
 template <std::size_t Kind>
-constexpr whole_record_decoder decoder_of() {
-  if constexpr (whole_record_bytes(Kind) == 0) {
+constexpr plain_record_decoder decoder_of() {
+  if constexpr (!is_plain(Kind)) {
     return {};
   } else {
-    return {whole_record_bytes(Kind), decode_whole_record<Kind>};
+    return {decode_before_text<Kind>, bytes_before_text(Kind), has_text(Kind) ? text_place(Kind) + 1 : 0};
   }
 }
 
@@ -141,23 +169,37 @@ constexpr auto list_decoders(std::index_sequence<Kinds...>) {
 }
 
 /// By kind.
-constexpr auto whole_record_decoders = list_decoders(std::make_index_sequence<record_descriptions.size()>{});
+constexpr auto plain_record_decoders = list_decoders(std::make_index_sequence<record_descriptions.size()>{});
 
 }  // namespace
 
+bool binary_reader_v0::read_plain_record(trace_record& record) {
+  const std::span<const std::uint8_t> head = file_->look_ahead(head_bytes);
+  if (head.empty() || head[0] >= plain_record_decoders.size()) return false;
+  const plain_record_decoder& decoder = plain_record_decoders[head[0]];
+  if (decoder.decode == nullptr) return false;
+  std::span<const std::uint8_t> bytes = file_->look_ahead(decoder.size_bytes);
+  if (bytes.size() < decoder.size_bytes) return false;
+  decoder.decode(record, bytes.data());
+  if (decoder.length_field != 0) {
+    const auto length = static_cast<std::uint32_t>(record.f[decoder.length_field]);
+    if (length > longest_plain_text) return false;
+    bytes = file_->look_ahead(decoder.size_bytes + length);
+    if (bytes.size() < decoder.size_bytes + length) return false;
+    const std::span<const std::uint8_t> text = bytes.subspan(decoder.size_bytes);
+    record.string = store_.texts().copy({reinterpret_cast<const char*>(text.data()), text.size()});
+    capture(record, text.data(), text.size());
+  }
+  file_->skip(bytes.size());
+  // The count of captured bytes, not the size of the record: what was skipped by the capture is not counted.
+  position_ += record.raw[0];
+  return true;
+}
+
 void binary_reader_v0::read_record(trace_record& record) {
   record.raw_offset = position_;
-  const std::span<const std::uint8_t> head = file_->look_ahead(head_bytes);
-  if (!head.empty() && head[0] < whole_record_decoders.size()) {
-    const auto [size_bytes, decode] = whole_record_decoders[head[0]];
-    const std::span<const std::uint8_t> bytes = file_->look_ahead(size_bytes);
-    if (size_bytes != 0 && bytes.size() == size_bytes) {
-      decode(record, bytes.data());
-      file_->skip(size_bytes);
-      position_ += size_bytes;
-      return;
-    }
-  }
+  if (read_plain_record(record)) return;
+  record.raw[0] = 0;
   std::uint8_t kind = 0;
   if (!file_->read_byte(kind)) {
     make_bad_record(record, incomplete_record);
@@ -178,7 +220,6 @@ void binary_reader_v0::read_record(trace_record& record) {
     make_bad_record(record, incomplete_record);
     return;
   }
-  // The count of captured bytes, not the size of the record: what was skipped by the capture is not counted.
   position_ += record.raw[0];
 }
 

@@ -31,6 +31,9 @@ class binary_reader_v0 : public trace_reader {
  private:
   void look_ahead();
   void read_record(trace_record& record);
+  /// Decodes a whole record of a simple kind that lies in the buffer. False for any other, which is still to
+  /// be read then, from its first byte on; its first fields may have been filled in.
+  [[nodiscard]] bool read_plain_record(trace_record& record);
 
   [[nodiscard]] bool read_fields(trace_record& record);
   [[nodiscard]] bool read_id(trace_record& record, std::size_t k);
