@@ -14,7 +14,7 @@ void port_symbol::append_graphml(const kzr_data_manager& dm, std::string& text,
   text += indent;
   text += "<port name=\"";
   append_name(dm, text);
-  text += is_input_ ? "\" type=\"input\" offset=\"" : "\" type=\"output\" offset=\"";
-  append_number(text, offset_);
+  text += is_input() ? "\" type=\"input\" offset=\"" : "\" type=\"output\" offset=\"";
+  append_number(text, offset());
   text += "\"/>\n";
 }

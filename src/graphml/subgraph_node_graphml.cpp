@@ -12,7 +12,7 @@ namespace {
 bool has_port_key(int offset) { return offset >= 0 && offset <= 9; }
 
 /// Names the inner end of each port that has one and a key of its own.
-void append_port_data(const std::vector<port_symbol*>& ports, const std::string& key_name,
+void append_port_data(std::span<port_symbol* const> ports, const std::string& key_name,
                       const kzr_data_manager& dm, const std::string& indent, std::string& text) {
   for (const port_symbol* const port : ports) {
     const port_symbol* const inner = port->aliased_child();

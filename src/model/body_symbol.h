@@ -8,6 +8,7 @@
 class body_symbol : public kzr_symbol {
  public:
   static constexpr symbol_class own_class = symbol_class::body;
+  static constexpr bool lives_in_list = true;
 
   /// Does not make the body that of `node`.
   body_symbol(const ___onx_id& id, node_symbol& node) : id_(id), node_(&node) {}

@@ -12,6 +12,7 @@ class port_symbol;
 class edge_symbol : public kzr_symbol {
  public:
   static constexpr symbol_class own_class = symbol_class::edge;
+  static constexpr bool lives_in_list = true;
   /// Number of the next edge of the run.
   static std::uint64_t edge_count;
 
@@ -48,6 +49,7 @@ class edge_symbol : public kzr_symbol {
 
   /// The graph that holds the edge, and the source and target ports by which that graph shows its ends.
   [[nodiscard]] graph_symbol& graph() const { return *graph_; }
+  /// The ports at both ends: as the trace names them, and after `place` as the graph shows them.
   [[nodiscard]] port_symbol& first() const { return *first_; }
   [[nodiscard]] port_symbol& second() const { return *second_; }
   /// The number in the edge's GraphML id.

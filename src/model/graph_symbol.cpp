@@ -1,7 +1,7 @@
 #include "model/graph_symbol.h"
 
 #include <algorithm>
-#include <cstring>
+#include <iterator>
 
 #include "common/append_number.h"
 #include "model/edge_symbol.h"
@@ -25,7 +25,7 @@ std::shared_ptr<graph_symbol> graph_symbol::get_enclosing_graph() const {
 }
 
 std::shared_ptr<node_symbol> graph_symbol::get_parent_node() const {
-  return parent_ == nullptr ? nullptr : parent_->shared_from_this();
+  return parent_ == nullptr ? nullptr : share(*parent_);
 }
 
 std::string graph_symbol::gml_id() const { return gml_id_; }
@@ -35,6 +35,7 @@ void* graph_symbol::as(symbol_class wanted) { return wanted == own_class ? this 
 void graph_symbol::set_gml_id() {
   gml_id_ = "omp";
   append_number(gml_id_, graph_count - 1);
+  name_prefix_ = nullptr;
 }
 
 void graph_symbol::append_gml_id(std::string& text) const {
@@ -45,8 +46,19 @@ void graph_symbol::append_gml_id(std::string& text) const {
   }
 }
 
+const char* graph_symbol::name_prefix() {
+  // The id of a composite node depends on those around it.
+  if (name_prefix_ == nullptr || composite_node() != nullptr) {
+    std::string prefix;
+    append_gml_id(prefix);
+    prefix += "::n";
+    if (name_prefix_ == nullptr || prefix != name_prefix_) name_prefix_ = list().arena().copy(prefix);
+  }
+  return name_prefix_;
+}
+
 void graph_symbol::add_node(node_symbol& node) {
-  node.place_in_graph_ = nodes_.size();
+  node.place_in_graph_ = static_cast<std::uint32_t>(nodes_.size());
   nodes_.push_back(&node);
 }
 
@@ -71,8 +83,7 @@ void graph_symbol::take_node(node_symbol& node) {
   node.graph_->remove_node(node);
   index_nodes();
   node.graph_ = this;
-  node.place_in_graph_ = nodes_.size();
-  nodes_.push_back(&node);
+  add_node(node);
   indexed_nodes_ = nodes_.size();
 }
 
@@ -100,74 +111,121 @@ node_symbol* graph_symbol::transform_node(const ___onx_id& id, unsigned long han
 
 namespace {
 
-/// A node and eight bytes of its name, so that most comparisons of names are one comparison of numbers.
+/// A node and where its number stands among numbers that are compared as texts.
 struct named_node {
-  std::uint64_t name_bytes;
+  std::uint64_t order;
   node_symbol* node;
+
+  bool operator<(const named_node& other) const { return order < other.order; }
 };
 
-std::size_t common_prefix_length(const std::vector<named_node>& nodes) {
-  const std::string& first = nodes.front().node->name();
-  std::size_t length = first.size();
-  for (const named_node& entry : nodes) {
-    const std::string& name = entry.node->name();
-    length = std::min(length, name.size());
-    length = static_cast<std::size_t>(
-        std::mismatch(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(length), name.begin())
-            .first -
-        first.begin());
-  }
-  return length;
+std::uint64_t digit_count(std::uint64_t number) {
+  std::uint64_t count = 1;
+  for (; number >= 10; number /= 10) ++count;
+  return count;
 }
 
-std::uint64_t bytes_behind(const std::string& name, std::size_t prefix_length) {
-  std::uint64_t bytes = 0;
-  const std::size_t size = std::min(sizeof bytes, name.size() - prefix_length);
-  std::memcpy(&bytes, name.data() + prefix_length, size);
-  return __builtin_bswap64(bytes);
+/// As `number` is compared as a text: by its digits from the front, a shorter one before those it begins.
+std::uint64_t order_as_text(std::uint64_t number) {
+  constexpr std::uint64_t most_digits = 10;
+  const std::uint64_t digits = digit_count(number);
+  for (std::uint64_t i = digits; i < most_digits; ++i) number *= 10;
+  return number << 4 | digits;
+}
+
+void sort_by_name(std::vector<node_symbol*>& nodes) {
+  std::vector<std::pair<std::string, node_symbol*>> named;
+  named.reserve(nodes.size());
+  for (node_symbol* const node : nodes) named.emplace_back(node->name(), node);
+  std::sort(named.begin(), named.end());
+  for (std::size_t i = 0; i < named.size(); ++i) nodes[i] = named[i].second;
+}
+
+/// Sorts nodes whose names differ in the number only.
+void sort_by_number_text(std::vector<node_symbol*>& nodes) {
+  std::vector<named_node> named;
+  named.reserve(nodes.size());
+  for (node_symbol* const node : nodes) named.push_back({order_as_text(node->number()), node});
+  // Nodes stand in the order of their numbers, unless some came from other graphs. Numbers of as many digits
+  // are in the right order then, so that there are few runs to merge, each ten times the size of those before
+  // it.
+  for (auto sorted_end = named.begin(); sorted_end != named.end();) {
+    const auto run_end = std::is_sorted_until(sorted_end, named.end());
+    if (run_end != named.end() && run_end - sorted_end < sorted_end - named.begin()) {
+      std::sort(sorted_end, named.end());
+      std::inplace_merge(named.begin(), sorted_end, named.end());
+      break;
+    }
+    std::inplace_merge(named.begin(), sorted_end, run_end);
+    sorted_end = run_end;
+  }
+  for (std::size_t i = 0; i < named.size(); ++i) nodes[i] = named[i].node;
 }
 
 }  // namespace
 
 std::vector<node_symbol*> graph_symbol::nodes_by_name() const {
-  std::vector<named_node> named;
-  named.reserve(nodes_.size());
-  for (node_symbol* const node : nodes_) {
-    if (node != nullptr) named.push_back({0, node});
-  }
-  if (named.empty()) return {};
-  const std::size_t prefix_length = common_prefix_length(named);
-  for (named_node& entry : named) entry.name_bytes = bytes_behind(entry.node->name(), prefix_length);
-  std::sort(named.begin(), named.end(), [](const named_node& a, const named_node& b) {
-    return a.name_bytes != b.name_bytes ? a.name_bytes < b.name_bytes : a.node->name() < b.node->name();
-  });
   std::vector<node_symbol*> nodes;
-  nodes.reserve(named.size());
-  for (const named_node& entry : named) nodes.push_back(entry.node);
+  nodes.reserve(nodes_.size());
+  std::ranges::copy_if(nodes_, std::back_inserter(nodes),
+                       [](const node_symbol* node) { return node != nullptr; });
+  const bool same_prefix = std::ranges::all_of(nodes, [&nodes](const node_symbol* node) {
+    return node->name_prefix() == nodes.front()->name_prefix();
+  });
+  if (same_prefix) {
+    sort_by_number_text(nodes);
+  } else {
+    sort_by_name(nodes);
+  }
   return nodes;
 }
 
+namespace {
+
+std::uint64_t hash_of(const port_symbol& source, const port_symbol& target) {
+  return spread_bits(std::uint64_t{symbol_list::position_of(&source)} << 32 |
+                     symbol_list::position_of(&target));
+}
+
+}  // namespace
+
+edge_symbol& graph_symbol::edge_at(std::uint32_t position) const {
+  return static_cast<edge_symbol&>(list().get(position));
+}
+
 void graph_symbol::add_edge(edge_symbol& edge) {
-  edge_symbol*& kept = edges_.place({&edge.first(), &edge.second()});
-  if (kept != nullptr) kept->set_live(false);
-  kept = &edge;
-  added_edges_.push_back(&edge);
+  const std::uint32_t position = symbol_list::position_of(&edge);
+  const std::uint32_t replaced =
+      edges_.put(hash_of(edge.first(), edge.second()), position, [this, &edge](std::uint32_t other) {
+        return &edge_at(other).first() == &edge.first() && &edge_at(other).second() == &edge.second();
+      });
+  if (replaced != 0) edge_at(replaced).set_live(false);
+  added_edges_.push_back(position);
   edge.set_live(true);
 }
 
 edge_symbol* graph_symbol::remove_edge(const port_symbol& source, const port_symbol& target) {
-  edge_symbol* const edge = edges_.value_or_default({&source, &target});
-  if (edge != nullptr) {
-    edges_.erase({&source, &target});
-    edge->set_live(false);
-  }
-  return edge;
+  const std::uint32_t position =
+      edges_.erase(hash_of(source, target), [this, &source, &target](std::uint32_t other) {
+        return &edge_at(other).first() == &source && &edge_at(other).second() == &target;
+      });
+  if (position == 0) return nullptr;
+  edge_at(position).set_live(false);
+  return &edge_at(position);
+}
+
+std::vector<edge_symbol*> graph_symbol::added_edges() const {
+  std::vector<edge_symbol*> edges;
+  edges.reserve(added_edges_.size());
+  for (const std::uint32_t position : added_edges_) edges.push_back(&edge_at(position));
+  return edges;
 }
 
 template <class Visit>
 void graph_symbol::for_each_edge(Visit visit) const {
-  for (edge_symbol* const edge : added_edges_) {
-    if (edge->live() && &edge->graph() == this) visit(edge);
+  for (const std::uint32_t position : added_edges_) {
+    edge_symbol& edge = edge_at(position);
+    if (edge.live() && &edge.graph() == this) visit(&edge);
   }
   for (edge_symbol* const edge : moved_edges_) visit(edge);
 }
@@ -190,9 +248,11 @@ std::vector<edge_symbol*> graph_symbol::edges_by_number() const {
   return edges;
 }
 
+void graph_symbol::add_port(const port_symbol& port) { ports_.push_back(symbol_list::position_of(&port)); }
+
 graph_symbol::port_group graph_symbol::ports_like(const port_symbol& port) {
   for (; indexed_ports_ < ports_.size(); ++indexed_ports_) {
-    port_symbol* const added = ports_[indexed_ports_];
+    port_symbol* const added = &static_cast<port_symbol&>(list().get(ports_[indexed_ports_]));
     port_group& group = ports_by_d1_.place(added->onx_id().d1);
     if (group.first == nullptr) group.first = added;
     group.last_but_one = group.last;

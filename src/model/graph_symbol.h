@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/flat_index.h"
 #include "common/flat_map.h"
 #include "model/kzr_symbol.h"
 
@@ -50,6 +51,8 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   void set_gml_id();
   /// Appends `gml_id()` to `text`.
   void append_gml_id(std::string& text) const;
+  /// What the names of nodes that are made now begin with; valid as long as the symbols.
+  [[nodiscard]] const char* name_prefix();
 
   /// Takes `node` in; the graph must be its enclosing graph.
   void add_node(node_symbol& node);
@@ -70,20 +73,23 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
 
   /// Keeps `edge` under its two ports, in place of an earlier one.
   void add_edge(edge_symbol& edge);
-  /// Takes the edge between the two ports out and returns it; null when there is none.
+  /// Takes the edge between the two ports out and returns it; null when there is none. Not to be called, as
+  /// `add_edge`, once edges were placed.
   edge_symbol* remove_edge(const port_symbol& source, const port_symbol& target);
   /// Keeps `edge`, which came here from another graph at the end of the trace. Any number of such edges may
   /// have the same ends.
   void add_moved_edge(edge_symbol& edge) { moved_edges_.push_back(&edge); }
   /// All edges by number.
   [[nodiscard]] std::vector<edge_symbol*> edges_by_number() const;
+  /// All edges that were ever added here, also those that are not live any more.
+  [[nodiscard]] std::vector<edge_symbol*> added_edges() const;
   /// How many edges the graph has.
   [[nodiscard]] std::size_t count_edges() const;
   /// How many of its nodes are shown.
   [[nodiscard]] std::size_t count_visible_nodes() const;
 
   /// Registers a port of one of the graph's nodes for the look-ups of aliased ports.
-  void add_port(port_symbol& port) { ports_.push_back(&port); }
+  void add_port(const port_symbol& port);
   /// The port registered last but one under the first word of `port`'s identifier; null when there is none.
   [[nodiscard]] port_symbol* get_aliased_port(const port_symbol& port);
   /// The port registered first under the first word of `port`'s identifier; null when there is none.
@@ -136,11 +142,13 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   /// Brings `nodes_by_d1_` up to date.
   void index_nodes();
   /// Calls `visit` for every edge, those of other graphs' making last.
+  [[nodiscard]] edge_symbol& edge_at(std::uint32_t position) const;
   template <class Visit>
   void for_each_edge(Visit visit) const;
 
   graphml_file* file_ = nullptr;
   node_symbol* parent_;
+  const char* name_prefix_ = nullptr;
   std::string gml_id_;
   ___onx_id id_;
   unsigned long handle_;
@@ -151,11 +159,12 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   flat_map<std::uint64_t, port_group> ports_by_d1_;
   std::size_t indexed_nodes_ = 0;
   std::size_t indexed_ports_ = 0;
-  std::vector<port_symbol*> ports_;
+  /// Ports and edges are kept by their positions in the list of symbols.
+  std::vector<std::uint32_t> ports_;
   /// In the order of their addition; those that are no longer live were removed or replaced.
-  std::vector<edge_symbol*> added_edges_;
-  /// By the ports that the trace names. Edges that moved to other graphs stay in the table.
-  flat_map<std::pair<const void*, const void*>, edge_symbol*> edges_;
+  std::vector<std::uint32_t> added_edges_;
+  /// By the ports that the trace names, which edges forget when they are placed.
+  flat_index edges_;
   std::vector<edge_symbol*> moved_edges_;
   std::map<const node_symbol*, std::uint64_t> region_counts_;
   flat_map<___onx_id, variable_symbol*> variables_;

@@ -16,15 +16,12 @@ void inner_graph_builder::build() {
 }
 
 void inner_graph_builder::collect_symbols() {
-  const symbol_list& symbols = dm_.symbols();
-  for (std::uint32_t position = 1; position <= symbols.size(); ++position) {
-    kzr_symbol* const symbol = symbols.at(position).get();
-    if (auto* const edge = symbol_cast<edge_symbol>(symbol)) {
-      edges_.push_back(edge);
-    } else if (auto* const composite = symbol_cast<subgraph_node_symbol>(symbol)) {
-      composites_.push_back(composite);
-    }
+  for (graph_symbol* const graph : dm_.graphs()) {
+    const std::vector<edge_symbol*> edges = graph->added_edges();
+    edges_.insert(edges_.end(), edges.begin(), edges.end());
+    if (auto* const composite = graph->composite_node()) composites_.push_back(composite);
   }
+  std::ranges::sort(edges_, {}, &edge_symbol::number);
   states_.resize(node_symbol::node_count);
   for (const subgraph_node_symbol* const composite : composites_) {
     const subgraph_node_symbol* const around = composite->own_graph().composite_node();
@@ -65,25 +62,29 @@ port_symbol& inner_graph_builder::innermost(port_symbol& port) const {
   return inner != nullptr ? **inner : port;
 }
 
+std::size_t inner_graph_builder::index_of(const port_symbol& port) {
+  static_assert(sizeof(port_symbol) >= symbol_list::stride_bytes);
+  return symbol_list::position_of(&port) / symbol_list::position_stride;
+}
+
 void inner_graph_builder::index_edges() {
   // Counts first, so that all neighbours fit one array; the counts then become positions.
-  neighbours_begin_.assign(dm_.symbols().size() + 2, 0);
+  neighbours_begin_.assign(dm_.symbols().end_position() / symbol_list::position_stride + 2, 0);
   const auto for_each_end = [this](auto visit) {
     for (const edge_symbol* const edge : edges_) {
       if (!edge->live()) continue;
       port_symbol& first = innermost(edge->first());
       port_symbol& second = innermost(edge->second());
-      visit(symbol_list::position_of(&first), second);
-      visit(symbol_list::position_of(&second), first);
+      visit(index_of(first), second);
+      visit(index_of(second), first);
     }
   };
-  for_each_end([this](std::uint32_t position, port_symbol&) { ++neighbours_begin_[position]; });
+  for_each_end([this](std::size_t index, port_symbol&) { ++neighbours_begin_[index]; });
   std::uint32_t end = 0;
   for (std::uint32_t& begin : neighbours_begin_) begin = end += begin;
   neighbours_.resize(end);
-  for_each_end([this](std::uint32_t position, port_symbol& other) {
-    neighbours_[--neighbours_begin_[position]] = &other;
-  });
+  for_each_end(
+      [this](std::size_t index, port_symbol& other) { neighbours_[--neighbours_begin_[index]] = &other; });
 }
 
 bool inner_graph_builder::is_inside(const subgraph_node_symbol& inner,
@@ -193,12 +194,12 @@ void inner_graph_builder::enter(subgraph_node_symbol& composite, node_symbol& no
 
 void inner_graph_builder::follow_edges(subgraph_node_symbol& composite, const node_symbol& node,
                                        bool composites) {
-  const auto follow = [this, &composite, composites](const std::vector<port_symbol*>& ports) {
+  const auto follow = [this, &composite, composites](std::span<port_symbol* const> ports) {
     for (port_symbol* const port : ports) {
       // What is behind a port that stands for an outer one is outside.
       if (port->outer_port() != nullptr) continue;
-      const std::uint32_t position = symbol_list::position_of(&innermost(*port));
-      for (std::uint32_t i = neighbours_begin_[position]; i < neighbours_begin_[position + 1]; ++i) {
+      const std::size_t index = index_of(innermost(*port));
+      for (std::uint32_t i = neighbours_begin_[index]; i < neighbours_begin_[index + 1]; ++i) {
         reach(composite, *neighbours_[i], composites);
       }
     }

@@ -39,6 +39,8 @@ class inner_graph_builder {
   void list_nested_composites();
   void place_edges();
 
+  /// A number that no other port has.
+  [[nodiscard]] static std::size_t index_of(const port_symbol& port);
   [[nodiscard]] port_symbol& innermost(port_symbol& port) const;
   [[nodiscard]] bool is_inside(const subgraph_node_symbol& inner, const subgraph_node_symbol& outer) const;
   bool claim(subgraph_node_symbol& composite, node_symbol& node);
@@ -65,8 +67,8 @@ class inner_graph_builder {
   std::vector<subgraph_node_symbol*> composites_;
   std::vector<edge_symbol*> edges_;                ///< by number
   flat_map<const void*, port_symbol*> innermost_;  ///< of outer ports that an inner port stands for
-  /// The ports at the other ends of the live edges of the port at position p of the symbol list are
-  /// `neighbours_` from `neighbours_begin_[p]` to `neighbours_begin_[p + 1]`.
+  /// The ports at the other ends of the live edges of the port with the index i are `neighbours_` from
+  /// `neighbours_begin_[i]` to `neighbours_begin_[i + 1]`.
   std::vector<std::uint32_t> neighbours_begin_;
   std::vector<port_symbol*> neighbours_;
   std::vector<node_state> states_;  ///< by node number

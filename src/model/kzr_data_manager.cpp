@@ -57,18 +57,21 @@ kzr_data_manager::~kzr_data_manager() {
 }
 
 std::shared_ptr<kzr_symbol> kzr_data_manager::get_sym(const ___onx_id& id) const {
-  return symbols_.at(symbol_list::position_of(find_sym(id)));
+  return symbols_.at(position_of(id));
 }
 
 template <class T>
-std::shared_ptr<T> kzr_data_manager::enter(const ___onx_id& id, std::shared_ptr<T> symbol) {
-  table_.place(id) = symbol.get();
-  return symbol;
+std::shared_ptr<T> kzr_data_manager::enter(T& symbol) {
+  const ___onx_id id = symbol.onx_id();
+  table_.put(flat_hash{}(id), symbol_list::position_of(&symbol),
+             [this, &id](std::uint32_t position) { return symbols_.get(position).onx_id() == id; });
+  return kzr_symbol::share(symbol);
 }
 
 std::shared_ptr<graph_symbol> kzr_data_manager::add_graph(const ___onx_id& id, node_symbol* parent,
                                                           unsigned long handle) {
-  auto graph = enter(id, symbols_.make<graph_symbol>(id, parent, handle));
+  auto graph = enter(symbols_.make<graph_symbol>(id, parent, handle));
+  graphs_.push_back(graph.get());
   graph->set_file(files_.back().get());
   files_.back()->add_graph(graph);
   return graph;
@@ -79,12 +82,14 @@ std::shared_ptr<node_symbol> kzr_data_manager::add_node(const ___onx_id& id, gra
   const bool splits_existing =
       handle == handles_.remembered(vocabulary_word::split_node) && graph.has_node_with(id.d1);
   if (is_kind_change(handles_, handle) || splits_existing) {
-    if (node_symbol* const changed = graph.transform_node(id, handle)) return changed->shared_from_this();
+    if (node_symbol* const changed = graph.transform_node(id, handle)) return kzr_symbol::share(*changed);
     count_warning("Transforming basic node failed: Fallback creating new node!");
   } else if (handle == handles_.remembered(vocabulary_word::composite_node)) {
-    return enter(id, subgraph_node_symbol::create(symbols_, id, graph, handle));
+    const auto composite = subgraph_node_symbol::create(symbols_, id, graph, handle);
+    graphs_.push_back(composite.get());
+    return enter(*composite);
   }
-  auto node = enter(id, symbols_.make<node_symbol>(id, graph, handle));
+  auto node = enter(symbols_.make<node_symbol>(id, graph, handle));
   graph.add_node(*node);
   return node;
 }
@@ -97,8 +102,8 @@ int kzr_data_manager::port_index(unsigned long handle) const {
 
 std::shared_ptr<port_symbol> kzr_data_manager::add_input_port(const ___onx_id& id, node_symbol& node,
                                                               unsigned long handle) {
-  auto port = enter(id, port_symbol::create(symbols_, id, node, handle, handles_.is_input_port(handle),
-                                            port_index(handle)));
+  auto port = enter(
+      *port_symbol::create(symbols_, id, node, handle, handles_.is_input_port(handle), port_index(handle)));
   if (is_alias(id, node.onx_id(), input_alias_word)) node.graph_for_ports().set_input_alias_port(port.get());
   return port;
 }
@@ -106,8 +111,8 @@ std::shared_ptr<port_symbol> kzr_data_manager::add_input_port(const ___onx_id& i
 std::shared_ptr<port_symbol> kzr_data_manager::add_output_port(const ___onx_id& id, node_symbol& node,
                                                                unsigned long handle) {
   // The direction follows from the handle here too.
-  auto port = enter(id, port_symbol::create(symbols_, id, node, handle, handles_.is_input_port(handle),
-                                            port_index(handle)));
+  auto port = enter(
+      *port_symbol::create(symbols_, id, node, handle, handles_.is_input_port(handle), port_index(handle)));
   if (is_alias(id, node.onx_id(), output_alias_word))
     node.graph_for_ports().set_output_alias_port(port.get());
   return port;
@@ -115,36 +120,35 @@ std::shared_ptr<port_symbol> kzr_data_manager::add_output_port(const ___onx_id& 
 
 std::shared_ptr<port_symbol> kzr_data_manager::add_input_port(const ___onx_id& id, node_symbol& node,
                                                               int index) {
-  return enter(id, port_symbol::create(symbols_, id, node, 0, true, index));
+  return enter(*port_symbol::create(symbols_, id, node, 0, true, index));
 }
 
 std::shared_ptr<port_symbol> kzr_data_manager::add_output_port(const ___onx_id& id, node_symbol& node,
                                                                int index) {
-  return enter(id, port_symbol::create(symbols_, id, node, 0, false, index));
+  return enter(*port_symbol::create(symbols_, id, node, 0, false, index));
 }
 
 std::shared_ptr<edge_symbol> kzr_data_manager::add_edge(port_symbol& source, port_symbol& target) {
-  auto edge = symbols_.make<edge_symbol>(source, target);
-  edge->graph().add_edge(*edge);
-  return edge;
+  auto& edge = symbols_.make<edge_symbol>(source, target);
+  edge.graph().add_edge(edge);
+  return kzr_symbol::share(edge);
 }
 
 std::shared_ptr<edge_symbol> kzr_data_manager::remove_edge(const port_symbol& source,
                                                            const port_symbol& target) {
   edge_symbol* const edge = source.node().graph_for_ports().remove_edge(source, target);
-  return edge == nullptr ? nullptr
-                         : std::shared_ptr<edge_symbol>(symbols_.at(symbol_list::position_of(edge)), edge);
+  return edge == nullptr ? nullptr : kzr_symbol::share(*edge);
 }
 
 std::shared_ptr<body_symbol> kzr_data_manager::add_body(const ___onx_id& id, node_symbol& node) {
-  auto body = enter(id, symbols_.make<body_symbol>(id, node));
+  auto body = enter(symbols_.make<body_symbol>(id, node));
   node.set_body(*body);
   return body;
 }
 
 std::shared_ptr<variable_symbol> kzr_data_manager::add_variable(const ___onx_id& id, graph_symbol& graph,
                                                                 const ___onx_id& first, char kind) {
-  auto variable = enter(id, symbols_.make<variable_symbol>(id, graph));
+  auto variable = enter(symbols_.make<variable_symbol>(id, graph));
   variable->add_to_stack(first, kind);
   graph.add_variable(*variable);
   return variable;
@@ -153,18 +157,18 @@ std::shared_ptr<variable_symbol> kzr_data_manager::add_variable(const ___onx_id&
 std::shared_ptr<parallel_region_symbol> kzr_data_manager::add_parallel_region(const ___onx_id& id,
                                                                               parallel_region_symbol* parent,
                                                                               unsigned long handle) {
-  return enter(id, symbols_.make<parallel_region_symbol>(id, parent, handle));
+  return enter(symbols_.make<parallel_region_symbol>(id, parent, handle));
 }
 
 std::shared_ptr<implicit_task_symbol> kzr_data_manager::add_implicit_task(const ___onx_id& id,
                                                                           parallel_region_symbol* region,
                                                                           unsigned long handle) {
-  return enter(id, symbols_.make<implicit_task_symbol>(id, region, handle));
+  return enter(symbols_.make<implicit_task_symbol>(id, region, handle));
 }
 
 std::shared_ptr<explicit_task_symbol> kzr_data_manager::add_explicit_task(const ___onx_id& id,
                                                                           implicit_task_symbol& task) {
-  return enter(id, symbols_.make<explicit_task_symbol>(id, task));
+  return enter(symbols_.make<explicit_task_symbol>(id, task));
 }
 
 port_symbol& kzr_data_manager::dependence_output(const ___onx_id& id, node_symbol& producer) {
@@ -235,7 +239,7 @@ void kzr_data_manager::complete_inner_graphs() {
 
 std::shared_ptr<graphml_file> kzr_data_manager::add_file(subgraph_node_symbol& composite) {
   auto file = std::make_shared<graphml_file>(composite.get_file_name());
-  file->add_graph(std::shared_ptr<graph_symbol>(composite.shared_from_this(), &composite));
+  file->add_graph(kzr_symbol::share<graph_symbol>(composite));
   files_.push_back(file);
   return file;
 }

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/flat_index.h"
 #include "common/flat_map.h"
 #include "common/onx_id.h"
 #include "model/body_symbol.h"
@@ -44,14 +45,14 @@ class kzr_data_manager {
   ~kzr_data_manager();
 
   /// The symbol registered under `id`, null when there is none. Borrowed: valid as long as the data manager.
-  [[nodiscard]] kzr_symbol* find_sym(const ___onx_id& id) const { return table_.value_or_default(id); }
+  [[nodiscard]] kzr_symbol* find_sym(const ___onx_id& id) const { return symbols_.find(position_of(id)); }
   /// `find_sym`, shared.
   [[nodiscard]] std::shared_ptr<kzr_symbol> get_sym(const ___onx_id& id) const;
   /// The symbol under `id` when it is a `T`, else empty.
   template <class T>
   [[nodiscard]] std::shared_ptr<T> get_sym_as(const ___onx_id& id) const {
     T* const symbol = find_sym_as<T>(id);
-    return symbol == nullptr ? nullptr : std::shared_ptr<T>(get_sym(id), symbol);
+    return symbol == nullptr ? nullptr : kzr_symbol::share(*symbol);
   }
   /// `get_sym_as`, borrowed.
   template <class T>
@@ -140,12 +141,19 @@ class kzr_data_manager {
   std::shared_ptr<graphml_file> add_file(subgraph_node_symbol& composite);
   /// The GraphML files of the run; grows while it is post-processed.
   [[nodiscard]] const std::vector<std::shared_ptr<graphml_file>>& files() const { return files_; }
-  /// Every symbol and edge of the run in the order of creation.
+  /// Every symbol and edge of the run.
   [[nodiscard]] const symbol_list& symbols() const { return symbols_; }
+  /// Every graph and composite node of the run in the order of creation.
+  [[nodiscard]] const std::vector<graph_symbol*>& graphs() const { return graphs_; }
 
  private:
+  /// The position of the symbol registered under `id`, 0 when there is none.
+  [[nodiscard]] std::uint32_t position_of(const ___onx_id& id) const {
+    return table_.find(flat_hash{}(id),
+                       [this, &id](std::uint32_t position) { return symbols_.get(position).onx_id() == id; });
+  }
   template <class T>
-  std::shared_ptr<T> enter(const ___onx_id& id, std::shared_ptr<T> symbol);
+  std::shared_ptr<T> enter(T& symbol);
   template <class Text>
   [[nodiscard]] DomainType classify_domain(Text name);
   void set_domain(unsigned long handle, DomainType type);
@@ -160,7 +168,10 @@ class kzr_data_manager {
   std::vector<std::shared_ptr<graphml_file>> files_;
   string_handles handles_;
   flat_map<std::uint64_t, DomainType> domains_;
-  flat_map<___onx_id, kzr_symbol*> table_;
+  /// Symbols by the identifiers they were made with.
+  flat_index table_;
+  /// All graphs, those of composite nodes included, in the order of creation.
+  std::vector<graph_symbol*> graphs_;
   graphml_keys keys_;
   bool inner_graphs_complete_ = false;
 };

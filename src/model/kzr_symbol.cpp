@@ -5,6 +5,7 @@
 #include "common/kzr_assert.h"
 #include "model/graph_symbol.h"
 #include "model/node_symbol.h"
+#include "model/symbol_list.h"
 
 std::shared_ptr<graph_symbol> kzr_symbol::get_enclosing_graph() const {
   kzr_fail("get_enclosing_graph is undefined");
@@ -21,20 +22,13 @@ ___onx_id kzr_symbol::onx_id() const { kzr_fail("onx id undefined for this symbo
 unsigned long kzr_symbol::handle() const { kzr_fail("string handle undefined for this symbol type"); }
 
 void kzr_symbol::add_metadata(unsigned long key, unsigned long, const char* value) {
-  if (!metadata_) metadata_ = std::make_unique<std::vector<std::pair<unsigned long, const char*>>>();
-  if (!metadata_->empty() && metadata_->back().first == key) {
-    metadata_->back().second = value;
-  } else {
-    metadata_->emplace_back(key, value);
-  }
+  list_->metadata_.place({list_position_, key}) = value;
 }
 
 std::string_view kzr_symbol::find_metadata(unsigned long key) const {
-  if (!metadata_) return {};
-  for (auto entry = metadata_->rbegin(); entry != metadata_->rend(); ++entry) {
-    if (entry->first == key) return entry->second;
-  }
-  return {};
+  if (list_ == nullptr) return {};
+  const char* const value = list_->metadata_.value_or_default({list_position_, key});
+  return value == nullptr ? std::string_view() : std::string_view(value);
 }
 
 void kzr_symbol::dump_as_graphml(kzr_data_manager&, std::ostream&, const std::string&) {

@@ -5,8 +5,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "common/onx_id.h"
 
@@ -32,8 +30,11 @@ enum class symbol_class : std::uint8_t {
 /// Root of everything that a trace describes. The data manager creates and owns all symbols and keeps them
 /// until the end of the run, so symbols point at each other without owning each other. An operation that a
 /// class does not define aborts: asking for it is a programming error, never a reaction to trace content.
-class kzr_symbol : public std::enable_shared_from_this<kzr_symbol> {
+class kzr_symbol {
  public:
+  /// True for classes whose objects hold no memory but that of their list, which then does not destroy them.
+  static constexpr bool lives_in_list = false;
+
   kzr_symbol() = default;
   kzr_symbol(const kzr_symbol&) = delete;
   kzr_symbol& operator=(const kzr_symbol&) = delete;
@@ -55,22 +56,34 @@ class kzr_symbol : public std::enable_shared_from_this<kzr_symbol> {
   virtual void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent);
   virtual ~kzr_symbol() = default;
 
+  /// The symbol, shared: the pointer owns nothing, as all symbols have one owner.
+  [[nodiscard]] std::shared_ptr<kzr_symbol> shared_from_this() { return share(*this); }
+
   /// The symbol as an object of the class `wanted`, null when it is none. Use `symbol_cast`.
   [[nodiscard]] virtual void* as(symbol_class wanted);
 
   /// The text stored under `key`, empty when there is none.
-  [[nodiscard]] std::string_view find_metadata(unsigned long key) const;
+  [[nodiscard]] virtual std::string_view find_metadata(unsigned long key) const;
+
+  /// A pointer to `symbol` that looks like a shared one and owns nothing.
+  template <class T>
+  [[nodiscard]] static std::shared_ptr<T> share(T& symbol) {
+    return std::shared_ptr<T>(std::shared_ptr<void>(), &symbol);
+  }
 
   /// Orders symbols by the number in their GraphML ids: "d10" behind "d9", all nodes of one graph alike.
   struct gml_compare {
     bool operator()(const std::shared_ptr<kzr_symbol>& a, const std::shared_ptr<kzr_symbol>& b) const;
   };
 
+ protected:
+  /// The list that owns the symbol; a key has none.
+  [[nodiscard]] symbol_list& list() const { return *list_; }
+
  private:
   friend class symbol_list;
 
-  // Texts in the order of their arrival; the last one of a key counts. Most symbols have none.
-  std::unique_ptr<std::vector<std::pair<unsigned long, const char*>>> metadata_;
+  symbol_list* list_ = nullptr;
   std::uint32_t list_position_ = 0;
 };
 
@@ -84,10 +97,8 @@ template <class T>
 template <class T>
 class virtual_enable_shared_from_this : public virtual kzr_symbol {
  public:
-  [[nodiscard]] std::shared_ptr<T> shared_from_this() {
-    return std::shared_ptr<T>(kzr_symbol::shared_from_this(), static_cast<T*>(this));
-  }
+  [[nodiscard]] std::shared_ptr<T> shared_from_this() { return kzr_symbol::share(static_cast<T&>(*this)); }
   [[nodiscard]] std::shared_ptr<const T> shared_from_this() const {
-    return std::shared_ptr<const T>(kzr_symbol::shared_from_this(), static_cast<const T*>(this));
+    return kzr_symbol::share(static_cast<const T&>(*this));
   }
 };

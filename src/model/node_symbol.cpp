@@ -4,15 +4,44 @@
 #include "common/kzr_assert.h"
 #include "model/graph_symbol.h"
 #include "model/subgraph_node_symbol.h"
+#include "model/symbol_list.h"
 
 std::uint64_t node_symbol::node_count = 0;
 
 node_symbol::node_symbol(const ___onx_id& id, graph_symbol& graph, unsigned long handle)
-    : graph_(&graph), id_(id), handle_(handle), number_(node_count++) {
-  node_symbol::append_gml_id(name_);
+    : graph_(&graph),
+      name_prefix_(graph.name_prefix()),
+      id_(id),
+      handle_(handle),
+      number_(static_cast<std::uint32_t>(node_count++)) {}
+
+std::string node_symbol::name() const {
+  std::string name = name_prefix_;
+  append_number(name, number_);
+  return name;
 }
 
-node_symbol::~node_symbol() = default;
+void node_symbol::add_metadata(unsigned long key, unsigned long type, const char* value) {
+  if (metadata_value_ == nullptr || metadata_key_ == key) {
+    metadata_key_ = key;
+    metadata_value_ = value;
+  } else {
+    kzr_symbol::add_metadata(key, type, value);
+  }
+}
+
+std::string_view node_symbol::find_metadata(unsigned long key) const {
+  if (metadata_value_ != nullptr && metadata_key_ == key) return metadata_value_;
+  return kzr_symbol::find_metadata(key);
+}
+
+void node_symbol::set_code_location(std::string_view location) {
+  if (location != code_location_) code_location_ = list().arena().copy(location);
+}
+
+void node_symbol::add_input_port(port_symbol& port) { input_ports_.add(port, list().arena()); }
+
+void node_symbol::add_output_port(port_symbol& port) { output_ports_.add(port, list().arena()); }
 
 graph_symbol* node_symbol::find_enclosing_graph() const {
   if (visible_) return graph_;

@@ -2,10 +2,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "model/kzr_symbol.h"
+#include "model/port_list.h"
 
 class body_symbol;
 class graph_symbol;
@@ -15,13 +17,13 @@ class port_symbol;
 class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
  public:
   static constexpr symbol_class own_class = symbol_class::node;
+  static constexpr bool lives_in_list = true;
   /// Number of the next node of the run.
   static std::uint64_t node_count;
 
   /// Takes the next node number. `handle` is the string handle of the node's kind. Does not add the node to
   /// `graph`.
   node_symbol(const ___onx_id& id, graph_symbol& graph, unsigned long handle);
-  ~node_symbol() override;
 
   /// The graph that the node is shown in: its own one, or the one above while the node is hidden.
   [[nodiscard]] std::shared_ptr<graph_symbol> get_enclosing_graph() const override;
@@ -29,6 +31,8 @@ class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
   [[nodiscard]] std::string gml_id() const override;
   [[nodiscard]] ___onx_id onx_id() const override { return id_; }
   [[nodiscard]] unsigned long handle() const override { return handle_; }
+  void add_metadata(unsigned long key, unsigned long, const char* value) override;
+  [[nodiscard]] std::string_view find_metadata(unsigned long key) const override;
   void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
   /// Appends the node's GraphML lines, each behind `indent`; nothing while the node is hidden.
   virtual void append_graphml(const kzr_data_manager& dm, std::string& text, const std::string& indent) const;
@@ -47,7 +51,9 @@ class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
   void append_gml_id(std::string& text) const;
 
   /// The name under which GraphML sorts the node: its id at the time of its creation.
-  [[nodiscard]] const std::string& name() const { return name_; }
+  [[nodiscard]] std::string name() const;
+  /// The part of the name in front of the number, at the same address for most nodes of a graph.
+  [[nodiscard]] const char* name_prefix() const { return name_prefix_; }
   /// The number at the end of the node's GraphML id.
   [[nodiscard]] std::uint64_t number() const { return number_; }
   /// False for a node that the outputs leave out, as the trace said of it.
@@ -59,27 +65,31 @@ class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
   [[nodiscard]] body_symbol* body() const { return body_; }
   void set_body(body_symbol& body) { body_ = &body; }
   /// Offset of the node's code in its image, in decimal; empty when unknown.
-  [[nodiscard]] const std::string& code_location() const { return code_location_; }
-  void set_code_location(std::string location) { code_location_ = std::move(location); }
+  [[nodiscard]] std::string_view code_location() const { return code_location_; }
+  void set_code_location(std::string_view location);
 
-  /// Ports in the order of their addition, which is that of the outputs.
-  [[nodiscard]] const std::vector<port_symbol*>& input_ports() const { return input_ports_; }
-  [[nodiscard]] const std::vector<port_symbol*>& output_ports() const { return output_ports_; }
-  void add_input_port(port_symbol& port) { input_ports_.push_back(&port); }
-  void add_output_port(port_symbol& port) { output_ports_.push_back(&port); }
+  /// Ports in the order of their addition, which is that of the outputs; valid until the next one is added.
+  [[nodiscard]] std::span<port_symbol* const> input_ports() const { return input_ports_.all(); }
+  [[nodiscard]] std::span<port_symbol* const> output_ports() const { return output_ports_.all(); }
+  void add_input_port(port_symbol& port);
+  void add_output_port(port_symbol& port);
 
  private:
   friend class graph_symbol;
 
-  std::string code_location_;
   graph_symbol* graph_;
-  std::string name_;
+  const char* name_prefix_;
+  const char* code_location_ = "";
   ___onx_id id_;
   unsigned long handle_;
   body_symbol* body_ = nullptr;
-  std::vector<port_symbol*> input_ports_;
-  std::vector<port_symbol*> output_ports_;
-  std::uint64_t number_;
-  std::size_t place_in_graph_ = 0;
+  port_list input_ports_;
+  port_list output_ports_;
+  // Most nodes have metadata of one key, their name; what else there is, the base class keeps.
+  unsigned long metadata_key_ = 0;
+  const char* metadata_value_ = nullptr;
+  // Memory ends before there are as many nodes as these can count.
+  std::uint32_t number_;
+  std::uint32_t place_in_graph_ = 0;
   bool visible_ = true;
 };

@@ -8,25 +8,28 @@
 
 port_symbol::port_symbol(const ___onx_id& id, node_symbol& node, unsigned long handle, bool is_input,
                          int offset)
-    : id_(id), node_(&node), handle_(handle), offset_(offset), is_input_(is_input) {}
+    : direction_and_offset_(static_cast<std::uint32_t>(offset) << 1 | static_cast<std::uint32_t>(is_input)),
+      id_(id),
+      node_(&node),
+      handle_(handle) {}
 
 std::shared_ptr<port_symbol> port_symbol::create(symbol_list& symbols, const ___onx_id& id, node_symbol& node,
                                                  unsigned long handle, bool is_input, int offset) {
-  auto port = symbols.make<port_symbol>(id, node, handle, is_input, offset);
+  port_symbol& port = symbols.make<port_symbol>(id, node, handle, is_input, offset);
   if (is_input) {
-    node.add_input_port(*port);
+    node.add_input_port(port);
   } else {
-    node.add_output_port(*port);
+    node.add_output_port(port);
   }
-  node.graph_for_ports().add_port(*port);
-  return port;
+  node.graph_for_ports().add_port(port);
+  return share(port);
 }
 
 std::shared_ptr<graph_symbol> port_symbol::get_enclosing_graph() const {
   return node_->get_enclosing_graph();
 }
 
-std::shared_ptr<node_symbol> port_symbol::get_parent_node() const { return node_->shared_from_this(); }
+std::shared_ptr<node_symbol> port_symbol::get_parent_node() const { return share(*node_); }
 
 std::string port_symbol::gml_id() const { kzr_fail("ERROR: A port does not have a graphml id"); }
 
@@ -39,11 +42,11 @@ std::string port_symbol::get_gml_accessor(const kzr_data_manager& dm) const {
 }
 
 void port_symbol::append_gml_accessor(const kzr_data_manager& dm, std::string& text) const {
-  text += is_input_ ? "target=\"" : "source=\"";
+  text += is_input() ? "target=\"" : "source=\"";
   node_->append_gml_id(text);
-  text += is_input_ ? "\" targetoffset=\"" : "\" sourceoffset=\"";
-  append_number(text, offset_);
-  text += is_input_ ? "\" targetport=\"" : "\" sourceport=\"";
+  text += is_input() ? "\" targetoffset=\"" : "\" sourceoffset=\"";
+  append_number(text, offset());
+  text += is_input() ? "\" targetport=\"" : "\" sourceport=\"";
   append_name(dm, text);
   text += '"';
 }

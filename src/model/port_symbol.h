@@ -11,6 +11,7 @@
 class port_symbol : public kzr_symbol {
  public:
   static constexpr symbol_class own_class = symbol_class::port;
+  static constexpr bool lives_in_list = true;
 
   /// `handle` is the string handle of the port's name, 0 for none; `offset` counts the ports of one
   /// direction, mostly from 0. Does not add the port to `node`.
@@ -42,10 +43,10 @@ class port_symbol : public kzr_symbol {
 
   /// The node that the port belongs to.
   [[nodiscard]] node_symbol& node() const { return *node_; }
-  [[nodiscard]] bool is_input() const { return is_input_; }
+  [[nodiscard]] bool is_input() const { return (direction_and_offset_ & 1) != 0; }
   /// Position among the ports of its direction, as the last character of its name says: 0 to 9 for a digit,
   /// any other number, also a negative one, for another character.
-  [[nodiscard]] int offset() const { return offset_; }
+  [[nodiscard]] int offset() const { return static_cast<int>(direction_and_offset_) >> 1; }
 
   /// For an outer port of a composite node, the inner port that stands for it; null when there is none.
   [[nodiscard]] port_symbol* aliased_child() const { return aliased_child_; }
@@ -55,11 +56,11 @@ class port_symbol : public kzr_symbol {
   void set_outer_port(port_symbol* port) { outer_port_ = port; }
 
  private:
+  /// The direction in the lowest bit, the offset above it: four bytes, for which the base class leaves room.
+  std::uint32_t direction_and_offset_;
   ___onx_id id_;
   node_symbol* node_;
   unsigned long handle_;
   port_symbol* aliased_child_ = nullptr;
   port_symbol* outer_port_ = nullptr;
-  int offset_;
-  bool is_input_;
 };

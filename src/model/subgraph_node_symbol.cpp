@@ -14,9 +14,9 @@ subgraph_node_symbol::subgraph_node_symbol(const ___onx_id& id, graph_symbol& en
 std::shared_ptr<subgraph_node_symbol> subgraph_node_symbol::create(symbol_list& symbols, const ___onx_id& id,
                                                                    graph_symbol& enclosing,
                                                                    unsigned long handle) {
-  auto composite = symbols.make<subgraph_node_symbol>(id, enclosing, handle);
-  enclosing.add_node(*composite);
-  return composite;
+  auto& composite = symbols.make<subgraph_node_symbol>(id, enclosing, handle);
+  enclosing.add_node(composite);
+  return share(composite);
 }
 
 std::shared_ptr<graph_symbol> subgraph_node_symbol::get_enclosing_graph() const {
@@ -52,8 +52,7 @@ void* subgraph_node_symbol::as(symbol_class wanted) {
   }
 }
 
-port_symbol* subgraph_node_symbol::ports_by_d1::find(const std::vector<port_symbol*>& ports,
-                                                     std::uint64_t d1) {
+port_symbol* subgraph_node_symbol::ports_by_d1::find(std::span<port_symbol* const> ports, std::uint64_t d1) {
   for (; known_ports_ < ports.size(); ++known_ports_) {
     port_symbol*& first = table_.place(ports[known_ports_]->onx_id().d1);
     if (first == nullptr) first = ports[known_ports_];
@@ -76,7 +75,7 @@ void subgraph_node_symbol::link_ports(port_symbol& outer, port_symbol& inner) {
 }
 
 port_symbol* subgraph_node_symbol::find_free_port(bool is_input, int offset) {
-  const std::vector<port_symbol*>& ports = is_input ? input_ports() : output_ports();
+  const std::span<port_symbol* const> ports = is_input ? input_ports() : output_ports();
   std::size_t& next = linked_ports_[{is_input, offset}];
   for (; next < ports.size(); ++next) {
     if (ports[next]->offset() == offset && ports[next]->aliased_child() == nullptr) return ports[next];

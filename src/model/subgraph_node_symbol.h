@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,6 +23,7 @@ struct port_alias {
 class subgraph_node_symbol : public graph_symbol, public node_symbol {
  public:
   static constexpr symbol_class own_class = symbol_class::subgraph_node;
+  static constexpr bool lives_in_list = false;
   /// Number of the next composite node of the run.
   static std::uint64_t subgraph_node_count;
 
@@ -100,7 +102,7 @@ class subgraph_node_symbol : public graph_symbol, public node_symbol {
   /// are added later join at the next look-up.
   class ports_by_d1 {
    public:
-    [[nodiscard]] port_symbol* find(const std::vector<port_symbol*>& ports, std::uint64_t d1);
+    [[nodiscard]] port_symbol* find(std::span<port_symbol* const> ports, std::uint64_t d1);
 
    private:
     flat_map<std::uint64_t, port_symbol*> table_;

@@ -2,25 +2,34 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
+#include <cstdlib>
 #include <memory>
+#include <new>
 #include <utility>
+#include <vector>
 
+#include "common/flat_map.h"
 #include "common/text_arena.h"
 #include "model/kzr_symbol.h"
 
-/// All symbols of a run in the order of their creation: their one owner. A symbol's position, from 1, is a
-/// short name for it that costs less to keep than a pointer; 0 stands for no symbol.
+/// All symbols of a run: their one owner and the memory they live in. A symbol's position is a short name for
+/// it that costs less to keep than a pointer; 0 stands for no symbol. Positions grow in the order of
+/// creation.
 class symbol_list {
  public:
-  /// Makes a symbol from `arguments` and gives it the next position. It lives in the list's memory, so nobody
-  /// may keep it for longer than the list.
+  symbol_list() = default;
+  symbol_list(const symbol_list&) = delete;
+  symbol_list& operator=(const symbol_list&) = delete;
+  ~symbol_list();
+
+  /// Makes a symbol from `arguments` and gives it the next position.
   template <class T, class... Arguments>
-  std::shared_ptr<T> make(Arguments&&... arguments) {
-    auto symbol = std::allocate_shared<T>(arena_allocator<T>(arena_), std::forward<Arguments>(arguments)...);
-    symbol->list_position_ = static_cast<std::uint32_t>(symbols_.size() + 1);
-    symbols_.push_back(symbol);
-    return symbol;
+  T& make(Arguments&&... arguments) {
+    static_assert(alignof(T) <= unit_bytes && sizeof(T) <= block_bytes - unit_bytes);
+    T* const symbol = new (allocate(sizeof(T))) T(std::forward<Arguments>(arguments)...);
+    enter(*symbol);
+    if constexpr (!T::lives_in_list) owners_.push_back(symbol);
+    return *symbol;
   }
 
   /// Position of `symbol`, 0 for null.
@@ -28,17 +37,55 @@ class symbol_list {
     return symbol == nullptr ? 0 : symbol->list_position_;
   }
 
-  /// The symbol at `position`, null for 0. There must be such a position.
-  [[nodiscard]] const std::shared_ptr<kzr_symbol>& at(std::uint32_t position) const {
-    return position == 0 ? none_ : symbols_[position - 1];
+  /// The symbol at `position`, which some symbol of this list has.
+  [[nodiscard]] kzr_symbol& get(std::uint32_t position) const {
+    char* const block = blocks_[position / block_units];
+    return *std::launder(reinterpret_cast<kzr_symbol*>(block + position % block_units * unit_bytes));
+  }
+  /// The symbol at `position`, null for 0.
+  [[nodiscard]] kzr_symbol* find(std::uint32_t position) const {
+    return position == 0 ? nullptr : &get(position);
+  }
+  /// `find`, shared.
+  [[nodiscard]] std::shared_ptr<kzr_symbol> at(std::uint32_t position) const {
+    return position == 0 ? nullptr : get(position).shared_from_this();
   }
 
-  /// How many symbols there are, and so the last position.
-  [[nodiscard]] std::size_t size() const { return symbols_.size(); }
+  /// Symbols of at least so many bytes have different quotients of their positions by `position_stride`.
+  static constexpr std::size_t stride_bytes = 64;
+  static constexpr std::uint32_t position_stride = 8;
+  /// More than any position.
+  [[nodiscard]] std::size_t end_position() const { return blocks_.size() * block_units; }
+
+  /// Memory for what symbols refer to; it is kept as long as they are.
+  [[nodiscard]] text_arena& arena() { return arena_; }
 
  private:
-  // Behind it go the symbols, which live in it.
+  friend class kzr_symbol;
+
+  /// A position counts units of this size, from the start of the first block.
+  static constexpr std::size_t unit_bytes = stride_bytes / position_stride;
+  static constexpr std::size_t block_bytes = std::size_t{64} * 1024;
+  static constexpr std::size_t block_units = block_bytes / unit_bytes;
+  static constexpr std::size_t most_blocks = (std::size_t{1} << 32) / block_units;
+
+  [[nodiscard]] char* allocate(std::size_t size_bytes);
+  void add_block();
+  void enter(kzr_symbol& symbol);
+
+  struct memory_deleter {
+    void operator()(char* memory) const { std::free(memory); }
+  };
+
+  std::vector<std::unique_ptr<char, memory_deleter>> memory_;
+  std::vector<char*> blocks_;
+  char* next_block_ = nullptr;
+  std::size_t spare_blocks_ = 0;
+  char* free_ = nullptr;
+  std::size_t free_bytes_ = 0;
   text_arena arena_;
-  std::deque<std::shared_ptr<kzr_symbol>> symbols_;
-  std::shared_ptr<kzr_symbol> none_;
+  /// Symbols that hold memory of their own, which their destruction gives back.
+  std::vector<kzr_symbol*> owners_;
+  /// By position and key: texts for which the symbol itself has no room.
+  flat_map<std::pair<std::uint64_t, std::uint64_t>, const char*> metadata_;
 };
