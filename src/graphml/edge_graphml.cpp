@@ -1,14 +1,15 @@
 #include <ostream>
 
+#include "common/text_buffer.h"
 #include "model/edge_symbol.h"
 
 void edge_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) {
-  std::string text;
+  text_buffer text;
   append_graphml(dm, text, indent);
-  os << text;
+  os << text.view();
 }
 
-void edge_symbol::append_graphml(const kzr_data_manager& dm, std::string& text,
+void edge_symbol::append_graphml(const kzr_data_manager& dm, text_buffer& text,
                                  const std::string& indent) const {
   text += indent;
   text += "<edge id=\"";

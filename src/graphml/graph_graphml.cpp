@@ -1,5 +1,6 @@
 #include <ostream>
 
+#include "common/text_buffer.h"
 #include "graphml/graphml_file.h"
 #include "model/edge_symbol.h"
 #include "model/graph_symbol.h"
@@ -8,11 +9,11 @@
 
 namespace {
 // Lines go out in blocks of about this size.
-constexpr std::size_t block_bytes = 16 * 1024;
+constexpr std::size_t block_bytes = 64 * 1024;
 
-void write_full_block(std::string& text, std::ostream& os) {
+void write_full_block(text_buffer& text, std::ostream& os) {
   if (text.size() < block_bytes) return;
-  os << text;
+  os << text.view();
   text.clear();
 }
 }  // namespace
@@ -20,11 +21,12 @@ void write_full_block(std::string& text, std::ostream& os) {
 std::string graph_symbol::get_file_name() const { return file_->name(); }
 
 void graph_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) {
-  std::string text = indent;
+  text_buffer text;
+  text += indent;
   text += "<graph id=\"";
   append_gml_id(text);
   text += "\">\n";
-  os << text;
+  os << text.view();
   dump_additional_graph_data(dm, os, "    ");
 
   // The ids of all nodes of a graph carry the same number, the graph's, and so do those of its edges: by that
@@ -39,7 +41,7 @@ void graph_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const
     edge->append_graphml(dm, text, inner_indent);
     write_full_block(text, os);
   }
-  os << text << indent << "</graph>\n";
+  os << text.view() << indent << "</graph>\n";
 }
 
 void graph_symbol::dump_additional_graph_data(kzr_data_manager&, std::ostream&, const std::string&) {}

@@ -2,12 +2,12 @@
 
 #include <ostream>
 
-#include "common/append_pieces.h"
+#include "common/text_buffer.h"
 #include "graphml/graphml_lines.h"
 #include "model/kzr_data_manager.h"
 
 void append_node_opening(const node_symbol& node, const kzr_data_manager& dm, const std::string& indent,
-                         std::string& text) {
+                         text_buffer& text) {
   const graphml_keys& keys = dm.keys();
   const std::string data_indent = indent + "  ";
   text += indent;
@@ -19,20 +19,22 @@ void append_node_opening(const node_symbol& node, const kzr_data_manager& dm, co
   const std::string_view name = node.find_metadata(dm.handles().remembered(vocabulary_word::object_name));
   if (name.empty()) {
     append_data_opening(text, data_indent, keys.object_name());
-    text.append(text, id_begin, id_size);
+    text.append_again(id_begin, id_size);
     text += data_closing;
   } else {
     append_data_line(text, data_indent, keys.object_name(), name);
   }
   if (!node.code_location().empty()) {
     append_data_opening(text, data_indent, keys.line_no());
-    text.append(text, id_begin, id_size);
-    append_pieces(text, "::", node.code_location(), data_closing);
+    text.append_again(id_begin, id_size);
+    text += "::";
+    text += node.code_location();
+    text += data_closing;
   }
 }
 
 void append_ports(const node_symbol& node, const kzr_data_manager& dm, const std::string& indent,
-                  std::string& text) {
+                  text_buffer& text) {
   for (const port_symbol* const port : node.input_ports()) port->append_graphml(dm, text, indent);
   for (const port_symbol* const port : node.output_ports()) port->append_graphml(dm, text, indent);
 }
@@ -51,12 +53,12 @@ const char* find_join_policy(const string_handles& handles, std::uint64_t kind) 
 }  // namespace
 
 void node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) {
-  std::string text;
+  text_buffer text;
   append_graphml(dm, text, indent);
-  os << text;
+  os << text.view();
 }
 
-void node_symbol::append_graphml(const kzr_data_manager& dm, std::string& text,
+void node_symbol::append_graphml(const kzr_data_manager& dm, text_buffer& text,
                                  const std::string& indent) const {
   if (!visible_) return;
   const graphml_keys& keys = dm.keys();
@@ -67,7 +69,7 @@ void node_symbol::append_graphml(const kzr_data_manager& dm, std::string& text,
     append_data_line(text, inner_indent, keys.node_type(), "join_node");
     append_data_line(text, inner_indent, keys.join_policy(), policy);
   } else {
-    append_data_line(text, inner_indent, keys.node_type(), dm.handle_text(handle_));
+    append_data_line(text, inner_indent, keys.node_type(), dm.handles().view(handle_));
   }
   append_ports(*this, dm, inner_indent, text);
   text += indent;

@@ -1,20 +1,24 @@
 #include <ostream>
 
-#include "common/append_number.h"
+#include "common/text_buffer.h"
 #include "model/port_symbol.h"
 
 void port_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) {
-  std::string text;
+  text_buffer text;
   append_graphml(dm, text, indent);
-  os << text;
+  os << text.view();
 }
 
-void port_symbol::append_graphml(const kzr_data_manager& dm, std::string& text,
+void port_symbol::append_graphml(const kzr_data_manager& dm, text_buffer& text,
                                  const std::string& indent) const {
   text += indent;
   text += "<port name=\"";
   append_name(dm, text);
-  text += is_input() ? "\" type=\"input\" offset=\"" : "\" type=\"output\" offset=\"";
+  if (is_input()) {
+    text += "\" type=\"input\" offset=\"";
+  } else {
+    text += "\" type=\"output\" offset=\"";
+  }
   append_number(text, offset());
   text += "\"/>\n";
 }

@@ -1,6 +1,5 @@
 #include <ostream>
 
-#include "common/append_number.h"
 #include "graphml/graphml_file.h"
 #include "graphml/graphml_lines.h"
 #include "graphml/node_graphml.h"
@@ -13,19 +12,21 @@ bool has_port_key(int offset) { return offset >= 0 && offset <= 9; }
 
 /// Names the inner end of each port that has one and a key of its own.
 void append_port_data(std::span<port_symbol* const> ports, const std::string& key_name,
-                      const kzr_data_manager& dm, const std::string& indent, std::string& text) {
+                      const kzr_data_manager& dm, const std::string& indent, text_buffer& text) {
   for (const port_symbol* const port : ports) {
     const port_symbol* const inner = port->aliased_child();
     if (inner == nullptr || !has_port_key(port->offset())) continue;
-    std::string value = inner->node().gml_id() + ":";
-    inner->append_name(dm, value);
-    append_data_line(text, indent, dm.get_key_id(key_name + std::to_string(port->offset())), value);
+    append_data_opening(text, indent, dm.get_key_id(key_name + std::to_string(port->offset())));
+    inner->node().append_gml_id(text);
+    text += ':';
+    inner->append_name(dm, text);
+    text += data_closing;
   }
 }
 
 /// Names what stands for each port that has a key of its own.
 void append_alias_data(const std::vector<port_alias>& aliases, const std::string& direction,
-                       const kzr_data_manager& dm, const std::string& indent, std::string& text) {
+                       const kzr_data_manager& dm, const std::string& indent, text_buffer& text) {
   for (const port_alias& alias : aliases) {
     if (!has_port_key(alias.outer->offset())) continue;
     const std::string number = std::to_string(alias.outer->offset());
@@ -40,14 +41,14 @@ void append_alias_data(const std::vector<port_alias>& aliases, const std::string
 
 void subgraph_node_symbol::dump_additional_graph_data(kzr_data_manager& dm, std::ostream& os,
                                                       const std::string& indent) {
-  std::string text;
+  text_buffer text;
   append_data_line(text, indent, dm.get_key_id("concurrency_list"), "0");
   append_data_line(text, indent, dm.get_key_id("no_of_data_elements"), "0");
   append_data_line(text, indent, dm.get_key_id("no_of_nodes"), std::to_string(count_visible_nodes()));
   append_data_line(text, indent, dm.get_key_id("no_of_edges"), std::to_string(count_edges()));
   append_alias_data(input_aliases(), "Input", dm, indent, text);
   append_alias_data(output_aliases(), "Output", dm, indent, text);
-  os << text;
+  os << text.view();
 }
 
 void subgraph_node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os,
@@ -55,7 +56,7 @@ void subgraph_node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& o
   node_symbol::dump_as_graphml(dm, os, indent);
 }
 
-void subgraph_node_symbol::append_graphml(const kzr_data_manager& dm, std::string& text,
+void subgraph_node_symbol::append_graphml(const kzr_data_manager& dm, text_buffer& text,
                                           const std::string& indent) const {
   if (!visible()) return;
   const graphml_keys& keys = dm.keys();

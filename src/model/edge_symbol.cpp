@@ -1,7 +1,7 @@
 #include "model/edge_symbol.h"
 
-#include "common/append_number.h"
 #include "common/kzr_assert.h"
+#include "common/text_buffer.h"
 #include "model/graph_symbol.h"
 #include "model/node_symbol.h"
 #include "model/port_symbol.h"
@@ -14,12 +14,12 @@ edge_symbol::edge_symbol(port_symbol& first, port_symbol& second)
 std::shared_ptr<graph_symbol> edge_symbol::get_enclosing_graph() const { return graph_->shared_from_this(); }
 
 std::string edge_symbol::gml_id() const {
-  std::string id;
+  text_buffer id;
   append_gml_id(id);
-  return id;
+  return std::string(id.view());
 }
 
-void edge_symbol::append_gml_id(std::string& text) const {
+void edge_symbol::append_gml_id(text_buffer& text) const {
   graph_->append_gml_id(text);
   text += "::e";
   append_number(text, number_);
@@ -31,7 +31,7 @@ unsigned long edge_symbol::handle() const { return first_->handle(); }
 
 void* edge_symbol::as(symbol_class wanted) { return wanted == own_class ? this : nullptr; }
 
-void edge_symbol::append_accessors(const kzr_data_manager& dm, std::string& text) const {
+void edge_symbol::append_accessors(const kzr_data_manager& dm, text_buffer& text) const {
   first_->append_gml_accessor(dm, text);
   text += ' ';
   second_->append_gml_accessor(dm, text);

@@ -7,6 +7,7 @@
 #include "model/kzr_symbol.h"
 
 class port_symbol;
+class text_buffer;
 
 /// An edge from one port to another, in the graph that the source port's node is shown in.
 class edge_symbol : public kzr_symbol {
@@ -29,11 +30,11 @@ class edge_symbol : public kzr_symbol {
   [[nodiscard]] void* as(symbol_class wanted) override;
 
   /// Appends `gml_id()` to `text`.
-  void append_gml_id(std::string& text) const;
+  void append_gml_id(text_buffer& text) const;
   /// Appends the accessors of both ends, separated by a blank.
-  void append_accessors(const kzr_data_manager& dm, std::string& text) const;
+  void append_accessors(const kzr_data_manager& dm, text_buffer& text) const;
   /// Appends the edge's GraphML line.
-  void append_graphml(const kzr_data_manager& dm, std::string& text, const std::string& indent) const;
+  void append_graphml(const kzr_data_manager& dm, text_buffer& text, const std::string& indent) const;
 
   /// True while the edge is one of a graph: from its addition until it is removed or replaced.
   [[nodiscard]] bool live() const { return live_; }

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "common/append_number.h"
+#include "common/text_buffer.h"
 #include "model/edge_symbol.h"
 #include "model/kzr_data_manager.h"
 #include "model/node_symbol.h"
@@ -16,6 +17,11 @@ std::uint64_t graph_symbol::graph_count = 0;
 graph_symbol::graph_symbol(const ___onx_id& id, node_symbol* parent, unsigned long handle)
     : parent_(parent), gml_id_("g"), id_(id), handle_(handle) {
   append_number(gml_id_, graph_count++);
+}
+
+graph_symbol::graph_symbol(const ___onx_id& id, subgraph_node_symbol& composite, unsigned long handle)
+    : graph_symbol(id, nullptr, handle) {
+  composite_ = &composite;
 }
 
 graph_symbol::~graph_symbol() = default;
@@ -38,7 +44,7 @@ void graph_symbol::set_gml_id() {
   name_prefix_ = nullptr;
 }
 
-void graph_symbol::append_gml_id(std::string& text) const {
+void graph_symbol::append_gml_id(text_buffer& text) const {
   if (const subgraph_node_symbol* const composite = composite_node()) {
     composite->node_symbol::append_gml_id(text);
   } else {
@@ -49,10 +55,10 @@ void graph_symbol::append_gml_id(std::string& text) const {
 const char* graph_symbol::name_prefix() {
   // The id of a composite node depends on those around it.
   if (name_prefix_ == nullptr || composite_node() != nullptr) {
-    std::string prefix;
+    text_buffer prefix;
     append_gml_id(prefix);
     prefix += "::n";
-    if (name_prefix_ == nullptr || prefix != name_prefix_) name_prefix_ = list().arena().copy(prefix);
+    if (name_prefix_ == nullptr || prefix.view() != name_prefix_) name_prefix_ = list().arena().copy(prefix);
   }
   return name_prefix_;
 }

@@ -15,6 +15,7 @@ class edge_symbol;
 class graphml_file;
 class port_symbol;
 class subgraph_node_symbol;
+class text_buffer;
 class variable_symbol;
 
 /// A graph: its nodes, the edges between their ports, and what composite nodes need to find ports in it.
@@ -50,7 +51,7 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   /// Switches the id to its OpenMP form, "omp" and the number of the graph that was created last.
   void set_gml_id();
   /// Appends `gml_id()` to `text`.
-  void append_gml_id(std::string& text) const;
+  void append_gml_id(text_buffer& text) const;
   /// What the names of nodes that are made now begin with; valid as long as the symbols.
   [[nodiscard]] const char* name_prefix();
 
@@ -122,8 +123,12 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   [[nodiscard]] port_symbol* output_alias_port() const { return output_alias_port_; }
 
   /// The composite node that this graph is the inside of; null for a plain graph.
-  [[nodiscard]] virtual subgraph_node_symbol* composite_node() { return nullptr; }
-  [[nodiscard]] virtual const subgraph_node_symbol* composite_node() const { return nullptr; }
+  [[nodiscard]] subgraph_node_symbol* composite_node() { return composite_; }
+  [[nodiscard]] const subgraph_node_symbol* composite_node() const { return composite_; }
+
+ protected:
+  /// For a graph that is the inside of `composite`.
+  graph_symbol(const ___onx_id& id, subgraph_node_symbol& composite, unsigned long handle);
 
  private:
   /// The ports under one first word that somebody can ask for.
@@ -148,6 +153,7 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
 
   graphml_file* file_ = nullptr;
   node_symbol* parent_;
+  subgraph_node_symbol* composite_ = nullptr;
   const char* name_prefix_ = nullptr;
   std::string gml_id_;
   ___onx_id id_;

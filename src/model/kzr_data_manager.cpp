@@ -95,9 +95,8 @@ std::shared_ptr<node_symbol> kzr_data_manager::add_node(const ___onx_id& id, gra
 }
 
 int kzr_data_manager::port_index(unsigned long handle) const {
-  const char* const text = handles_.text(handle);
-  const std::size_t length = std::strlen(text);
-  return length == 0 ? 0 : text[length - 1] - '0';
+  const std::string_view text = handles_.view(handle);
+  return text.empty() ? 0 : text.back() - '0';
 }
 
 std::shared_ptr<port_symbol> kzr_data_manager::add_input_port(const ___onx_id& id, node_symbol& node,

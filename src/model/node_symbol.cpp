@@ -1,7 +1,11 @@
 #include "model/node_symbol.h"
 
+#include <array>
+#include <vector>
+
 #include "common/append_number.h"
 #include "common/kzr_assert.h"
+#include "common/text_buffer.h"
 #include "model/graph_symbol.h"
 #include "model/subgraph_node_symbol.h"
 #include "model/symbol_list.h"
@@ -60,34 +64,40 @@ graph_symbol& node_symbol::graph_for_ports() const {
 }
 
 std::string node_symbol::gml_id() const {
-  std::string id;
+  text_buffer id;
   append_gml_id(id);
-  return id;
+  return std::string(id.view());
 }
 
-void node_symbol::append_gml_id(std::string& text) const {
+void node_symbol::append_gml_id(text_buffer& text) const {
   if (visible_ && graph_->composite_node() == nullptr) {
     graph_->append_gml_id(text);
     text += "::n";
     append_number(text, number_);
     return;
   }
-  // Composite nodes may be nested as deep as the trace likes, so the way up is a loop.
-  std::vector<std::uint64_t> inner_numbers;
+  // Composite nodes may be nested as deep as the trace likes, so the way up is a loop; few are.
+  std::array<std::uint32_t, 8> nearest;
+  std::vector<std::uint32_t> others;
+  std::size_t depth = 0;
   const node_symbol* node = this;
-  while (const subgraph_node_symbol* const composite = node->graph_->composite_node()) {
-    if (node->visible_) inner_numbers.push_back(node->number_);
-    node = composite;
+  for (; const subgraph_node_symbol* const composite = node->graph_->composite_node(); node = composite) {
+    if (!node->visible_) continue;
+    if (depth < nearest.size()) {
+      nearest[depth] = node->number_;
+    } else {
+      others.push_back(node->number_);
+    }
+    ++depth;
   }
   node->graph_->append_gml_id(text);
-  if (node->visible_) {
+  const auto append_part = [&text](std::uint32_t number) {
     text += "::n";
-    append_number(text, node->number_);
-  }
-  for (auto number = inner_numbers.rbegin(); number != inner_numbers.rend(); ++number) {
-    text += "::n";
-    append_number(text, *number);
-  }
+    append_number(text, number);
+  };
+  if (node->visible_) append_part(node->number_);
+  for (; depth > nearest.size(); --depth) append_part(others[depth - 1 - nearest.size()]);
+  for (; depth > 0; --depth) append_part(nearest[depth - 1]);
 }
 
 void node_symbol::set_sub_graph(graph_symbol& graph) {

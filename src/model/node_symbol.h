@@ -12,6 +12,7 @@
 class body_symbol;
 class graph_symbol;
 class port_symbol;
+class text_buffer;
 
 /// A node of a graph, with its ports, body, kind and code location. Points at them without owning them.
 class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
@@ -35,7 +36,7 @@ class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
   [[nodiscard]] std::string_view find_metadata(unsigned long key) const override;
   void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
   /// Appends the node's GraphML lines, each behind `indent`; nothing while the node is hidden.
-  virtual void append_graphml(const kzr_data_manager& dm, std::string& text, const std::string& indent) const;
+  virtual void append_graphml(const kzr_data_manager& dm, text_buffer& text, const std::string& indent) const;
   /// Moves the node into the inner graph `graph`; aborts when `graph` is a plain graph.
   void set_sub_graph(graph_symbol& graph);
   [[nodiscard]] void* as(symbol_class wanted) override;
@@ -48,7 +49,7 @@ class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
   /// The graph that holds the node, whether it is shown there or not.
   [[nodiscard]] graph_symbol& own_graph() const { return *graph_; }
   /// Appends `gml_id()` to `text`.
-  void append_gml_id(std::string& text) const;
+  void append_gml_id(text_buffer& text) const;
 
   /// The name under which GraphML sorts the node: its id at the time of its creation.
   [[nodiscard]] std::string name() const;

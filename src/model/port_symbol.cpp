@@ -1,7 +1,7 @@
 #include "model/port_symbol.h"
 
-#include "common/append_number.h"
 #include "common/kzr_assert.h"
+#include "common/text_buffer.h"
 #include "model/graph_symbol.h"
 #include "model/kzr_data_manager.h"
 #include "model/node_symbol.h"
@@ -36,24 +36,32 @@ std::string port_symbol::gml_id() const { kzr_fail("ERROR: A port does not have 
 void* port_symbol::as(symbol_class wanted) { return wanted == own_class ? this : nullptr; }
 
 std::string port_symbol::get_gml_accessor(const kzr_data_manager& dm) const {
-  std::string accessor;
+  text_buffer accessor;
   append_gml_accessor(dm, accessor);
-  return accessor;
+  return std::string(accessor.view());
 }
 
-void port_symbol::append_gml_accessor(const kzr_data_manager& dm, std::string& text) const {
-  text += is_input() ? "target=\"" : "source=\"";
-  node_->append_gml_id(text);
-  text += is_input() ? "\" targetoffset=\"" : "\" sourceoffset=\"";
-  append_number(text, offset());
-  text += is_input() ? "\" targetport=\"" : "\" sourceport=\"";
+void port_symbol::append_gml_accessor(const kzr_data_manager& dm, text_buffer& text) const {
+  if (is_input()) {
+    text += "target=\"";
+    node_->append_gml_id(text);
+    text += "\" targetoffset=\"";
+    append_number(text, offset());
+    text += "\" targetport=\"";
+  } else {
+    text += "source=\"";
+    node_->append_gml_id(text);
+    text += "\" sourceoffset=\"";
+    append_number(text, offset());
+    text += "\" sourceport=\"";
+  }
   append_name(dm, text);
   text += '"';
 }
 
-void port_symbol::append_name(const kzr_data_manager& dm, std::string& text) const {
+void port_symbol::append_name(const kzr_data_manager& dm, text_buffer& text) const {
   if (handle_ != 0) {
-    text += dm.handle_text(handle_);
+    text += dm.handles().view(handle_);
   } else {
     append_number(text, id_.d1);
   }

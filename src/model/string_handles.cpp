@@ -59,6 +59,7 @@ string_handles::string_handles() { std::fill(std::begin(remembered_), std::end(r
 
 vocabulary_word string_handles::add(std::uint64_t handle, const char* text) {
   texts_.place(handle) = text;
+  known_texts_[known_place(handle)] = {};
   const std::string_view view = text;
   const vocabulary_word word = find_word(view);
   if (word != vocabulary_word::none) {
@@ -86,4 +87,9 @@ vocabulary_word string_handles::add(std::uint64_t handle, const char* text) {
     parallel_regions_.insert(handle);
   }
   return vocabulary_word::none;
+}
+
+const char* string_handles::text(std::uint64_t handle) const {
+  const char* const* const found = texts_.find(handle);
+  return found != nullptr ? *found : "";
 }

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <set>
+#include <string_view>
 
 #include "common/flat_map.h"
 
@@ -45,9 +47,12 @@ class string_handles {
   vocabulary_word add(std::uint64_t handle, const char* text);
 
   /// The text of `handle`, empty when it has none.
-  [[nodiscard]] const char* text(std::uint64_t handle) const {
-    const char* const* const found = texts_.find(handle);
-    return found != nullptr ? *found : "";
+  [[nodiscard]] const char* text(std::uint64_t handle) const;
+  /// The same with its length; takes little for handles that are asked for again and again.
+  [[nodiscard]] std::string_view view(std::uint64_t handle) const {
+    known_text& known = known_texts_[known_place(handle)];
+    if (known.handle != handle || known.text.data() == nullptr) known = {handle, text(handle)};
+    return known.text;
   }
 
   /// The handle registered last for `word`, `unset` when there is none.
@@ -66,7 +71,18 @@ class string_handles {
   [[nodiscard]] bool is_explicit_task(std::uint64_t handle) const { return explicit_tasks_.contains(handle); }
 
  private:
+  struct known_text {
+    std::uint64_t handle = 0;
+    std::string_view text;
+  };
+
+  static std::size_t known_place(std::uint64_t handle) {
+    return static_cast<std::size_t>(handle * 0x9e3779b97f4a7c15U >> 59);
+  }
+
   flat_map<std::uint64_t, const char*> texts_;
+  /// Texts that were asked for, and their lengths, until handles change.
+  mutable std::array<known_text, 32> known_texts_;
   std::uint64_t remembered_[static_cast<std::size_t>(vocabulary_word::none)];
   std::set<std::uint64_t> input_ports_;
   std::set<std::uint64_t> output_ports_;

@@ -7,7 +7,7 @@
 std::uint64_t subgraph_node_symbol::subgraph_node_count = 0;
 
 subgraph_node_symbol::subgraph_node_symbol(const ___onx_id& id, graph_symbol& enclosing, unsigned long handle)
-    : graph_symbol(id, nullptr, handle),
+    : graph_symbol(id, *this, handle),
       node_symbol(id, enclosing, handle),
       composite_number_(subgraph_node_count++) {}
 

@@ -48,8 +48,6 @@ class subgraph_node_symbol : public graph_symbol, public node_symbol {
   /// The data of the inner graph: its size, and what stands for the outer ports.
   void dump_additional_graph_data(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
   [[nodiscard]] graph_symbol* find_enclosing_graph() const override { return &own_graph(); }
-  [[nodiscard]] subgraph_node_symbol* composite_node() override { return this; }
-  [[nodiscard]] const subgraph_node_symbol* composite_node() const override { return this; }
   [[nodiscard]] void* as(symbol_class wanted) override;
   using node_symbol::append_gml_id;
   using node_symbol::shared_from_this;
@@ -78,7 +76,7 @@ class subgraph_node_symbol : public graph_symbol, public node_symbol {
 
   /// The lines of the node part, as the enclosing graph shows it.
   void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
-  void append_graphml(const kzr_data_manager& dm, std::string& text,
+  void append_graphml(const kzr_data_manager& dm, text_buffer& text,
                       const std::string& indent) const override;
 
   /// The GraphML file made for this composite node's inner graph; null while it has none.

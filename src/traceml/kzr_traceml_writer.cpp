@@ -5,7 +5,7 @@
 #include <cstring>
 #include <iostream>
 
-#include "common/append_number.h"
+#include "common/text_buffer.h"
 
 namespace {
 
@@ -76,10 +76,11 @@ char* append_task_start(timestamp_digits& timestamps, char* to, std::uint64_t ts
 
 void kzr_traceml_writer::start_line(std::string_view element, std::uint64_t ts, int tid) {
   std::array<char, longest_start> start;
-  line_ = '<';
+  line_.clear();
+  line_ += '<';
   line_ += element;
   line_ += " ts=\"";
-  line_.append(start.data(), append_thread(timestamps_.append(start.data(), ts), tid));
+  line_ += std::string_view(start.data(), append_thread(timestamps_.append(start.data(), ts), tid));
 }
 
 void kzr_traceml_writer::start_task_line(std::uint64_t ts, int tid, unsigned long cid) {
@@ -155,7 +156,7 @@ void kzr_traceml_writer::node_creation(std::uint64_t ts, unsigned long kind, int
                                        const std::shared_ptr<node_symbol>& node) {
   start_line("node", ts, tid);
   add_id("graph", &node->graph_for_ports());
-  add_text("node_type", dm_.handle_text(kind));
+  add_text("node_type", dm_.handles().view(kind));
   add_id("id", node.get());
   finish_line(ts);
 }
@@ -235,7 +236,7 @@ const std::string& kzr_traceml_writer::tail_of_task(kzr_symbol* symbol, unsigned
     add_task(symbol, marker);
     add_text("stream", stream);
     line_ += end_of_line;
-    tail = {symbol, marker, std::string(stream), line_};
+    tail = {symbol, marker, std::string(stream), std::string(line_.view())};
   }
   return tail.text;
 }

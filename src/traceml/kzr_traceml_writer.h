@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/text_buffer.h"
 #include "model/kzr_data_manager.h"
 #include "traceml/line_file.h"
 #include "traceml/timestamp_digits.h"
@@ -111,6 +112,6 @@ class kzr_traceml_writer {
   std::vector<std::uint64_t> open_tasks_;
   std::uint64_t last_timestamp_ = 0;
   std::uint64_t task_sequence_number_ = 0;
-  std::string line_;
+  text_buffer line_;
   std::vector<task_tail> task_tails_{1024};
 };
