@@ -63,6 +63,10 @@ const char* graph_symbol::name_prefix() {
   return name_prefix_;
 }
 
+auto graph_symbol::has_d1(std::uint64_t d1) const {
+  return [this, d1](std::uint32_t position) { return list().get(position).onx_id().d1 == d1; };
+}
+
 void graph_symbol::add_node(node_symbol& node) {
   node.place_in_graph_ = static_cast<std::uint32_t>(nodes_.size());
   nodes_.push_back(&node);
@@ -70,14 +74,15 @@ void graph_symbol::add_node(node_symbol& node) {
 
 void graph_symbol::index_nodes() {
   for (; indexed_nodes_ < nodes_.size(); ++indexed_nodes_) {
-    node_symbol* const node = nodes_[indexed_nodes_];
-    nodes_by_d1_.place(node->id_.d1) = node;
+    const node_symbol& node = *nodes_[indexed_nodes_];
+    const std::uint64_t d1 = node.id_.d1;
+    nodes_by_d1_.put(spread_bits(d1), symbol_list::position_of(&node), has_d1(d1));
   }
 }
 
 node_symbol* graph_symbol::find_node_with(std::uint64_t d1) {
   index_nodes();
-  return nodes_by_d1_.value_or_default(d1);
+  return symbol_cast<node_symbol>(list().find(nodes_by_d1_.find(spread_bits(d1), has_d1(d1))));
 }
 
 void graph_symbol::remove_node(node_symbol& node) {
@@ -256,20 +261,34 @@ std::vector<edge_symbol*> graph_symbol::edges_by_number() const {
 
 void graph_symbol::add_port(const port_symbol& port) { ports_.push_back(symbol_list::position_of(&port)); }
 
-graph_symbol::port_group graph_symbol::ports_like(const port_symbol& port) {
-  for (; indexed_ports_ < ports_.size(); ++indexed_ports_) {
-    port_symbol* const added = &static_cast<port_symbol&>(list().get(ports_[indexed_ports_]));
-    port_group& group = ports_by_d1_.place(added->onx_id().d1);
-    if (group.first == nullptr) group.first = added;
-    group.last_but_one = group.last;
-    group.last = added;
-  }
-  return ports_by_d1_.value_or_default(port.onx_id().d1);
+port_symbol* graph_symbol::find_first_port(std::uint64_t d1) const {
+  return static_cast<port_symbol*>(list().find(first_ports_by_d1_.find(spread_bits(d1), has_d1(d1))));
 }
 
-port_symbol* graph_symbol::get_aliased_port(const port_symbol& port) { return ports_like(port).last_but_one; }
+void graph_symbol::index_ports() {
+  for (; indexed_ports_ < ports_.size(); ++indexed_ports_) {
+    const std::uint32_t position = ports_[indexed_ports_];
+    auto& added = static_cast<port_symbol&>(list().get(position));
+    const std::uint64_t d1 = added.onx_id().d1;
+    if (port_symbol* const first = find_first_port(d1)) {
+      later_ports& later = later_ports_by_d1_.place(d1);
+      later.last_but_one = later.last != nullptr ? later.last : first;
+      later.last = &added;
+    } else {
+      first_ports_by_d1_.put(spread_bits(d1), position, has_d1(d1));
+    }
+  }
+}
 
-port_symbol* graph_symbol::get_omp_aliased_port(const port_symbol& port) { return ports_like(port).first; }
+port_symbol* graph_symbol::get_aliased_port(const port_symbol& port) {
+  index_ports();
+  return later_ports_by_d1_.value_or_default(port.onx_id().d1).last_but_one;
+}
+
+port_symbol* graph_symbol::get_omp_aliased_port(const port_symbol& port) {
+  index_ports();
+  return find_first_port(port.onx_id().d1);
+}
 
 void graph_symbol::add_variable(variable_symbol& variable) {
   variables_.place(variable.onx_id()) = &variable;

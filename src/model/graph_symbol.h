@@ -131,19 +131,22 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   graph_symbol(const ___onx_id& id, subgraph_node_symbol& composite, unsigned long handle);
 
  private:
-  /// The ports under one first word that somebody can ask for.
-  struct port_group {
-    port_symbol* first = nullptr;
+  /// The ports under one first word that several share, but for the first one.
+  struct later_ports {
     port_symbol* last_but_one = nullptr;
     port_symbol* last = nullptr;
 
-    bool operator==(const port_group&) const = default;
+    bool operator==(const later_ports&) const = default;
   };
 
+  /// A condition for symbols, given by their positions: that `d1` is the first word of their identifier.
+  [[nodiscard]] auto has_d1(std::uint64_t d1) const;
   /// The node that was added last under `d1`, null when there is none.
   [[nodiscard]] node_symbol* find_node_with(std::uint64_t d1);
-  /// The ports under the first word of `port`'s identifier.
-  [[nodiscard]] port_group ports_like(const port_symbol& port);
+  /// The port registered first under `d1`, null when there is none.
+  [[nodiscard]] port_symbol* find_first_port(std::uint64_t d1) const;
+  /// Brings the look-ups of ports up to date.
+  void index_ports();
   /// Brings `nodes_by_d1_` up to date.
   void index_nodes();
   /// Calls `visit` for every edge, those of other graphs' making last.
@@ -159,10 +162,11 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
   ___onx_id id_;
   unsigned long handle_;
   std::vector<node_symbol*> nodes_;
-  /// Few runs look for nodes and ports by their first word, so both tables are filled by those who look: up
+  /// Few runs look for nodes and ports by their first word, so these tables are filled by those who look: up
   /// to here they know `nodes_` and `ports_`.
-  flat_map<std::uint64_t, node_symbol*> nodes_by_d1_;
-  flat_map<std::uint64_t, port_group> ports_by_d1_;
+  flat_index nodes_by_d1_;
+  flat_index first_ports_by_d1_;
+  flat_map<std::uint64_t, later_ports> later_ports_by_d1_;
   std::size_t indexed_nodes_ = 0;
   std::size_t indexed_ports_ = 0;
   /// Ports and edges are kept by their positions in the list of symbols.

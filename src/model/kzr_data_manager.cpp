@@ -212,6 +212,7 @@ void kzr_data_manager::set_domain(unsigned long handle, DomainType type) {
   } else {
     domains_.place(handle) = type;
   }
+  last_domain_ = {handle, type};
 }
 
 void kzr_data_manager::init_domain_pwl() { keys_.add_flow_graph_keys(); }

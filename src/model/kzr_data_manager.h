@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "common/flat_index.h"
@@ -107,7 +108,9 @@ class kzr_data_manager {
   void register_domain(unsigned long handle, const wchar_t* name);
   /// The type of a domain, `unknown` for a handle that was never registered.
   [[nodiscard]] DomainType domain_type(unsigned long handle) const {
-    return domains_.value_or_default(handle);
+    // Neighbouring records mostly share their domain.
+    if (handle != last_domain_.first) last_domain_ = {handle, domains_.value_or_default(handle)};
+    return last_domain_.second;
   }
   /// Makes the keys of the flow-graph domains, once.
   void init_domain_pwl();
@@ -168,6 +171,8 @@ class kzr_data_manager {
   std::vector<std::shared_ptr<graphml_file>> files_;
   string_handles handles_;
   flat_map<std::uint64_t, DomainType> domains_;
+  /// The handle that was asked for last and its type; no domain has the handle 0 at first.
+  mutable std::pair<std::uint64_t, DomainType> last_domain_;
   /// Symbols by the identifiers they were made with.
   flat_index table_;
   /// All graphs, those of composite nodes included, in the order of creation.

@@ -14,10 +14,10 @@ std::uint64_t node_symbol::node_count = 0;
 
 node_symbol::node_symbol(const ___onx_id& id, graph_symbol& graph, unsigned long handle)
     : graph_(&graph),
+      number_(static_cast<std::uint32_t>(node_count++)),
       name_prefix_(graph.name_prefix()),
       id_(id),
-      handle_(handle),
-      number_(static_cast<std::uint32_t>(node_count++)) {}
+      handle_(handle) {}
 
 std::string node_symbol::name() const {
   std::string name = name_prefix_;

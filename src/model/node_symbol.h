@@ -78,7 +78,12 @@ class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
  private:
   friend class graph_symbol;
 
+  // What ids are made of comes first, so that it is near together.
   graph_symbol* graph_;
+  // Memory ends before there are as many nodes as these can count.
+  std::uint32_t number_;
+  std::uint32_t place_in_graph_ = 0;
+  bool visible_ = true;
   const char* name_prefix_;
   const char* code_location_ = "";
   ___onx_id id_;
@@ -89,8 +94,4 @@ class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
   // Most nodes have metadata of one key, their name; what else there is, the base class keeps.
   unsigned long metadata_key_ = 0;
   const char* metadata_value_ = nullptr;
-  // Memory ends before there are as many nodes as these can count.
-  std::uint32_t number_;
-  std::uint32_t place_in_graph_ = 0;
-  bool visible_ = true;
 };

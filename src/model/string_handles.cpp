@@ -36,21 +36,34 @@ constexpr std::size_t longest_word =
       return a.size() < b.size();
     })->size();
 
-/// By length: a bit for each word of that length. Most texts are no words, which their length tells already.
-constexpr std::array<std::uint32_t, longest_word + 1> list_words_by_length() {
-  std::array<std::uint32_t, longest_word + 1> table{};
-  for (std::size_t word = 0; word < words.size(); ++word) table[words[word].size()] |= 1U << word;
+/// A bit for each word of a length and for each word with a first letter. Most texts are no words, which both
+/// together tell already.
+struct word_table {
+  std::array<std::uint32_t, longest_word + 1> by_length{};
+  std::array<std::uint32_t, 256> by_letter{};
+};
+
+constexpr word_table list_words() {
+  word_table table;
+  for (std::size_t word = 0; word < words.size(); ++word) {
+    table.by_length[words[word].size()] |= 1U << word;
+    table.by_letter[static_cast<unsigned char>(words[word].front())] |= 1U << word;
+  }
   return table;
 }
-constexpr auto words_by_length = list_words_by_length();
+constexpr word_table table_of_words = list_words();
 
-vocabulary_word find_word(std::string_view text) {
+vocabulary_word find_word(std::string_view text, std::uint32_t candidates) {
   if (text.size() > longest_word) return vocabulary_word::none;
-  for (std::uint32_t left = words_by_length[text.size()]; left != 0; left &= left - 1) {
+  for (std::uint32_t left = candidates & table_of_words.by_length[text.size()]; left != 0; left &= left - 1) {
     const auto word = static_cast<std::size_t>(std::countr_zero(left));
     if (text == words[word]) return static_cast<vocabulary_word>(word);
   }
   return vocabulary_word::none;
+}
+
+bool is_address(std::uint64_t handle, const char* text) {
+  return handle == static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(text));
 }
 
 }  // namespace
@@ -58,10 +71,17 @@ vocabulary_word find_word(std::string_view text) {
 string_handles::string_handles() { std::fill(std::begin(remembered_), std::end(remembered_), unset); }
 
 vocabulary_word string_handles::add(std::uint64_t handle, const char* text) {
-  texts_.place(handle) = text;
+  if (is_address(handle, text)) {
+    own_texts_.push_back(text);
+  } else {
+    texts_.place(handle) = text;
+  }
   known_texts_[known_place(handle)] = {};
+  // All texts with a meaning begin with one of few letters, also those that are told by their beginning.
+  const std::uint32_t candidates = table_of_words.by_letter[static_cast<unsigned char>(*text)];
+  if (candidates == 0) return vocabulary_word::none;
   const std::string_view view = text;
-  const vocabulary_word word = find_word(view);
+  const vocabulary_word word = find_word(view, candidates);
   if (word != vocabulary_word::none) {
     // A code address is known by its set alone.
     if (word == vocabulary_word::code_address) {
@@ -90,6 +110,22 @@ vocabulary_word string_handles::add(std::uint64_t handle, const char* text) {
 }
 
 const char* string_handles::text(std::uint64_t handle) const {
+  if (next_own_text_ < own_texts_.size() && is_address(handle, own_texts_[next_own_text_])) {
+    return own_texts_[next_own_text_++];
+  }
   const char* const* const found = texts_.find(handle);
-  return found != nullptr ? *found : "";
+  return found != nullptr ? *found : find_own_text(handle);
+}
+
+const char* string_handles::find_own_text(std::uint64_t handle) const {
+  const auto matches = [this, handle](std::uint32_t number) {
+    return is_address(handle, own_texts_[number - 1]);
+  };
+  while (own_text_index_.size() < own_texts_.size()) {
+    const char* const text = own_texts_[own_text_index_.size()];
+    own_text_index_.put(flat_hash{}(text), static_cast<std::uint32_t>(own_text_index_.size() + 1),
+                        [](std::uint32_t) { return false; });
+  }
+  const std::uint32_t number = own_text_index_.find(flat_hash{}(handle), matches);
+  return number != 0 ? own_texts_[number - 1] : "";
 }

@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <set>
 #include <string_view>
+#include <vector>
 
+#include "common/flat_index.h"
 #include "common/flat_map.h"
 
 /// The words that the program knows among the texts of string handles, in the order in which they are tested.
@@ -43,7 +45,8 @@ class string_handles {
   string_handles();
 
   /// Records the text of `handle`, borrowed until the end of the run, and what it stands for. Returns the
-  /// word.
+  /// word. A text whose own address is its handle takes the least when such handles are asked for once each,
+  /// in the order of their addition, as the timeline does.
   vocabulary_word add(std::uint64_t handle, const char* text);
 
   /// The text of `handle`, empty when it has none.
@@ -80,7 +83,14 @@ class string_handles {
     return static_cast<std::size_t>(handle * 0x9e3779b97f4a7c15U >> 59);
   }
 
+  [[nodiscard]] const char* find_own_text(std::uint64_t handle) const;
+
   flat_map<std::uint64_t, const char*> texts_;
+  /// Texts whose handles are their addresses, the one to be asked for next, and a look-up of all of them,
+  /// which is filled when somebody asks out of turn.
+  std::vector<const char*> own_texts_;
+  mutable std::size_t next_own_text_ = 0;
+  mutable flat_index own_text_index_;
   /// Texts that were asked for, and their lengths, until handles change.
   mutable std::array<known_text, 32> known_texts_;
   std::uint64_t remembered_[static_cast<std::size_t>(vocabulary_word::none)];
