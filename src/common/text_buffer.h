@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <charconv>
 #include <concepts>
 #include <cstddef>
@@ -7,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 /// A text that is put together from many short pieces. Like `std::string`, but appending is a few
 /// instructions at the place of the call; the bytes end in no zero. What is appended must not be a part of
@@ -47,6 +49,9 @@ class text_buffer {
     if (number >= 0 && number <= 9) {
       *start = static_cast<char>('0' + number);
       end_ = start + 1;
+    } else if (std::endian::native == std::endian::little && std::in_range<std::uint32_t>(number) &&
+               static_cast<std::uint32_t>(number) < 100'000'000) {
+      end_ = append_8_digits(start, static_cast<std::uint32_t>(number));
     } else {
       end_ = std::to_chars(start, start + most_digits, number).ptr;
     }
@@ -85,6 +90,20 @@ class text_buffer {
     } else {
       for (std::size_t i = 0; i < size_bytes; ++i) to[i] = from[i];
     }
+  }
+
+  /// Writes a number from 1 to 99,999,999 and up to seven bytes behind it, all digits at once: halves of the
+  /// number in halves of a word, then their halves, then the digits, the first one in the lowest byte.
+  static char* append_8_digits(char* to, std::uint32_t number) {
+    const std::uint64_t fours = number / 10'000 | std::uint64_t{number % 10'000} << 32;
+    const std::uint64_t hundreds = fours * 10'486 >> 20 & 0x7f'0000'007f;
+    const std::uint64_t twos = hundreds | (fours - hundreds * 100) << 16;
+    const std::uint64_t tens = twos * 103 >> 10 & 0x000f'000f'000f'000f;
+    const std::uint64_t digits = tens | (twos - tens * 10) << 8;
+    const auto leading_zeros = static_cast<std::size_t>(std::countr_zero(digits)) / 8;
+    const std::uint64_t text = (digits | 0x3030'3030'3030'3030) >> leading_zeros * 8;
+    std::memcpy(to, &text, sizeof text);
+    return to + (sizeof text - leading_zeros);
   }
 
   char* room_for(std::size_t size_bytes) {

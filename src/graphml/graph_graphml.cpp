@@ -8,6 +8,7 @@
 #include "model/node_symbol.h"
 
 namespace {
+
 // Lines go out in blocks of about this size.
 constexpr std::size_t block_bytes = 64 * 1024;
 
@@ -28,6 +29,7 @@ void fetch_ends(const std::vector<edge_symbol*>& edges, std::size_t current) {
   __builtin_prefetch(&near.first().node());
   __builtin_prefetch(&near.second().node());
 }
+
 }  // namespace
 
 std::string graph_symbol::get_file_name() const { return file_->name(); }

@@ -200,6 +200,33 @@ TEST_F(data_manager_test, keeps_accesses_of_variables_and_counts_of_regions) {
   EXPECT_EQ(*graph.find_region_count(node), all_ones);
 }
 
+TEST_F(data_manager_test, keeps_ports_metadata_and_names_of_many_nodes) {
+  graph_symbol& graph = add_graph(1);
+  constexpr std::uint64_t nodes = 1'200;  // their numbers have one to four digits
+  for (std::uint64_t number = 0; number < nodes; ++number) {
+    node_symbol& node = add_node(graph, 10 + number);
+    for (std::uint64_t key = 1; key <= number % 4; ++key) {
+      node.add_metadata(key, 0, "old");
+      node.add_metadata(key + 1, 0, "other");
+      node.add_metadata(key, 0, "new");
+      add_port(node, key % 2 == 0, nodes * (1 + key) + number);
+    }
+    EXPECT_EQ(node.find_metadata(1), number % 4 == 0 ? "" : "new");
+    EXPECT_EQ(node.find_metadata(number % 4 + 1), number % 4 == 0 ? "" : "other");
+    EXPECT_EQ(node.find_metadata(9), "");
+  }
+  const std::vector<node_symbol*> sorted = graph.nodes_by_name();
+  ASSERT_EQ(sorted.size(), nodes);
+  for (std::size_t i = 1; i < sorted.size(); ++i) EXPECT_LT(sorted[i - 1]->name(), sorted[i]->name());
+  for (const node_symbol* const node : sorted) {
+    const std::uint64_t ports = node->number() % 4;
+    ASSERT_EQ(node->output_ports().size() + node->input_ports().size(), ports);
+    if (ports == 3) {
+      EXPECT_EQ(node->output_ports()[1]->onx_id().d1, nodes * 4 + node->number());
+    }
+  }
+}
+
 TEST(onx_id, is_ordered_word_by_word) {
   EXPECT_LT((___onx_id{1, 9, 9}), (___onx_id{2, 0, 0}));
   EXPECT_LT((___onx_id{1, 2, 9}), (___onx_id{1, 3, 0}));

@@ -91,4 +91,23 @@ TEST(string_handles, replace_words_and_texts_while_sets_only_grow) {
   EXPECT_EQ(sets_of(handles, 6), "iE");
 }
 
+// User events are named by the addresses of their texts, which are asked for in their order; others may be.
+TEST(string_handles, know_texts_by_their_addresses) {
+  const std::vector<std::string> texts = {"first", "graph", "third"};
+  const auto address = [](const std::string& text) {
+    return static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(text.c_str()));
+  };
+  string_handles handles;
+  for (const std::string& text : texts) handles.add(address(text), text.c_str());
+  EXPECT_EQ(handles.remembered(vocabulary_word::graph), address(texts[1]));
+  handles.add(7, "seventh");
+  for (const std::size_t wanted : {0u, 1u, 0u, 2u, 1u}) {
+    EXPECT_EQ(handles.text(address(texts[wanted])), texts[wanted]);
+    EXPECT_EQ(handles.view(7), "seventh");
+    EXPECT_EQ(handles.view(address(texts[0]) + 1), "");
+  }
+  handles.add(7, "");
+  EXPECT_EQ(handles.view(7), "");
+}
+
 }  // namespace
