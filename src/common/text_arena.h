@@ -13,6 +13,9 @@ class text_arena {
   text_arena() = default;
   text_arena(const text_arena&) = delete;
   text_arena& operator=(const text_arena&) = delete;
+  /// Gives all bytes handed out so far back and takes over those of `other`, which is not to be used any
+  /// more.
+  text_arena& operator=(text_arena&& other) = default;
 
   /// Room for `size_bytes` bytes at an address that is a multiple of `alignment` (a power of two up to 16);
   /// its content is undefined. Throws `std::bad_alloc`.
@@ -20,6 +23,9 @@ class text_arena {
 
   /// A zero-terminated copy of `text`. Throws `std::bad_alloc`.
   const char* copy(std::string_view text);
+
+  /// How many pieces of memory the arena has taken from the system: of 64 KiB, for larger texts more.
+  [[nodiscard]] std::size_t count_blocks() const { return blocks_.size(); }
 
  private:
   struct block_deleter {

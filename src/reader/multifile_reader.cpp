@@ -10,7 +10,10 @@ multifile_reader::multifile_reader(const char* stem) {
   for (int n = 0;; ++n) {
     std::shared_ptr<trace_reader> reader = trace_reader::create_reader(stem, n, store_);
     if (!reader) break;
-    if (reader->done()) continue;
+    if (reader->done()) {
+      ++damaged_files_;
+      continue;
+    }
     if (frequency_.empty()) {
       frequency_ = reader->freq();
       concurrency_ = reader->hwc();
@@ -31,6 +34,7 @@ std::shared_ptr<trace_record> multifile_reader::next_record() {
       if (!heap_.empty()) __builtin_prefetch(readers_[heap_.front()].get());
       return record;
     }
+    if (record && record->kind == trace_record::bad_record) ++damaged_files_;
     readers_[index].reset();
   }
   return nullptr;

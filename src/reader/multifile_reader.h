@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -10,7 +11,7 @@
 #include "reader/trace_reader.h"
 
 /// Merges all trace files of one run into one stream of records by ascending timestamp. Owns the readers and
-/// the texts of all records it hands out, which stay valid until it is destroyed.
+/// the texts of all records it hands out, which stay valid until it is destroyed or told to release them.
 class multifile_reader {
  public:
   /// Opens `<stem>.0`, `<stem>.1`, ... up to the first missing number. Files that yield nothing are skipped.
@@ -20,6 +21,12 @@ class multifile_reader {
   /// The next record of the run, of a kind from 0 to 16; null when all files are exhausted. A file is dropped
   /// at its end record or at its first bad record, and neither is handed out.
   std::shared_ptr<trace_record> next_record();
+
+  /// See record_store::release_texts.
+  void release_texts() { store_.release_texts(); }
+
+  /// How many files could not be read to their end: they yielded nothing, or were dropped at a bad record.
+  [[nodiscard]] std::size_t damaged_files() const { return damaged_files_; }
 
   /// Ticks per second and number of hardware threads as text, from the first usable file; empty without one.
   [[nodiscard]] const std::string& frequency() const { return frequency_; }
@@ -33,4 +40,5 @@ class multifile_reader {
   std::vector<std::shared_ptr<trace_reader>> readers_;
   /// The readers that have a current record, by their index and that record's timestamp.
   merge_heap<std::uint32_t> heap_;
+  std::size_t damaged_files_ = 0;
 };

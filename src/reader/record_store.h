@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 
 #include "common/text_arena.h"
@@ -24,10 +25,18 @@ class record_store {
     return record_;
   }
 
-  /// Keeps the texts and values of records until the store is destroyed.
+  /// Keeps the texts and values of records until the store is destroyed or told to release them.
   [[nodiscard]] text_arena& texts() { return texts_; }
 
+  /// Gives back the texts of all records handed out so far; everybody must have let go of them. For those who
+  /// look at each record once: to be called after any record, it does nothing until some texts have gathered.
+  void release_texts() {
+    if (texts_.count_blocks() >= most_gathered_blocks) texts_ = text_arena();
+  }
+
  private:
+  static constexpr std::size_t most_gathered_blocks = 16;
+
   text_arena texts_;
   std::shared_ptr<trace_record> record_;
 };

@@ -1,8 +1,10 @@
 #include "reader/trace_record.h"
 
+#include <charconv>
 #include <iostream>
-#include <sstream>
+#include <string>
 
+#include "common/append_number.h"
 #include "reader/record_descriptions.h"
 
 void trace_record::reset() {
@@ -15,28 +17,56 @@ void trace_record::reset() {
   raw[0] = 0;
 }
 
+namespace {
+
+void append_hex(std::string& text, std::uint64_t number) {
+  std::array<char, 16> digits;
+  const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16);
+  text.append(digits.data(), result.ptr);
+}
+
+void append_indexed(std::string& text, const char* before, std::size_t index, const char* behind) {
+  text += before;
+  append_number(text, index);
+  text += behind;
+}
+
+}  // namespace
+
 void trace_record::dump() const {
-  std::ostringstream out;
+  std::string text;
   if (raw[0] != 0) {
+    text += "\nraw bytes ";
+    append_hex(text, raw_offset);
+    text += " : ";
     // The count byte comes first and the last captured byte is left out. That is meant.
-    out << '\n' << "raw bytes " << std::hex << raw_offset << " : ";
-    for (std::size_t i = 0; i < raw[0]; ++i) out << static_cast<unsigned>(raw[i]);
-    out << std::dec << '\n';
+    for (std::size_t i = 0; i < raw[0]; ++i) append_hex(text, raw[i]);
+    text += '\n';
   }
-  out << producer << ": ";
+  append_number(text, producer);
+  text += ": ";
   if (kind < 0 || static_cast<std::size_t>(kind) >= record_descriptions.size()) {
-    out << "  **** ERROR: Unknown opcode\n";
+    text += "  **** ERROR: Unknown opcode\n";
   } else {
-    out << record_descriptions[static_cast<std::size_t>(kind)].name << '\n';
-    for (std::size_t i = 0; i < f.size(); ++i) out << "   f[" << i << "] = " << f[i] << '\n';
+    text += record_descriptions[static_cast<std::size_t>(kind)].name;
+    text += '\n';
+    for (std::size_t i = 0; i < f.size(); ++i) {
+      append_indexed(text, "   f[", i, "] = ");
+      append_number(text, f[i]);
+      text += '\n';
+    }
     for (std::size_t k = 0; k < id.size(); ++k) {
-      out << "   id[" << k << "] = (" << id[k].d1 << ", " << id[k].d2 << ", " << id[k].d3 << " )\n";
+      append_indexed(text, "   id[", k, "] = (");
+      append_number(text, id[k].d1);
+      text += ", ";
+      append_number(text, id[k].d2);
+      text += ", ";
+      append_number(text, id[k].d3);
+      text += " )\n";
     }
-    if (string != nullptr) {
-      out << "   string = " << narrow_string() << '\n';
-    } else {
-      out << "   string = NULL\n";
-    }
+    text += "   string = ";
+    text += string != nullptr ? narrow_string() : "NULL";
+    text += '\n';
   }
-  std::cout << out.str();
+  std::cout << text;
 }

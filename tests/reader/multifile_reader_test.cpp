@@ -1,8 +1,10 @@
 #include "reader/multifile_reader.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <algorithm>
+#include <array>
 #include <random>
 
 #include "support/recorded.h"
@@ -120,6 +122,47 @@ TEST_F(merge_test, merges_what_is_usable) {
     EXPECT_EQ(result.concurrency, concurrency);
     EXPECT_EQ(result.order, order);
   }
+}
+
+/// What the record points at.
+std::string pointed_at(const trace_record& record) {
+  if (record.string == nullptr) return "nothing";
+  if (record.kind == 6) return std::to_string(record.value());
+  if (record.kind != 3) return record.narrow_string();
+  const std::wstring wide = record.wide_string();
+  std::string text;
+  for (const wchar_t c : wide) text += static_cast<char>(c);
+  return text;
+}
+
+// Ten megabytes of texts pass by while four other files wait with theirs.
+TEST(multifile_reader, releases_the_texts_of_past_records) {
+  constexpr std::uint64_t after_all = 100'000;
+  const std::string text(250, 't');
+  kzr::trace_encoder many = recorded();
+  for (int i = 0; i < 40'000; ++i) many.string_handle(1, text);
+  const scratch_directory directory;
+  write_file(directory / "_kzr.0", many.end().take());
+  write_file(directory / "_kzr.1", recorded().at(after_all).string_handle(1, "narrow").end().take());
+  write_file(directory / "_kzr.2",
+             recorded(kzr::trace_form::xml).at(after_all).wide_domain(1, u"wide").end().take());
+  write_file(
+      directory / "_kzr.3",
+      recorded().at(after_all).metadata(1, {}, 1, kzr::value_type::u64, 1, 1234567890123).end().take());
+  write_file(directory / "_kzr.4", recorded().at(after_all).task_end(1).end().take());
+
+  const std::array<std::string, 5> expected{text, "narrow", "wide", "1234567890123", "nothing"};
+  multifile_reader reader((directory / "_kzr").c_str());
+  const std::size_t before = mallinfo2().uordblks;
+  std::array<int, 5> records{};
+  while (const auto record = reader.next_record()) {
+    const auto file = static_cast<std::size_t>(record->producer);
+    ++records.at(file);
+    ASSERT_EQ(pointed_at(*record), expected.at(file));
+    reader.release_texts();
+    ASSERT_LT(mallinfo2().uordblks, before + 3'000'000);
+  }
+  EXPECT_EQ(records, (std::array{40'000, 1, 1, 1, 1}));
 }
 
 }  // namespace
