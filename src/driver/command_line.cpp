@@ -9,7 +9,7 @@
 namespace {
 
 constexpr std::string_view omp_option = "--omp_experimental";
-constexpr const char* stem_below_results = "/_kzr";
+constexpr const char* file_stem = "_kzr";
 constexpr std::string_view results_prefix = "_qzd_";
 constexpr std::string_view least_results_name = "_qzd_00000000_000000";
 
@@ -24,7 +24,7 @@ run_settings read_command_line(int argc, const char* const* argv) {
   if (argc >= 4) {
     // The number first: a bad one must end the program before anything is opened.
     settings.omp_experimental = std::stoi(argv[3]);
-    settings.trace_stem = std::string(argv[1]) + stem_below_results;
+    settings.trace_stem = trace_stem_in(argv[1]);
     settings.run_name = argv[2];
     return settings;
   }
@@ -46,8 +46,10 @@ run_settings read_command_line(int argc, const char* const* argv) {
   return settings;
 }
 
+std::string trace_stem_in(const std::string& directory) { return directory + '/' + file_stem; }
+
 std::string default_base_name() {
-  if (const char* const results = std::getenv("QZD_DIR")) return std::string(results) + stem_below_results;
+  if (const char* const results = std::getenv("QZD_DIR")) return trace_stem_in(results);
   std::string best(least_results_name);
   if (const std::unique_ptr<DIR, directory_closer> directory{opendir(".")}) {
     while (const dirent* const entry = readdir(directory.get())) {
@@ -55,5 +57,5 @@ std::string default_base_name() {
       if (name.starts_with(results_prefix) && name > best) best = name;
     }
   }
-  return best == least_results_name ? "_kzr" : best + stem_below_results;
+  return best == least_results_name ? file_stem : trace_stem_in(best);
 }

@@ -14,6 +14,9 @@ struct run_settings {
 /// standard conversion when the number is none.
 [[nodiscard]] run_settings read_command_line(int argc, const char* const* argv);
 
+/// The trace stem of a results directory.
+[[nodiscard]] std::string trace_stem_in(const std::string& directory);
+
 /// The trace stem when no directory is given: below the directory that QZD_DIR names, else below the results
 /// directory in the working directory with the greatest name, else in the working directory itself. Opens no
 /// trace file.

@@ -47,12 +47,14 @@ bool is_alias(const ___onx_id& port, const ___onx_id& node, std::uint64_t word) 
 
 }  // namespace
 
-kzr_data_manager::kzr_data_manager(const std::string& name, const std::string&, const std::string&)
-    : keys_(first_keys()) {
+kzr_data_manager::kzr_data_manager(const std::string& name, const std::string&, const std::string&,
+                                   run_outputs outputs)
+    : keys_(first_keys()), outputs_(outputs) {
   files_.push_back(std::make_shared<graphml_file>(name));
 }
 
 kzr_data_manager::~kzr_data_manager() {
+  if (outputs_ == run_outputs::none) return;
   for (const auto& file : files_) file->write(*this);
 }
 

@@ -30,17 +30,21 @@ class graphml_file;
 /// What a traced domain is about; decides which of its records are looked at, and how.
 enum class DomainType : std::uint8_t { unknown = 0, pwl = 1, pwl_flow = 2, pwl_algorithm = 3, openmp = 4 };
 
+/// Whether a run writes its documents. A tool that only looks at the model does without.
+enum class run_outputs : std::uint8_t { written, none };
+
 /// Non-zero when the OpenMP sub-graph paths are on. Set once a run by the record processor.
 extern int enable_subgraph;
 
 /// Owns the whole model of one run: the symbols and their table, the GraphML files and keys, the string
 /// handles, the domains and the tally of warnings. Its construction starts the numbering of symbols at zero;
-/// its destruction writes every GraphML file.
+/// its destruction writes every GraphML file, unless the run has no outputs.
 class kzr_data_manager {
  public:
   /// `name` is the base name of the outputs. The other two texts, frequency and concurrency of the trace, are
   /// not used by the model.
-  kzr_data_manager(const std::string& name, const std::string& frequency, const std::string& concurrency);
+  kzr_data_manager(const std::string& name, const std::string& frequency, const std::string& concurrency,
+                   run_outputs outputs = run_outputs::written);
   kzr_data_manager(const kzr_data_manager&) = delete;
   kzr_data_manager& operator=(const kzr_data_manager&) = delete;
   ~kzr_data_manager();
@@ -144,6 +148,7 @@ class kzr_data_manager {
   std::shared_ptr<graphml_file> add_file(subgraph_node_symbol& composite);
   /// The GraphML files of the run; grows while it is post-processed.
   [[nodiscard]] const std::vector<std::shared_ptr<graphml_file>>& files() const { return files_; }
+  [[nodiscard]] run_outputs outputs() const { return outputs_; }
   /// Every symbol and edge of the run.
   [[nodiscard]] const symbol_list& symbols() const { return symbols_; }
   /// Every graph and composite node of the run in the order of creation.
@@ -179,4 +184,5 @@ class kzr_data_manager {
   std::vector<graph_symbol*> graphs_;
   graphml_keys keys_;
   bool inner_graphs_complete_ = false;
+  run_outputs outputs_;
 };

@@ -9,8 +9,9 @@
 #include "common/kzr_assert.h"
 
 kzr_record_processor::kzr_record_processor(const std::string& name, const std::string& frequency,
-                                           const std::string& concurrency, const int& subgraph_flag)
-    : dm_(name, frequency, concurrency),
+                                           const std::string& concurrency, const int& subgraph_flag,
+                                           run_outputs outputs)
+    : dm_(name, frequency, concurrency, outputs),
       writer_(dm_, name + ".traceml", frequency, concurrency),
       concurrency_(concurrency) {
   enable_subgraph = subgraph_flag;

@@ -25,10 +25,10 @@ class kzr_record_processor {
  public:
   /// `name` is the base name of the outputs; `frequency` (ticks per second) and `concurrency` (threads) are
   /// texts of the trace. A non-zero `subgraph_flag` turns the OpenMP sub-graph paths on. Opens the timeline
-  /// file and reads the list of images of the results directory, if there is one; a malformed number in it
-  /// throws the exception of the standard conversion.
+  /// file, unless `outputs` says that nothing is written, and reads the list of images of the results
+  /// directory, if there is one; a malformed number in it throws the exception of the standard conversion.
   kzr_record_processor(const std::string& name, const std::string& frequency, const std::string& concurrency,
-                       const int& subgraph_flag);
+                       const int& subgraph_flag, run_outputs outputs = run_outputs::written);
   kzr_record_processor(const kzr_record_processor&) = delete;
   kzr_record_processor& operator=(const kzr_record_processor&) = delete;
   virtual ~kzr_record_processor() = default;

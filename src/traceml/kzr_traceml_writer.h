@@ -19,8 +19,8 @@
 /// events. A file that cannot be written is not reported.
 class kzr_traceml_writer {
  public:
-  /// Opens `file_name` and writes the first four lines. `frequency` in ticks per second and
-  /// `hardware_concurrency` in threads go into the document as they are.
+  /// Opens `file_name`, unless the run has no outputs, and writes the first four lines. `frequency` in ticks
+  /// per second and `hardware_concurrency` in threads go into the document as they are.
   kzr_traceml_writer(kzr_data_manager& dm, const std::string& file_name, const std::string& frequency,
                      const std::string& hardware_concurrency);
   kzr_traceml_writer(const kzr_traceml_writer&) = delete;

@@ -14,6 +14,8 @@
 /// is lost.
 class line_file {
  public:
+  /// No file: everything is a no-op.
+  line_file() = default;
   /// Opens `path` for writing; an existing file is emptied.
   explicit line_file(const std::string& path);
   line_file(const line_file&) = delete;
