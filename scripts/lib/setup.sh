@@ -29,7 +29,15 @@ install_missing() {
 
 install_build_tools() { install_missing g++:g++ cmake:cmake make:make; }
 
-install_test_tools() { install_missing g++:g++ cmake:cmake make:make /usr/include/gtest/gtest.h:libgtest-dev; }
+# What kzrdump needs beyond that; without it the build leaves kzrdump out.
+install_dump_libraries() {
+  install_missing /usr/include/CLI/CLI.hpp:libcli11-dev /usr/include/nlohmann/json.hpp:nlohmann-json3-dev
+}
+
+install_test_tools() {
+  install_missing g++:g++ cmake:cmake make:make /usr/include/gtest/gtest.h:libgtest-dev
+  install_dump_libraries
+}
 
 # configure DIRECTORY [CMAKE_ARGUMENT...]: the configuration's output is shown when it fails only.
 configure() {

@@ -1,0 +1,273 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <regex>
+
+#include "support/recorded.h"
+#include "support/run_program.h"
+#include "support/scratch_directory.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using kzr::object_id;
+using kzr::trace_form;
+using nlohmann::json;
+using strings = std::vector<std::string>;
+
+constexpr object_id graph{1, 0, 0};
+constexpr object_id node{2, 0, 0};
+
+/// A graph with a node that runs once: eight records at the times 1 to 8.
+kzr::trace_encoder small(trace_form form = trace_form::binary) {
+  auto file = recorded(form);
+  file.domain(1, "pwl.flow").domain(2, "mine").string_handle(3, "graph").task_group(1, graph, {}, 3);
+  file.task_group(1, node, graph, 9)
+      .task_begin(1, node, graph, 5, 0)
+      .task_end(1)
+      .task_begin(2, node, graph, 5, 0);
+  return file;
+}
+
+std::string whole() { return small().end().take(); }
+std::string late(std::uint64_t time) { return recorded().at(time).id_create(7, node).end().take(); }
+
+std::string xml(const std::string& attributes, const std::string& records) {
+  return "<trace " + attributes + ">" + records + "</trace>";
+}
+const std::string header = R"(version="0" ts_frequency="1000" hardware_concurrency="4")";
+const std::string task_end = "<record><r>task_end</r><t>1</t><d>1</d></record>";
+const std::string end_element = "<record><r>end_of_records</r><t>9</t></record>";
+
+class kzrdump : public testing::Test {
+ protected:
+  void write_run(const strings& files) const {
+    fs::remove_all(directory_ / "run");
+    for (std::size_t n = 0; n < files.size(); ++n) {
+      // A place without a file is a missing number.
+      if (files[n] != "-") write_file(directory_ / "run" / ("_kzr." + std::to_string(n)), files[n]);
+    }
+  }
+
+  [[nodiscard]] program_result dump(strings arguments, const strings& environment = {}) const {
+    arguments.insert(arguments.begin(), KZRDUMP_PROGRAM);
+    return run_program(arguments, directory_.path(), environment);
+  }
+
+  /// The summary as JSON, and the exit status that must go with it.
+  [[nodiscard]] json summary(const strings& options = {}) const {
+    strings arguments = {"--json", "run/_kzr"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const program_result result = dump(arguments);
+    const json parsed = json::parse(result.out, nullptr, false);
+    EXPECT_FALSE(parsed.is_discarded()) << result.out << result.err;
+    EXPECT_EQ(result.exit_status, parsed.value("sound", false) ? 0 : 1);
+    return parsed;
+  }
+
+  scratch_directory directory_;
+};
+
+TEST_F(kzrdump, counts_what_is_in_a_sound_run) {
+  for (const trace_form form : {trace_form::binary, trace_form::xml}) {
+    write_run({small(form).end().take(), late(2501)});
+    const json run = summary();
+    EXPECT_EQ(run["problems"], json::array());
+    const json& first = run["files"][0];
+    EXPECT_EQ(first["format"], form == trace_form::xml ? "xml" : "binary");
+    EXPECT_EQ(first["end"], "closed");
+    EXPECT_EQ(first["records_by_kind"], json::parse(R"({"domain_createA": 2, "string_handle_createA": 1,
+        "task_group": 2, "task_begin": 2, "task_end": 1, "end_of_records": 1})"));
+    EXPECT_EQ(run["files"][1]["first_timestamp"], 2501);
+    EXPECT_EQ(run["duration_ticks"], 2501);  // the end record of the second file counts
+    EXPECT_EQ(run["duration_seconds"], 2.501);
+    EXPECT_EQ(run["records"], 9);
+    EXPECT_EQ(run["ignored_records"], 1);
+    EXPECT_EQ(run["threads"], 2);
+    EXPECT_EQ(run["domains"], json::parse(R"([
+        {"handle": 1, "name": "pwl.flow", "type": "pwl.flow", "records": 4},
+        {"handle": 2, "name": "mine", "type": "unknown", "records": 1}])"));
+    EXPECT_EQ(run["tasks"], json::parse(R"([{"thread": 0, "begun": 1, "ended": 1, "unmatched_begins": 0,
+        "unmatched_ends": 0}])"));
+    EXPECT_EQ(run["model"]["graphs"], 1);
+    EXPECT_EQ(run["model"]["nodes"], 1);
+    EXPECT_EQ(run["model"]["edges"], 0);
+  }
+}
+
+TEST_F(kzrdump, tells_everything_that_is_wrong) {
+  const std::string good = whole();
+  const std::string open = good.substr(0, good.size() - 9);  // without its end record
+  const std::string at_end = " at byte " + std::to_string(open.size());
+  const std::string no_value =
+      "<record><r>metadata</r><t>1</t><d>1</d><i><a>1</a><b>1</b><c>1</c></i><k>1</k><y>1</y><n>1</n></"
+      "record>";
+  const std::string fatal = "kzr2xml would end itself while opening the trace files: ";
+  const std::string no_number = "fatal: metadata without value or with a type that is no number";
+  const std::string no_element = "vector::_M_range_check: __n (which is 7) >= this->size() (which is 7)";
+  const std::string no_trace = "XML trace file does not have trace tag";
+  struct {
+    strings files;
+    strings problems;
+  } const cases[] = {
+      {{good.substr(0, good.size() - 3)}, {"_kzr.0: damaged: incomplete record" + at_end}},
+      {{open}, {"_kzr.0: without end record"}},
+      {{open + "\xC8" + "12345678"}, {"_kzr.0: damaged: unknown record (kind 200)" + at_end}},
+      {{good + "xyz"}, {"_kzr.0: 3 bytes behind the end record"}},
+      {{"", good}, {"_kzr.0: empty"}},
+      {{good, "Zup"}, {"_kzr.1: foreign: begins with byte 90"}},
+      {{good, "a12345"}, {"_kzr.1: header cut"}},
+      {{good, xml("version=\"1\"", "")}, {"_kzr.1: unsupported version: version 1"}},
+      {{good, xml("v=\"0\"", ""), good},
+       {"_kzr.1: without version: no version in its root element",
+        "the list of files ends at number 1, but there is 1 file with a greater one, up to 2"}},
+      {{good, "-", "-", good, good},
+       {"the list of files ends at number 1, but there are 2 files with a greater one, up to 4"}},
+      {{xml(header, "")}, {"_kzr.0: damaged: no records"}},
+      {{xml(header, task_end + "<record><r>x</r><t>2</t></record>")},
+       {"_kzr.0: damaged: unknown record at record 2"}},
+      {{xml(header, task_end)}, {"_kzr.0: without end record"}},
+      {{xml(header, end_element + end_element)}, {"_kzr.0: 1 record behind the end record"}},
+      {{"<trace " + header + ">" + task_end + "<"}, {"_kzr.0: damaged: mark-up not understood at record 2"}},
+      {{"<traces/>", good}, {"_kzr.0: fatal: " + no_trace, fatal + no_trace}},
+      {{xml(header, end_element), xml(header, no_value)},
+       {"_kzr.1: " + no_number + " at record 1", fatal + no_element}},
+      {{xml(header, task_end + no_value)},
+       {"_kzr.0: " + no_number + " at record 2",
+        "kzr2xml would end itself while reading the records: " + no_element}},
+      {{xml(R"(version="0" ts_frequency="x" hardware_concurrency="y")", end_element)},
+       {"kzr2xml would end itself while writing the timeline: \"y\" is no number of hardware threads",
+        "the frequency \"x\" is no number of ticks per second"}},
+      {{good, kzr::trace_encoder(trace_form::binary, 2000, 4).end().take()},
+       {"_kzr.1: 2000 ticks per second and 4 hardware threads, where the run has 1000 and 4"}},
+      {{small().at(3).end().take()}, {"_kzr.0: 1 record with an earlier time than the one before"}},
+      {{small().task_end(1).task_end(1).task_begin(1, node, graph, 5, 0).end().take()},
+       {"thread 0: 1 task without end", "thread 0: 2 task ends without task"}},
+      {{small().wide_string_handle(4, u"w").end().take()},
+       {"kzr2xml would end itself while reading the records: Wide character strings not yet supported"}},
+      {{small().task_group(1, {5, 0, 0}, {6, 0, 0}, 9).task_group(1, {7, 0, 0}, {6, 0, 0}, 9).end().take()},
+       {"warning: Node has a parent that is not a graph, dropping node. (2)"}},
+      {{},
+       {"no trace file run/_kzr.0",
+        "kzr2xml would end itself while writing the timeline: \"\" is no number of hardware threads"}},
+  };
+  for (const auto& [files, problems] : cases) {
+    SCOPED_TRACE(testing::PrintToString(problems));
+    write_run(files);
+    EXPECT_EQ(summary()["problems"].get<strings>(), problems);
+    const program_result text = dump({"run/_kzr"});
+    EXPECT_EQ(text.exit_status, 1);
+    for (const std::string& problem : problems)
+      EXPECT_NE(text.out.find("  " + problem + '\n'), std::string::npos);
+    EXPECT_EQ(text.err, "");
+  }
+}
+
+TEST_F(kzrdump, tallies_with_the_openmp_paths_when_asked) {
+  // A node below an implicit task is no warning where implicit tasks are known, but its region is missing.
+  write_run({recorded()
+                 .domain(1, "openmp")
+                 .string_handle(3, "omp_implicit")
+                 .task_group(1, graph, {}, 3)
+                 .task_group(1, node, graph, 9)
+                 .end()
+                 .take()});
+  EXPECT_EQ(summary()["warnings"][0]["message"], "Node has a parent that is not a graph, dropping node.");
+  EXPECT_EQ(summary({"--omp_experimental"})["warnings"].size(), 2U);
+}
+
+/// "producer:kind" of every record that was listed.
+strings listed(const std::string& out) {
+  strings records;
+  static const std::regex line("(\\d+): (\\w+)\n");
+  for (std::sregex_iterator match(out.begin(), out.end(), line), last; match != last; ++match) {
+    records.push_back((*match)[1].str() + ':' + (*match)[2].str());
+  }
+  return records;
+}
+
+TEST_F(kzrdump, lists_the_records_that_the_filters_let_through) {
+  write_run({whole(), late(4)});
+  struct {
+    strings arguments;
+    strings records;
+  } const cases[] = {
+      {{"--kind", "task_begin"}, {"0:task_begin", "0:task_begin"}},
+      {{"--kind", "13", "--kind", "id_create"}, {"1:id_create", "0:task_end"}},
+      {{"--producer", "1"}, {"1:id_create"}},
+      {{"--from", "7"}, {"0:task_end", "0:task_begin"}},
+      {{"--from", "2", "--to", "03", "--producer", "0"}, {"0:domain_createA", "0:string_handle_createA"}},
+      {{"--to", "3", "--producer", "1"}, {}},
+  };
+  for (const auto& [arguments, records] : cases) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    strings all = {"--records"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    all.push_back("run");
+    const program_result result = dump(all);
+    EXPECT_EQ(listed(result.out), records);
+    EXPECT_EQ(result.exit_status, 0) << result.err;
+  }
+  EXPECT_EQ(listed(dump({"--records", "run"}).out).size(), 9U);
+  for (const strings& damaged : {strings{whole(), ""}, {whole(), "-", ""}, {small().take()}, {"<traces/>"}}) {
+    write_run(damaged);
+    EXPECT_EQ(dump({"--records", "run"}).exit_status, 1);
+  }
+}
+
+TEST_F(kzrdump, refuses_wrong_usage) {
+  for (const strings& arguments : {strings{"--bogus"},
+                                   {"a", "b"},
+                                   {"--kind", "task_end"},
+                                   {"--records", "--json"},
+                                   {"--records", "--kind", "17"},
+                                   {"--records", "--kind", "task"},
+                                   {"--records", "--from", "-1"},
+                                   {"--records", "--to", "18446744073709551616"},
+                                   {"--records", "--producer", "1x"},
+                                   {"--records", "--from", "2", "--to", "1"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    const program_result result = dump(arguments);
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_NE(result.err, "");
+  }
+  for (const char* const option : {"--help", "--version"}) EXPECT_EQ(dump({option}).exit_status, 0);
+}
+
+TEST_F(kzrdump, finds_the_stem_as_the_converter_does) {
+  write_run({whole()});
+  EXPECT_EQ(dump({}).exit_status, 1);
+  for (const char* const stem : {"run", "run/", "run/_kzr"}) EXPECT_EQ(dump({stem}).exit_status, 0) << stem;
+  EXPECT_EQ(dump({}, {"QZD_DIR=run"}).exit_status, 0);
+  fs::rename(directory_ / "run", directory_ / "_qzd_20240101_120000");
+  EXPECT_EQ(dump({}).exit_status, 0);
+}
+
+TEST_F(kzrdump, writes_no_file_and_no_byte_that_steers_a_terminal) {
+  write_run(
+      {recorded().domain(1, "\x1b[2J\xff\xc2\x9b\xc3\xa9").end().take(), xml("version=\"1\x1b[31m\"", "")});
+  const strings environment = {"QZD_DIR=run"};
+  const std::string text = dump({}, environment).out;
+  EXPECT_EQ(text.find('\x1b'), std::string::npos);
+  EXPECT_NE(text.find("\\x1b[2J\\xff\\xc2\\x9b\xc3\xa9 "), std::string::npos) << text;
+  EXPECT_NE(text.find("version 1\\x1b[31m"), std::string::npos) << text;
+  EXPECT_EQ(summary()["domains"][0]["name"], "\x1b[2J\xef\xbf\xbd\xc2\x9b\xc3\xa9");
+  static_cast<void>(dump({"--records"}, environment));
+  std::size_t files = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(directory_.path()))
+    files += entry.is_regular_file();
+  EXPECT_EQ(files, 2U);
+}
+
+TEST_F(kzrdump, says_when_its_output_is_lost) {
+  write_run({whole()});
+  const program_result result =
+      run_program({"/bin/sh", "-c", KZRDUMP_PROGRAM " --records run >/dev/full"}, directory_.path());
+  EXPECT_EQ(result.exit_status, 1);
+  EXPECT_EQ(result.err, "kzrdump: the output could not be written\n");
+}
+
+}  // namespace

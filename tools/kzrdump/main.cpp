@@ -1,0 +1,54 @@
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+
+#include "driver/conversion.h"
+#include "kzrdump/dump_options.h"
+#include "kzrdump/exit_status.h"
+#include "kzrdump/file_survey.h"
+#include "kzrdump/printable.h"
+#include "kzrdump/record_listing.h"
+#include "kzrdump/run_summary.h"
+#include "kzrdump/summary_json.h"
+#include "kzrdump/summary_text.h"
+
+namespace {
+
+/// True for a run without anything to complain of.
+bool show(const dump_options& options) {
+  if (options.list_records) return list_records(options);
+  const run_summary run = summarise_run(options.stem, options.omp_experimental);
+  if (options.as_json) {
+    write_json(run, std::cout);
+  } else {
+    write_text(run, std::cout);
+  }
+  return run.is_sound();
+}
+
+int complain(const std::string& message) {
+  std::fprintf(stderr, "kzrdump: %s\n", printable(message).c_str());
+  return exit_damage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Whoever reads the output may stop at any time.
+  std::signal(SIGPIPE, SIG_DFL);
+  std::ios::sync_with_stdio(false);
+  raise_open_file_limit();
+  try {
+    const parsed_command_line command_line = parse_command_line(argc, argv);
+    if (!command_line.options) return command_line.exit_status;
+    const dump_options& options = *command_line.options;
+    const std::string special_file = list_files(options.stem).special_file;
+    if (!special_file.empty()) return complain(special_file + " is a pipe or device, which is not read");
+    const bool is_sound = show(options);
+    if (!std::cout.flush()) return complain("the output could not be written");
+    return is_sound ? exit_sound : exit_damage;
+  } catch (const std::exception& failure) {
+    return complain(failure.what());
+  }
+}

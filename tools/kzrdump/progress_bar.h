@@ -1,0 +1,34 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+/// Shows on a terminal how much of the input is read, from the second second on. Silent when standard error
+/// is no terminal. The line goes with the object.
+class progress_bar {
+ public:
+  /// `total_bytes` is what is going to be read. `may_show` is false when something else fills the terminal.
+  explicit progress_bar(std::uint64_t total_bytes, bool may_show = true);
+  progress_bar(const progress_bar&) = delete;
+  progress_bar& operator=(const progress_bar&) = delete;
+  ~progress_bar();
+
+  /// Notes that `bytes` more were read. Looks at the clock now and then only.
+  void add(std::uint64_t bytes) {
+    read_bytes_ += bytes;
+    if (may_show_ && (++calls_ % calls_per_look == 0 || bytes >= bytes_per_look)) draw_when_due();
+  }
+
+ private:
+  void draw_when_due();
+
+  static constexpr std::uint64_t calls_per_look = 4096;
+  static constexpr std::uint64_t bytes_per_look = 1 << 20;
+
+  std::uint64_t total_bytes_;
+  bool may_show_;
+  std::uint64_t read_bytes_ = 0;
+  std::uint64_t calls_ = 0;
+  bool is_drawn_ = false;
+  std::chrono::steady_clock::time_point due_;
+};

@@ -1,0 +1,77 @@
+#include "kzrdump/record_listing.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+
+#include "kzrdump/captured_output.h"
+#include "kzrdump/dump_options.h"
+#include "kzrdump/file_survey.h"
+#include "kzrdump/printable.h"
+#include "kzrdump/progress_bar.h"
+#include "kzrdump/record_size.h"
+#include "reader/multifile_reader.h"
+
+namespace {
+
+/// Makes `std::cout` printable while it lives, where it ends on a terminal.
+class terminal_guard {
+ public:
+  explicit terminal_guard(bool is_terminal) : standard_(std::cout.rdbuf()), filter_(*standard_) {
+    if (is_terminal) std::cout.rdbuf(&filter_);
+  }
+  terminal_guard(const terminal_guard&) = delete;
+  terminal_guard& operator=(const terminal_guard&) = delete;
+  ~terminal_guard() { std::cout.rdbuf(standard_); }
+
+ private:
+  std::streambuf* standard_;
+  printable_output filter_;
+};
+
+bool lets_through(const record_filter& filter, const trace_record& record) {
+  const auto kind = static_cast<std::size_t>(record.kind);
+  const bool all_kinds = std::none_of(filter.kinds.begin(), filter.kinds.end(), [](bool set) { return set; });
+  const std::vector<int>& producers = filter.producers;
+  return (all_kinds || filter.kinds[kind]) && record.f[1] >= filter.from && record.f[1] <= filter.to &&
+         (producers.empty() ||
+          std::find(producers.begin(), producers.end(), record.producer) != producers.end());
+}
+
+std::unique_ptr<multifile_reader> open_traces(const std::string& stem) {
+  const captured_output messages;
+  return std::make_unique<multifile_reader>(stem.c_str());
+}
+
+/// Tells on standard error what keeps the list from being whole; true when nothing does.
+bool is_whole(const file_inventory& files, const numbering_gap& gap, const multifile_reader& reader,
+              const std::string& stem) {
+  const bool has_damage = reader.damaged_files() > 0 || !gap.unread.empty() || files.count == 0;
+  if (has_damage) {
+    std::fprintf(stderr, "kzrdump: %s: not all records could be read; the summary says why\n",
+                 printable(stem).c_str());
+  }
+  return !has_damage;
+}
+
+}  // namespace
+
+bool list_records(const dump_options& options) {
+  const bool is_terminal = isatty(STDOUT_FILENO) != 0;
+  const terminal_guard guard(is_terminal);
+  const file_inventory files = list_files(options.stem);
+  progress_bar progress(files.total_bytes, !is_terminal);
+  progress.add(files.xml_bytes);
+  const std::unique_ptr<multifile_reader> reader = open_traces(options.stem);
+  while (const std::shared_ptr<trace_record> record = reader->next_record()) {
+    if (is_binary(*record)) progress.add(binary_size_of(*record));
+    if (lets_through(options.filter, *record)) record->dump();
+    if (!std::cout) break;
+    reader->release_texts();
+  }
+  std::cout.flush();
+  return is_whole(files, find_gap(options.stem, files.count), *reader, options.stem);
+}

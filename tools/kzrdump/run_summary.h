@@ -1,0 +1,67 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "kzrdump/file_survey.h"
+#include "model/kzr_data_manager.h"
+
+/// The tasks of one thread. An unmatched begin has no end behind it, an unmatched end no begin before it.
+struct thread_tasks {
+  std::uint64_t begun = 0;
+  std::uint64_t ended = 0;
+  std::uint64_t unmatched_begins = 0;
+  std::uint64_t unmatched_ends = 0;
+};
+
+/// A domain that the trace names. Records of domains of unknown type are not looked at by the converter.
+struct domain_summary {
+  std::string name;
+  bool is_named = false;  ///< false for a domain that has records but none that creates it
+  DomainType type = DomainType::unknown;
+  std::uint64_t record_count = 0;
+};
+
+/// How many there are of each thing that the trace describes.
+struct model_counts {
+  std::uint64_t graphs = 0;  ///< without the inner graphs of composite nodes
+  std::uint64_t nodes = 0;   ///< composite ones included
+  std::uint64_t composite_nodes = 0;
+  std::uint64_t ports = 0;
+  std::uint64_t edges_made = 0;
+  std::uint64_t edges = 0;  ///< that are there at the end
+  std::uint64_t parallel_regions = 0;
+  std::uint64_t implicit_tasks = 0;
+  std::uint64_t explicit_tasks = 0;
+};
+
+/// What is in a run.
+struct run_summary {
+  std::string stem;
+  bool omp_experimental = false;
+  std::vector<file_survey> files;
+  numbering_gap gap;
+  std::string frequency;                         ///< in ticks per second, from the first usable file
+  std::string concurrency;                       ///< in hardware threads, likewise
+  std::optional<std::uint64_t> first_timestamp;  ///< smallest and largest of the run, in ticks
+  std::optional<std::uint64_t> last_timestamp;
+  std::optional<double> duration_seconds;
+  std::uint64_t record_count = 0;                   ///< that come out of the merge
+  std::uint64_t ignored_record_count = 0;           ///< of them, those of domains of unknown type
+  std::map<std::uint64_t, domain_summary> domains;  ///< by handle
+  std::uint64_t threads = 0;                        ///< trace files with records
+  std::map<int, thread_tasks> tasks;                ///< by number of the trace file
+  model_counts model;
+  std::map<std::string, std::uint64_t, std::less<>> warnings;  ///< the converter's own tally
+  std::string converter_end;  ///< where and why the converter would not come to its end; empty if it would
+  std::vector<std::string> problems;  ///< everything that is damaged or odd, a sentence each
+
+  [[nodiscard]] bool is_sound() const { return problems.empty(); }
+};
+
+/// Reads the run twice: first file by file, then as the converter would, but without any output.
+[[nodiscard]] run_summary summarise_run(const std::string& stem, bool omp_experimental);
