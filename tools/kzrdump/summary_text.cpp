@@ -46,23 +46,31 @@ void write_files(const run_summary& run, std::ostream& out) {
   table.print(out);
 }
 
+using kind_counts = std::array<std::uint64_t, record_descriptions.size()>;
+
+kind_counts count_kinds(const run_summary& run) {
+  kind_counts totals{};
+  for (const file_survey& file : run.files) {
+    for (std::size_t kind = 0; kind < totals.size(); ++kind) totals[kind] += file.records_by_kind[kind];
+  }
+  return totals;
+}
+
 /// One line per kind that occurs, for the files from `begin` up to `end`, and for all files when
 /// `with_total`.
-void write_kinds_of(const run_summary& run, std::size_t begin, std::size_t end, bool with_total,
-                    std::ostream& out) {
+void write_kinds_of(const run_summary& run, const kind_counts& totals, std::size_t begin, std::size_t end,
+                    bool with_total, std::ostream& out) {
   std::vector<text_table::column> columns = {{"records by kind", left}};
   for (std::size_t i = begin; i < end; ++i) columns.push_back({name_of_file(run.files[i]), right});
   if (with_total) columns.push_back({"all", right});
   text_table table(std::move(columns));
   for (std::size_t kind = 0; kind < record_descriptions.size(); ++kind) {
+    if (totals[kind] == 0) continue;
     std::vector<std::string> cells = {record_descriptions[kind].name};
-    std::uint64_t total = 0;
-    for (const file_survey& file : run.files) total += file.records_by_kind[kind];
-    if (total == 0) continue;
     for (std::size_t i = begin; i < end; ++i) {
       cells.push_back(std::to_string(run.files[i].records_by_kind[kind]));
     }
-    if (with_total) cells.push_back(std::to_string(total));
+    if (with_total) cells.push_back(std::to_string(totals[kind]));
     table.add_row(cells);
   }
   if (table.is_empty()) return;
@@ -72,9 +80,10 @@ void write_kinds_of(const run_summary& run, std::size_t begin, std::size_t end, 
 
 void write_kinds(const run_summary& run, std::ostream& out) {
   const std::size_t files = run.files.size();
+  const kind_counts totals = count_kinds(run);
   for (std::size_t begin = 0; begin < files; begin += most_file_columns) {
     const std::size_t end = std::min(begin + most_file_columns, files);
-    write_kinds_of(run, begin, end, end == files && files > 1, out);
+    write_kinds_of(run, totals, begin, end, end == files && files > 1, out);
   }
 }
 
