@@ -76,13 +76,11 @@ const Char* copy_name(const Char* text, std::size_t length) {
 }  // namespace
 
 void kzr_record_processor::domain_create_A(record_ref record) {
-  last_domain_type_ = DomainType::unknown;
   const char* const name = record.narrow_string();
   dm_.register_domain(record.f[2], copy_name(name, std::strlen(name)));
 }
 
 void kzr_record_processor::domain_create_W(record_ref record) {
-  last_domain_type_ = DomainType::unknown;
   const wchar_t* const name = record.wide_string();
   dm_.register_domain(record.f[2], copy_name(name, std::wcslen(name)));
 }

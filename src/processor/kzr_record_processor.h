@@ -88,14 +88,7 @@ class kzr_record_processor {
   void openmp_read(record_ref record, node_symbol& reader);
   void openmp_write(node_symbol& writer, const ___onx_id& writer_id, const ___onx_id& variable_id);
 
-  /// Neighbouring records mostly share their domain.
-  [[nodiscard]] DomainType domain_of(record_ref record) {
-    if (record.f[2] != last_domain_ || last_domain_type_ == DomainType::unknown) {
-      last_domain_ = record.f[2];
-      last_domain_type_ = dm_.domain_type(last_domain_);
-    }
-    return last_domain_type_;
-  }
+  [[nodiscard]] DomainType domain_of(record_ref record) const { return dm_.domain_type(record.f[2]); }
   void update_thread_and_core_set(record_ref record, bool with_core);
   void append_event(tml_event_t kind, record_ref record, const kzr_symbol* first = nullptr,
                     const kzr_symbol* second = nullptr, std::uint64_t first_number = 0,
@@ -116,9 +109,6 @@ class kzr_record_processor {
   event_list events_;
   /// By identifier: where the regions stand that are open, the one begun last at the back.
   std::map<___onx_id, std::vector<region_place>> open_regions_;
-  /// What domain_of() found last; forgotten when a domain is created.
-  std::uint64_t last_domain_ = 0;
-  DomainType last_domain_type_ = DomainType::unknown;
   std::uint64_t replayed_domain_ = 0;
   std::string_view replayed_domain_text_;
   number_set threads_;

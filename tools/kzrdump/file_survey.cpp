@@ -10,7 +10,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "common/text_arena.h"
+#include "reader/record_store.h"
 #include "kzrdump/captured_output.h"
 #include "kzrdump/progress_bar.h"
 #include "kzrdump/record_size.h"
@@ -130,7 +130,7 @@ class surveyor {
  private:
   std::shared_ptr<trace_reader> open() {
     const captured_output messages;
-    return trace_reader::create_reader(stem_, file_.number, texts_);
+    return trace_reader::create_reader(stem_, file_.number, store_);
   }
 
   void end(file_ending ending, const std::string& reason = {}) {
@@ -212,7 +212,7 @@ class surveyor {
   const std::string& stem_;
   progress_bar& progress_;
   document_facts document_;
-  text_arena texts_;
+  record_store store_;
   bool is_open_ = false;
   std::uint64_t previous_timestamp_ = 0;
 };
