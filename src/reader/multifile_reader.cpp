@@ -39,3 +39,12 @@ std::shared_ptr<trace_record> multifile_reader::next_record() {
   }
   return nullptr;
 }
+
+void multifile_reader::release_texts() {
+  if (!store_.has_gathered_texts()) return;
+  text_arena fresh;
+  for (const auto& reader : readers_) {
+    if (reader) reader->move_text_ahead(fresh);
+  }
+  store_.replace_texts(std::move(fresh));
+}

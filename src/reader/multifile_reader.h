@@ -22,8 +22,9 @@ class multifile_reader {
   /// at its end record or at its first bad record, and neither is handed out.
   std::shared_ptr<trace_record> next_record();
 
-  /// See record_store::release_texts.
-  void release_texts() { store_.release_texts(); }
+  /// Gives back the texts of all records handed out so far; the caller must have let go of them. For those
+  /// who look at each record once: to be called after any record, it does nothing until some have gathered.
+  void release_texts();
 
   /// How many files could not be read to their end: they yielded nothing, or were dropped at a bad record.
   [[nodiscard]] std::size_t damaged_files() const { return damaged_files_; }

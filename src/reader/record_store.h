@@ -1,7 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <utility>
 
 #include "common/text_arena.h"
 #include "reader/trace_record.h"
@@ -25,18 +27,22 @@ class record_store {
     return record_;
   }
 
-  /// Keeps the texts and values of records until the store is destroyed or told to release them.
+  /// Keeps the texts and values of records until the store is destroyed or told to replace them.
   [[nodiscard]] text_arena& texts() { return texts_; }
 
-  /// Gives back the texts of all records handed out so far; everybody must have let go of them. For those who
-  /// look at each record once: to be called after any record, it does nothing until some texts have gathered.
-  void release_texts() {
-    if (texts_.count_blocks() >= most_gathered_blocks) texts_ = text_arena();
+  /// Whether so many texts have gathered that replacing them is worth its while.
+  [[nodiscard]] bool has_gathered_texts() const { return texts_.count_blocks() >= enough_blocks_; }
+  /// Gives back all texts but those in `fresh`, which it takes over.
+  void replace_texts(text_arena&& fresh) {
+    texts_ = std::move(fresh);
+    // Many or long texts that stay must not be moved over and over again.
+    enough_blocks_ = std::max(least_blocks, 2 * texts_.count_blocks());
   }
 
  private:
-  static constexpr std::size_t most_gathered_blocks = 16;
+  static constexpr std::size_t least_blocks = 16;
 
   text_arena texts_;
+  std::size_t enough_blocks_ = least_blocks;
   std::shared_ptr<trace_record> record_;
 };

@@ -27,6 +27,8 @@ std::string trace_reader::freq() const { return {}; }
 
 std::string trace_reader::hwc() const { return {}; }
 
+void trace_reader::move_text_ahead(text_arena&) {}
+
 const void* trace_reader::keep_value(std::uint64_t value) {
   char* const cell = store_.texts().allocate(sizeof value + 1, alignof(std::uint64_t));
   std::memcpy(cell, &value, sizeof value);

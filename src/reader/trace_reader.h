@@ -31,6 +31,9 @@ class trace_reader {
   /// current record. Aborts when an XML file is no trace.
   static std::shared_ptr<trace_reader> create_reader(const std::string& stem, int n, record_store& store);
 
+  /// Moves the text of a record that is decoded before it is handed out to `texts`.
+  virtual void move_text_ahead(text_arena& texts);
+
   /// Whether there is a current record.
   [[nodiscard]] bool has_current() const { return has_current_; }
   /// Timestamp of the current record in ticks, which is known before the rest of the record is decoded.

@@ -1,11 +1,21 @@
 #include "reader/trace_record.h"
 
 #include <charconv>
+#include <cstring>
+#include <cwchar>
 #include <iostream>
 #include <string>
 
 #include "common/append_number.h"
+#include "common/text_arena.h"
 #include "reader/record_descriptions.h"
+
+namespace {
+constexpr std::int32_t domain_create_w = 3;
+constexpr std::int32_t metadata = 6;
+constexpr std::int32_t metadata_string_w = 8;
+constexpr std::int32_t string_handle_create_w = 11;
+}  // namespace
 
 void trace_record::reset() {
   kind = end_of_records;
@@ -15,6 +25,21 @@ void trace_record::reset() {
   string = nullptr;
   raw_offset = 0;
   raw[0] = 0;
+}
+
+void trace_record::move_text_to(text_arena& texts) {
+  if (string == nullptr) return;
+  std::size_t size_bytes = 0;
+  if (kind == domain_create_w || kind == metadata_string_w || kind == string_handle_create_w) {
+    size_bytes = (std::wcslen(wide_string()) + 1) * sizeof(wchar_t);
+  } else if (kind == metadata) {
+    size_bytes = sizeof(std::uint64_t) + 1;  // with the zero byte that ends the value for those who print it
+  } else {
+    size_bytes = std::strlen(narrow_string()) + 1;
+  }
+  char* const moved = texts.allocate(size_bytes, alignof(std::uint64_t));
+  std::memcpy(moved, string, size_bytes);
+  string = moved;
 }
 
 namespace {

@@ -6,6 +6,8 @@
 
 #include "common/onx_id.h"
 
+class text_arena;
+
 /// One decoded record of the tracing interface, whatever the format of its file. Held by shared pointer;
 /// a reader uses an object again as soon as nobody else holds it.
 class trace_record {
@@ -18,6 +20,9 @@ class trace_record {
 
   /// Puts every field back to its default, so that a reader can use the object for its next record.
   void reset();
+
+  /// Copies what `string` points at to `texts` and points there.
+  void move_text_to(text_arena& texts);
 
   /// Prints the record to standard output, for people who look at a trace file.
   void dump() const;

@@ -19,6 +19,9 @@ class xml_reader_v0 : public trace_reader {
                 const std::string& frequency, const std::string& concurrency, record_store& store);
 
   std::shared_ptr<trace_record> current_and_advance() override;
+  void move_text_ahead(text_arena& texts) override {
+    if (current_) current_->move_text_to(texts);
+  }
   [[nodiscard]] std::string freq() const override { return frequency_; }
   [[nodiscard]] std::string hwc() const override { return concurrency_; }
 

@@ -141,15 +141,15 @@ TEST(multifile_reader, releases_the_texts_of_past_records) {
   const std::string text(250, 't');
   kzr::trace_encoder many = recorded();
   for (int i = 0; i < 40'000; ++i) many.string_handle(1, text);
+  // Readers of XML files have the next record ready.
+  const auto waiting = [] { return recorded(kzr::trace_form::xml).at(after_all); };
   const scratch_directory directory;
   write_file(directory / "_kzr.0", many.end().take());
-  write_file(directory / "_kzr.1", recorded().at(after_all).string_handle(1, "narrow").end().take());
-  write_file(directory / "_kzr.2",
-             recorded(kzr::trace_form::xml).at(after_all).wide_domain(1, u"wide").end().take());
-  write_file(
-      directory / "_kzr.3",
-      recorded().at(after_all).metadata(1, {}, 1, kzr::value_type::u64, 1, 1234567890123).end().take());
-  write_file(directory / "_kzr.4", recorded().at(after_all).task_end(1).end().take());
+  write_file(directory / "_kzr.1", waiting().string_handle(1, "narrow").end().take());
+  write_file(directory / "_kzr.2", waiting().wide_domain(1, u"wide").end().take());
+  write_file(directory / "_kzr.3",
+             waiting().metadata(1, {}, 1, kzr::value_type::u64, 1, 1234567890123).end().take());
+  write_file(directory / "_kzr.4", waiting().task_end(1).end().take());
 
   const std::array<std::string, 5> expected{text, "narrow", "wide", "1234567890123", "nothing"};
   multifile_reader reader((directory / "_kzr").c_str());

@@ -10,11 +10,11 @@
 #include <memory>
 #include <stdexcept>
 
-#include "reader/record_store.h"
 #include "kzrdump/captured_output.h"
 #include "kzrdump/progress_bar.h"
 #include "kzrdump/record_size.h"
 #include "reader/record_descriptions.h"
+#include "reader/record_store.h"
 #include "reader/trace_reader.h"
 #include "xml/document.h"
 
@@ -120,7 +120,7 @@ class surveyor {
       }
     } catch (const std::logic_error&) {
       end(file_ending::fatal, "metadata without value or with a type that is no number");
-      // A reader is one record ahead of what it hands out.
+      // The reader of XML files, which alone ends so, is one record ahead of what it hands out.
       file_.damaged_record = file_.record_count + (is_open_ ? 2 : 1);
     } catch (const std::exception& failure) {
       end(file_ending::fatal, failure.what());
