@@ -16,8 +16,8 @@ constexpr std::uint32_t time_jump = kind_mask;
 
 /// What follows, as much of it from the front as the kind of the event needs.
 struct details {
-  std::uint32_t first_number[2];
   std::uint32_t first;
+  std::uint32_t first_number[2];
   std::uint32_t second;
   std::uint32_t domain;
   std::uint32_t second_number[2];
@@ -27,15 +27,22 @@ std::size_t words_of_details(tml_event_t kind) {
   switch (kind) {
     case tml_event_t::task_ended:
       return 0;
+    case tml_event_t::graph_created:
+    case tml_event_t::edge_made:
+    case tml_event_t::edge_removed:
+      return 1;
+    case tml_event_t::node_created:
     case tml_event_t::user_event:
-      return 2;
+      return 3;
+    case tml_event_t::region_begun:
+    case tml_event_t::region_ended:
+      return 4;
     case tml_event_t::task_begun:
     case tml_event_t::implicit_task_begun:
     case tml_event_t::explicit_task_begun:
-      return 7;
-    default:
-      return 4;
+      break;
   }
+  return sizeof(details) / sizeof(std::uint32_t);
 }
 
 void split(std::uint64_t number, std::uint32_t (&halves)[2]) { std::memcpy(halves, &number, sizeof number); }
@@ -76,8 +83,8 @@ void event_list::append(const timeline_event& event) {
   *next_++ = static_cast<std::uint32_t>(event.kind) | static_cast<std::uint32_t>(event.producer) << kind_bits;
   *next_++ = static_cast<std::uint32_t>(elapsed);
   if (const std::size_t words = words_of_details(event.kind); words > 0) {
-    details more{.first_number = {},
-                 .first = event.first,
+    details more{.first = event.first,
+                 .first_number = {},
                  .second = event.second,
                  .domain = domain_index(event.domain),
                  .second_number = {}};
