@@ -32,14 +32,17 @@ int open_output(const std::string& path) {
   return file >= 0 ? file : ::open(path.c_str(), O_WRONLY | flags, 0666);
 }
 
-/// Whether a byte of `file` that was written once can be stored to again without new room on the disk. File
-/// systems that write elsewhere (btrfs, zfs, f2fs) or are not known could answer a store with SIGBUS.
-bool keeps_blocks_in_place(int file) {
+/// The advice by which the kernel maps all pages of a window at once, 0 when `file` is not to be mapped. A
+/// byte that was written once must be storable again without new room on the disk: file systems that write
+/// elsewhere (btrfs, zfs, f2fs) or are not known could answer a store with SIGBUS. Those in memory need no
+/// note of the first store to a page, so that it is enough, and costs half, to map the pages as for reading.
+int populate_advice(int file) {
   struct stat kind {};
   struct statfs system {};
-  if (::fstat(file, &kind) != 0 || !S_ISREG(kind.st_mode) || ::fstatfs(file, &system) != 0) return false;
-  constexpr std::array known = {EXT4_SUPER_MAGIC, XFS_SUPER_MAGIC, TMPFS_MAGIC, OVERLAYFS_SUPER_MAGIC};
-  return std::find(known.begin(), known.end(), system.f_type) != known.end();
+  if (::fstat(file, &kind) != 0 || !S_ISREG(kind.st_mode) || ::fstatfs(file, &system) != 0) return 0;
+  if (system.f_type == TMPFS_MAGIC) return MADV_POPULATE_READ;
+  constexpr std::array on_disk = {EXT4_SUPER_MAGIC, XFS_SUPER_MAGIC, OVERLAYFS_SUPER_MAGIC};
+  return std::ranges::find(on_disk, system.f_type) != on_disk.end() ? MADV_POPULATE_WRITE : 0;
 }
 
 /// Lengthens `file` from `from` to `to` bytes; false when the disk is full or the file may not grow that far.
@@ -108,7 +111,7 @@ void touch_end(char* end) { const_cast<volatile char*>(end)[-1] = '\n'; }
 }  // namespace
 
 line_file::line_file(const std::string& path)
-    : file_(open_output(path)), mappable_(is_open() && keeps_blocks_in_place(file_)) {}
+    : file_(open_output(path)), populate_advice_(is_open() ? populate_advice(file_) : 0) {}
 
 void line_file::write_plain(std::string_view text) {
   if (window_.bytes != nullptr) {
@@ -167,8 +170,8 @@ void line_file::close() {
 }
 
 bool line_file::make_room(std::size_t size_bytes) {
-  if (mappable_ && move_window(size_bytes)) return true;
-  mappable_ = false;
+  if (populate_advice_ != 0 && move_window(size_bytes)) return true;
+  populate_advice_ = 0;
   drop_window();
   return false;
 }
@@ -191,7 +194,7 @@ bool line_file::move_window(std::size_t size_bytes) {
   const std::uint64_t pages = (length_ + size_bytes - begin + page_bytes - 1) / page_bytes;
   const std::uint64_t usual_bytes = is_first ? first_window_bytes : window_bytes;
   const std::uint64_t end = std::max(begin + std::max(usual_bytes, pages * page_bytes), file_end);
-  window_ = make_window(file_, window_, begin, file_end, end);
+  window_ = make_window(file_, populate_advice_, window_, begin, file_end, end);
   if (window_.bytes == nullptr) return false;
   if (!is_first) make_next_window({});
   load_lead();
@@ -200,7 +203,7 @@ bool line_file::move_window(std::size_t size_bytes) {
 
 /// Maps the part of `file` from `begin` to `end` after unmapping `old`. Up to `newlines_from` the file is
 /// there.
-line_file::window line_file::make_window(int file, const window& old, std::uint64_t begin,
+line_file::window line_file::make_window(int file, int advice, const window& old, std::uint64_t begin,
                                          std::uint64_t newlines_from, std::uint64_t end) {
   unmap(old);
   // Writing the newlines takes the blocks before they are mapped, and the file never ends in anything else
@@ -211,7 +214,7 @@ line_file::window line_file::make_window(int file, const window& old, std::uint6
   if (mapped == MAP_FAILED) return {};
   const window made{static_cast<char*>(mapped), begin, end};
   // All pages at once cost less than a fault for each. Kernels before 5.14 do not know the request.
-  if (::madvise(mapped, end - begin, MADV_POPULATE_WRITE) == 0 || errno == EINVAL) return made;
+  if (::madvise(mapped, end - begin, advice) == 0 || errno == EINVAL) return made;
   unmap(made);
   return {};
 }
@@ -223,8 +226,8 @@ void line_file::unmap(const window& old) {
 /// Has the window behind the current one made. It overlaps by a page, in which the text of the current one
 /// will end. Without another thread it is made when it is asked for.
 void line_file::make_next_window(const window& old) {
-  next_window_ = std::async(std::launch::async | std::launch::deferred, make_window, file_, old,
-                            window_.end - page_bytes, window_.end, window_.end + window_bytes);
+  next_window_ = std::async(std::launch::async | std::launch::deferred, make_window, file_, populate_advice_,
+                            old, window_.end - page_bytes, window_.end, window_.end + window_bytes);
 }
 
 /// Takes what the file holds of the next line's first block into the image, where the line itself may stand

@@ -58,8 +58,8 @@ class line_file {
     std::uint64_t end = 0;
   };
 
-  static window make_window(int file, const window& old, std::uint64_t begin, std::uint64_t newlines_from,
-                            std::uint64_t end);
+  static window make_window(int file, int advice, const window& old, std::uint64_t begin,
+                            std::uint64_t newlines_from, std::uint64_t end);
   static void unmap(const window& old);
 
   [[nodiscard]] bool has_room(std::size_t size_bytes) const {
@@ -73,7 +73,7 @@ class line_file {
   void drop_window();
 
   int file_ = -1;
-  bool mappable_ = false;
+  int populate_advice_ = 0;   // 0 when the file is not mapped
   std::uint64_t length_ = 0;  // true length of the file; all bytes behind it are newlines
   window window_;
   /// The window behind that one, which another thread makes meanwhile, once a run is long enough for a second
