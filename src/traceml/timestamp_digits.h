@@ -17,7 +17,10 @@ class timestamp_digits {
   char* append(char* to, std::uint64_t timestamp) {
     std::uint64_t lower = timestamp - base_;
     if (lower >= lower_range) {
-      if (timestamp < lower_range) return std::to_chars(to, to + room_bytes, timestamp).ptr;
+      // The distance from the last base goes over the end of the numbers and would take in small timestamps.
+      if (timestamp < lower_range || timestamp >= last_base) {
+        return std::to_chars(to, to + room_bytes, timestamp).ptr;
+      }
       keep_upper(timestamp);
       lower = timestamp - base_;
     }
@@ -31,6 +34,7 @@ class timestamp_digits {
 
  private:
   static constexpr std::uint64_t lower_range = 100'000'000;
+  static constexpr std::uint64_t last_base = UINT64_MAX / lower_range * lower_range;
 
   static void append_four(char* to, std::uint32_t number) {
     std::memcpy(to, &pairs[number / 100 * 2], 2);
