@@ -159,7 +159,10 @@ void line_file::write_placed(const char* end) {
     std::memcpy(blocks + lead(), line.data(), line.size());
   }
   length_ += line.size();
-  std::memcpy(image_.data(), image_.data() + used_bytes / block_bytes * block_bytes, block_bytes);
+  // By way of a copy: a short line ends in the block it begins in, which then stays where it is.
+  std::array<char, block_bytes> last_block;
+  std::memcpy(last_block.data(), image_.data() + used_bytes / block_bytes * block_bytes, block_bytes);
+  std::memcpy(image_.data(), last_block.data(), block_bytes);
 }
 
 void line_file::close() {
