@@ -176,7 +176,7 @@ std::uint64_t write_timeline(const run_plan& plan, std::size_t files, std::size_
   announce_vocabulary(setup);
   announce_nodes(setup, nodes, [](std::size_t, const object_id&) {});
   announce_chain(setup, nodes);
-  write_tasks(setup.file(0), 0, pairs / files, nodes, setup.now());
+  const std::uint64_t setup_end = write_tasks(setup.file(0), 0, pairs / files, nodes, setup.now());
   std::uint64_t events = 0;
   for (std::size_t number = 1; number < files; ++number) {
     trace_file file(plan.directory, number, form);
@@ -184,7 +184,7 @@ std::uint64_t write_timeline(const run_plan& plan, std::size_t files, std::size_
     file.finish(write_tasks(file, number, own_pairs, nodes, setup.now()));
     events += file.record_count();
   }
-  return events + setup.finish();
+  return events + setup.finish(setup_end);
 }
 
 constexpr std::size_t builder_threads = 4;

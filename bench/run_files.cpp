@@ -1,5 +1,7 @@
 #include "bench/run_files.h"
 
+#include <algorithm>
+
 namespace kzr::bench {
 
 trace_file::trace_file(const std::string& directory, std::size_t number, trace_form form)
@@ -35,7 +37,8 @@ trace_encoder& thread_files::on(std::size_t thread) {
   return files_[thread].at(now_);
 }
 
-std::uint64_t thread_files::finish() {
+std::uint64_t thread_files::finish(std::uint64_t last_time) {
+  now_ = std::max(now_, last_time);
   std::uint64_t records = 0;
   for (trace_file& file : files_) {
     file.finish(++now_);

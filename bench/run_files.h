@@ -49,8 +49,9 @@ class thread_files {
   [[nodiscard]] std::uint64_t now() const { return now_; }
   [[nodiscard]] std::size_t count() const { return files_.size(); }
 
-  /// Ends all files; returns the number of records in them.
-  std::uint64_t finish();
+  /// Ends all files, behind `last_time` for the sake of records at times of their own; returns the number of
+  /// records in them.
+  std::uint64_t finish(std::uint64_t last_time = 0);
 
  private:
   std::vector<trace_file> files_;
