@@ -77,7 +77,7 @@ class text_buffer {
  private:
   /// Copies up to 16 bytes, as most pieces have, in two parts that may overlap.
   static void copy_short(char* to, const char* from, std::size_t size_bytes) {
-    const auto copy_ends = [&]<class Part>(Part first, Part last) {
+    const auto copy_ends = [&](auto first, auto last) {
       std::memcpy(&first, from, sizeof first);
       std::memcpy(&last, from + size_bytes - sizeof last, sizeof last);
       std::memcpy(to, &first, sizeof first);

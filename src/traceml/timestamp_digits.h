@@ -6,6 +6,16 @@
 #include <cstdint>
 #include <cstring>
 
+/// "00" to "99", one behind the other.
+constexpr std::array<char, 200> make_decimal_pairs() {
+  std::array<char, 200> digits{};
+  for (std::size_t i = 0; i < digits.size(); ++i) {
+    digits[i] = static_cast<char>('0' + (i % 2 == 0 ? i / 20 : i / 2 % 10));
+  }
+  return digits;
+}
+inline constexpr std::array<char, 200> decimal_pairs = make_decimal_pairs();
+
 /// Writes timestamps as decimal text. Those of neighbouring lines differ in their last digits only, so the
 /// upper digits are kept as text and the last eight made anew.
 class timestamp_digits {
@@ -37,8 +47,8 @@ class timestamp_digits {
   static constexpr std::uint64_t last_base = UINT64_MAX / lower_range * lower_range;
 
   static void append_four(char* to, std::uint32_t number) {
-    std::memcpy(to, &pairs[number / 100 * 2], 2);
-    std::memcpy(to + 2, &pairs[number % 100 * 2], 2);
+    std::memcpy(to, &decimal_pairs[number / 100 * 2], 2);
+    std::memcpy(to + 2, &decimal_pairs[number % 100 * 2], 2);
   }
 
   void keep_upper(std::uint64_t timestamp) {
@@ -47,15 +57,6 @@ class timestamp_digits {
         std::to_chars(upper_.data(), upper_.data() + upper_.size(), timestamp / lower_range).ptr;
     upper_size_ = static_cast<std::size_t>(end - upper_.data());
   }
-
-  /// "00" to "99".
-  static constexpr std::array<char, 200> pairs = [] {
-    std::array<char, 200> digits{};
-    for (std::size_t i = 0; i < digits.size(); ++i) {
-      digits[i] = static_cast<char>('0' + (i % 2 == 0 ? i / 20 : i / 2 % 10));
-    }
-    return digits;
-  }();
 
   // The upper digits and the timestamp that has zeros behind them; never less than one digit.
   std::array<char, 16> upper_{'1'};
