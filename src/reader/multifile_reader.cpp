@@ -10,6 +10,7 @@ multifile_reader::multifile_reader(const char* stem) {
   for (int n = 0;; ++n) {
     std::shared_ptr<trace_reader> reader = trace_reader::create_reader(stem, n, store_);
     if (!reader) break;
+    ++opened_files_;
     if (reader->done()) {
       ++damaged_files_;
       continue;
@@ -29,7 +30,11 @@ std::shared_ptr<trace_record> multifile_reader::next_record() {
     trace_reader& reader = *readers_[index];
     std::shared_ptr<trace_record> record = reader.current_and_advance();
     if (record && record->kind <= last_handed_out_kind) {
-      if (reader.has_current()) heap_.push(reader.timestamp(), index);
+      if (reader.has_current()) {
+        heap_.push(reader.timestamp(), index);
+      } else {
+        ++damaged_files_;
+      }
       // With many files the next reader is in no cache any more; this record is handled while it comes.
       if (!heap_.empty()) __builtin_prefetch(readers_[heap_.front()].get());
       return record;

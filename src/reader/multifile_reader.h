@@ -26,8 +26,12 @@ class multifile_reader {
   /// who look at each record once: to be called after any record, it does nothing until some have gathered.
   void release_texts();
 
-  /// How many files could not be read to their end: they yielded nothing, or were dropped at a bad record.
+  /// How many files could not be read to their end record: they yielded nothing, were dropped at a bad record
+  /// or just stopped.
   [[nodiscard]] std::size_t damaged_files() const { return damaged_files_; }
+
+  /// How many files were opened: the number of the one that was missing.
+  [[nodiscard]] std::size_t opened_files() const { return opened_files_; }
 
   /// Ticks per second and number of hardware threads as text, from the first usable file; empty without one.
   [[nodiscard]] const std::string& frequency() const { return frequency_; }
@@ -41,5 +45,6 @@ class multifile_reader {
   std::vector<std::shared_ptr<trace_reader>> readers_;
   /// The readers that have a current record, by their index and that record's timestamp.
   merge_heap<std::uint32_t> heap_;
+  std::size_t opened_files_ = 0;
   std::size_t damaged_files_ = 0;
 };

@@ -165,6 +165,28 @@ TEST_F(kzrdump, tells_everything_that_is_wrong) {
   }
 }
 
+TEST_F(kzrdump, tells_few_files_one_by_one_and_many_in_sum) {
+  const std::string titles = R"(
+                    string_                          end_
+  records  domain_  handle_  task_  task_  task_      of_
+  by kind  createA  createA  begin    end  group  records
+)";
+  strings files = {whole(), small().task_end(1).take()};
+  write_run(files);
+  const std::string few = dump({"run"}).out;
+  EXPECT_NE(few.find(titles + "  _kzr.0         2        1      2      1      2        1\n"
+                              "  _kzr.1         2        1      2      2      2        0\n"
+                              "  all            4        2      4      3      4        1\n"),
+            std::string::npos)
+      << few;
+  files.resize(50, whole());
+  write_run(files);
+  const std::string many = dump({"run"}).out;
+  EXPECT_NE(many.find(titles + "  all          100       50    100     51    100       49\n"),
+            std::string::npos)
+      << many;
+}
+
 TEST_F(kzrdump, tallies_with_the_openmp_paths_when_asked) {
   // A node below an implicit task is no warning where implicit tasks are known, but its region is missing.
   write_run({recorded()
@@ -211,7 +233,13 @@ TEST_F(kzrdump, lists_the_records_that_the_filters_let_through) {
     EXPECT_EQ(result.exit_status, 0) << result.err;
   }
   EXPECT_EQ(listed(dump({"--records", "run"}).out).size(), 9U);
-  for (const strings& damaged : {strings{whole(), ""}, {whole(), "-", ""}, {small().take()}, {"<traces/>"}}) {
+  for (const strings& damaged : {strings{whole(), ""},
+                                 {whole(), "-", ""},
+                                 {small().take()},
+                                 {xml(header, task_end)},
+                                 {whole(), xml("v=\"0\"", "")},
+                                 {"<traces/>"}}) {
+    SCOPED_TRACE(testing::PrintToString(damaged));
     write_run(damaged);
     EXPECT_EQ(dump({"--records", "run"}).exit_status, 1);
   }

@@ -47,6 +47,9 @@ class problem_list {
   }
 
   void look_at_numbering() {
+    if (run_.unopened_files > 0) {
+      add(count_of(run_.unopened_files, "file") + " left out, because no more may be open at the same time");
+    }
     if (run_.files.empty() && run_.gap.unread.empty()) return add("no trace file " + run_.stem + ".0");
     if (run_.gap.unread.empty()) return;
     add("the list of files ends at number " + std::to_string(run_.gap.missing) + ", but there " +

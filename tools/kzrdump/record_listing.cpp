@@ -49,7 +49,8 @@ std::unique_ptr<multifile_reader> open_traces(const std::string& stem) {
 /// Tells on standard error what keeps the list from being whole; true when nothing does.
 bool is_whole(const file_inventory& files, const numbering_gap& gap, const multifile_reader& reader,
               const std::string& stem) {
-  const bool has_damage = reader.damaged_files() > 0 || !gap.unread.empty() || files.count == 0;
+  const bool has_damage = reader.damaged_files() > 0 || reader.opened_files() < files.count ||
+                          !gap.unread.empty() || files.count == 0;
   if (has_damage) {
     std::fprintf(stderr, "kzrdump: %s: not all records could be read; the summary says why\n",
                  printable(stem).c_str());

@@ -38,6 +38,12 @@ std::string narrow(const wchar_t* wide) {
   return text;
 }
 
+/// The number at which the list of files ends.
+std::uint64_t first_unread(const std::vector<file_survey>& files) {
+  const bool last_ends_list = !files.empty() && ends_list(files.back().ending);
+  return files.size() - (last_ends_list ? 1 : 0);
+}
+
 /// Sends the records of a run through the converter's own processor and counts on the way.
 class run_surveyor {
  public:
@@ -69,7 +75,10 @@ class run_surveyor {
  private:
   std::unique_ptr<multifile_reader> open() {
     const captured_output messages;
-    return std::make_unique<multifile_reader>(run_.stem.c_str());
+    auto reader = std::make_unique<multifile_reader>(run_.stem.c_str());
+    const std::uint64_t expected = first_unread(run_.files);
+    run_.unopened_files = expected - std::min<std::uint64_t>(expected, reader->opened_files());
+    return reader;
   }
 
   void tell_end(const char* step, const std::exception& end) {
@@ -165,12 +174,6 @@ class run_surveyor {
   std::uint64_t last_handle_ = 0;
   domain_summary* last_domain_ = nullptr;
 };
-
-/// The number at which the list of files ends.
-std::uint64_t first_unread(const std::vector<file_survey>& files) {
-  const bool last_ends_list = !files.empty() && ends_list(files.back().ending);
-  return files.size() - (last_ends_list ? 1 : 0);
-}
 
 /// What the files tell of the whole run.
 void sum_up_files(run_summary& run) {

@@ -45,8 +45,10 @@ struct run_summary {
   bool omp_experimental = false;
   std::vector<file_survey> files;
   numbering_gap gap;
-  std::string frequency;                         ///< in ticks per second, from the first usable file
-  std::string concurrency;                       ///< in hardware threads, likewise
+  std::uint64_t unopened_files =
+      0;                    ///< files before a gap that the system did not let be open with the others
+  std::string frequency;    ///< in ticks per second, from the first usable file
+  std::string concurrency;  ///< in hardware threads, likewise
   std::optional<std::uint64_t> first_timestamp;  ///< smallest and largest of the run, in ticks
   std::optional<std::uint64_t> last_timestamp;
   std::optional<double> duration_seconds;

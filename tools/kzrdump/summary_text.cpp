@@ -16,8 +16,8 @@ namespace {
 
 constexpr auto left = text_table::align::left;
 constexpr auto right = text_table::align::right;
-/// So that the tables fit a screen.
-constexpr std::size_t most_file_columns = 8;
+/// A run with more files than this is told file by file in the list of files alone, to stay readable.
+constexpr std::size_t most_files_in_detail = 40;
 constexpr std::size_t most_domains = 20;
 
 std::string name_of_file(const file_survey& file) {
@@ -56,35 +56,40 @@ kind_counts count_kinds(const run_summary& run) {
   return totals;
 }
 
-/// One line per kind that occurs, for the files from `begin` up to `end`, and for all files when
-/// `with_total`.
-void write_kinds_of(const run_summary& run, const kind_counts& totals, std::size_t begin, std::size_t end,
-                    bool with_total, std::ostream& out) {
-  std::vector<text_table::column> columns = {{"records by kind", left}};
-  for (std::size_t i = begin; i < end; ++i) columns.push_back({name_of_file(run.files[i]), right});
-  if (with_total) columns.push_back({"all", right});
-  text_table table(std::move(columns));
-  for (std::size_t kind = 0; kind < record_descriptions.size(); ++kind) {
-    if (totals[kind] == 0) continue;
-    std::vector<std::string> cells = {record_descriptions[kind].name};
-    for (std::size_t i = begin; i < end; ++i) {
-      cells.push_back(std::to_string(run.files[i].records_by_kind[kind]));
-    }
-    if (with_total) cells.push_back(std::to_string(totals[kind]));
-    table.add_row(cells);
+/// The name with a line for each of its words, which keeps the columns narrow.
+std::string title_of(std::size_t kind) {
+  std::string title;
+  for (const char c : std::string_view(record_descriptions[kind].name)) {
+    title += c;
+    if (c == '_') title += '\n';
   }
-  if (table.is_empty()) return;
-  out << '\n';
-  table.print(out);
+  return title;
 }
 
+/// One column for each kind that occurs.
 void write_kinds(const run_summary& run, std::ostream& out) {
-  const std::size_t files = run.files.size();
   const kind_counts totals = count_kinds(run);
-  for (std::size_t begin = 0; begin < files; begin += most_file_columns) {
-    const std::size_t end = std::min(begin + most_file_columns, files);
-    write_kinds_of(run, totals, begin, end, end == files && files > 1, out);
+  std::vector<text_table::column> columns = {{"records\nby kind", left}};
+  for (std::size_t kind = 0; kind < totals.size(); ++kind) {
+    if (totals[kind] > 0) columns.push_back({title_of(kind), right});
   }
+  if (columns.size() == 1) return;
+  text_table table(std::move(columns));
+  const auto add_row = [&table, &totals](const std::string& title, const kind_counts& counts) {
+    std::vector<std::string> cells = {title};
+    for (std::size_t kind = 0; kind < totals.size(); ++kind) {
+      if (totals[kind] > 0) cells.push_back(std::to_string(counts[kind]));
+    }
+    table.add_row(cells);
+  };
+  const bool is_detailed = run.files.size() <= most_files_in_detail;
+  if (is_detailed) {
+    for (const file_survey& file : run.files) add_row(name_of_file(file), file.records_by_kind);
+  }
+  if (run.files.size() > 1) add_row("all", totals);
+  out << '\n';
+  table.print(out);
+  if (!is_detailed) out << "  --json has them file by file\n";
 }
 
 std::string describe_time(const run_summary& run) {
@@ -147,12 +152,14 @@ void write_domains(const run_summary& run, std::ostream& out) {
 }
 
 void write_tasks(const run_summary& run, std::ostream& out) {
-  if (run.tasks.empty()) return;
   text_table table({{"tasks of thread", left}, {"begun"}, {"ended"}, {"without end"}, {"without begin"}});
+  const bool is_detailed = run.tasks.size() <= most_files_in_detail;
   for (const auto& [producer, tasks] : run.tasks) {
+    if (!is_detailed && tasks.unmatched_begins + tasks.unmatched_ends == 0) continue;
     table.add_row({std::to_string(producer), std::to_string(tasks.begun), std::to_string(tasks.ended),
                    std::to_string(tasks.unmatched_begins), std::to_string(tasks.unmatched_ends)});
   }
+  if (table.is_empty()) return;
   out << '\n';
   table.print(out);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <sstream>
 
 #include "kzrdump/printable.h"
 
@@ -22,16 +23,32 @@ void text_table::add_row(const std::vector<std::string>& cells) {
   rows_.push_back(std::move(row));
 }
 
-void text_table::print(std::ostream& out) const {
-  std::vector<std::string> titles;
-  for (const column& c : columns_) titles.push_back(printable(c.title));
-  std::vector<std::size_t> widths;
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
-    std::size_t width = width_of(titles[i]);
-    for (const auto& row : rows_) width = std::max(width, width_of(row[i]));
-    widths.push_back(width);
+std::vector<std::vector<std::string>> text_table::title_rows() const {
+  std::vector<std::vector<std::string>> titles;
+  std::size_t height = 0;
+  for (const column& c : columns_) {
+    std::istringstream lines(c.title);
+    titles.emplace_back();
+    for (std::string line; std::getline(lines, line);) titles.back().push_back(line);
+    height = std::max(height, titles.back().size());
   }
-  print_line(out, titles, widths);
+  std::vector<std::vector<std::string>> rows(height, std::vector<std::string>(columns_.size()));
+  for (std::size_t i = 0; i < titles.size(); ++i) {
+    const std::size_t first = height - titles[i].size();
+    for (std::size_t line = 0; line < titles[i].size(); ++line) rows[first + line][i] = titles[i][line];
+  }
+  return rows;
+}
+
+void text_table::print(std::ostream& out) const {
+  const std::vector<std::vector<std::string>> titles = title_rows();
+  std::vector<std::size_t> widths(columns_.size());
+  for (const auto* const rows : {&titles, &rows_}) {
+    for (const auto& row : *rows) {
+      for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], width_of(row[i]));
+    }
+  }
+  for (const auto& row : titles) print_line(out, row, widths);
   for (const auto& row : rows_) print_line(out, row, widths);
 }
 

@@ -10,7 +10,7 @@ class text_table {
  public:
   enum class align : bool { left, right };
   struct column {
-    std::string title;
+    std::string title;  ///< of several lines, if need be; the last ones stand beside each other
     align side = align::right;
   };
 
@@ -24,6 +24,7 @@ class text_table {
   void print(std::ostream& out) const;
 
  private:
+  [[nodiscard]] std::vector<std::vector<std::string>> title_rows() const;
   void print_line(std::ostream& out, const std::vector<std::string>& cells,
                   const std::vector<std::size_t>& widths) const;
 
