@@ -51,7 +51,9 @@ class arena_allocator {
 
   /// Room for `count` objects. Throws `std::bad_alloc`.
   [[nodiscard]] T* allocate(std::size_t count) {
-    return reinterpret_cast<T*>(arena_->allocate(count * sizeof(T), alignof(T)));
+    // An array of pointers is meant when T is one.
+    return reinterpret_cast<T*>(
+        arena_->allocate(count * sizeof(T), alignof(T)));  // NOLINT(bugprone-sizeof-expression)
   }
   /// Does nothing: the memory goes with the arena.
   void deallocate(T*, std::size_t) {}

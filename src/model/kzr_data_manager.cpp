@@ -9,6 +9,22 @@
 
 int enable_subgraph = 0;
 
+std::string_view domain_text(DomainType type) {
+  switch (type) {
+    case DomainType::pwl:
+      return "pwl";
+    case DomainType::pwl_flow:
+      return "pwl.flow";
+    case DomainType::pwl_algorithm:
+      return "pwl.algorithm";
+    case DomainType::openmp:
+      return "openmp";
+    case DomainType::unknown:
+      break;
+  }
+  return "unknown";
+}
+
 namespace {
 
 // The second words by which a port says that it stands for its graph's own input or output.

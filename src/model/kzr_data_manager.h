@@ -30,6 +30,9 @@ class graphml_file;
 /// What a traced domain is about; decides which of its records are looked at, and how.
 enum class DomainType : std::uint8_t { unknown = 0, pwl = 1, pwl_flow = 2, pwl_algorithm = 3, openmp = 4 };
 
+/// The name of the type: "pwl.flow", "openmp", ..., "unknown".
+[[nodiscard]] std::string_view domain_text(DomainType type);
+
 /// Whether a run writes its documents. A tool that only looks at the model does without.
 enum class run_outputs : std::uint8_t { written, none };
 

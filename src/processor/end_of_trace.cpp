@@ -6,22 +6,6 @@
 
 namespace {
 
-std::string_view domain_text(DomainType type) {
-  switch (type) {
-    case DomainType::pwl:
-      return "pwl";
-    case DomainType::pwl_flow:
-      return "pwl.flow";
-    case DomainType::pwl_algorithm:
-      return "pwl.algorithm";
-    case DomainType::openmp:
-      return "openmp";
-    case DomainType::unknown:
-      break;
-  }
-  return "unknown";
-}
-
 /// `symbol` as a `T`, empty when it is none.
 template <class T>
 std::shared_ptr<T> as(const std::shared_ptr<kzr_symbol>& symbol) {

@@ -69,35 +69,22 @@ bool can_store_together() {
 // ready: then they leave together. Assembly, because no compiler may come in between. Both addresses are
 // multiples of 32, since a block that lies across two pages takes its time.
 
-/// Copies 128 bytes.
-void store_4_together(char* to, const char* from) {
-  asm volatile(
-      "vmovdqa (%[from]), %%ymm0\n vmovdqa %%ymm0, %%ymm8\n"
-      ".irp block, 1, 2, 3\n vmovdqa 32*\\block(%[from]), %%ymm\\block\n .endr\n"
-      ".irp block, 1, 2, 3\n vxorps %%ymm\\block, %%ymm8, %%ymm8\n .endr\n"
-      "vmovq %%xmm8, %%rax\n .rept 12\n imul %%rax, %%rax\n .endr\n"
-      ".irp block, 0, 1, 2, 3\n vmovdqa %%ymm\\block, 32*\\block(%[to])\n .endr\n"
-      "vzeroupper"
-      :
-      : [to] "r"(to), [from] "r"(from)
-      : "memory", "cc", "rax", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9",
-        "xmm10", "xmm11", "xmm12", "xmm13", "xmm14", "xmm15");
-}
+#define STORE_TOGETHER(to, from, blocks_behind_the_first)                                                   \
+  asm volatile(                                                                                             \
+      "vmovdqa (%1), %%ymm0\n vmovdqa %%ymm0, %%ymm8\n"                                                     \
+      ".irp block, " blocks_behind_the_first                                                                \
+      "\n vmovdqa 32*\\block(%1), %%ymm\\block\n .endr\n"                                                   \
+      ".irp block, " blocks_behind_the_first                                                                \
+      "\n vxorps %%ymm\\block, %%ymm8, %%ymm8\n .endr\n"                                                    \
+      "vmovq %%xmm8, %%rax\n .rept 12\n imul %%rax, %%rax\n .endr\n vmovdqa %%ymm0, (%0)\n"                 \
+      ".irp block, " blocks_behind_the_first "\n vmovdqa %%ymm\\block, 32*\\block(%0)\n .endr\n vzeroupper" \
+      :                                                                                                     \
+      : "r"(to), "r"(from)                                                                                  \
+      : "memory", "cc", "rax", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8",      \
+        "xmm9", "xmm10", "xmm11", "xmm12", "xmm13", "xmm14", "xmm15")
 
-/// Copies 256 bytes.
-void store_8_together(char* to, const char* from) {
-  asm volatile(
-      "vmovdqa (%[from]), %%ymm0\n vmovdqa %%ymm0, %%ymm8\n"
-      ".irp block, 1, 2, 3, 4, 5, 6, 7\n vmovdqa 32*\\block(%[from]), %%ymm\\block\n .endr\n"
-      ".irp block, 1, 2, 3, 4, 5, 6, 7\n vxorps %%ymm\\block, %%ymm8, %%ymm8\n .endr\n"
-      "vmovq %%xmm8, %%rax\n .rept 12\n imul %%rax, %%rax\n .endr\n"
-      ".irp block, 0, 1, 2, 3, 4, 5, 6, 7\n vmovdqa %%ymm\\block, 32*\\block(%[to])\n .endr\n"
-      "vzeroupper"
-      :
-      : [to] "r"(to), [from] "r"(from)
-      : "memory", "cc", "rax", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9",
-        "xmm10", "xmm11", "xmm12", "xmm13", "xmm14", "xmm15");
-}
+void store_4_together(char* to, const char* from) { STORE_TOGETHER(to, from, "1, 2, 3"); }
+void store_8_together(char* to, const char* from) { STORE_TOGETHER(to, from, "1, 2, 3, 4, 5, 6, 7"); }
 #else
 bool can_store_together() { return false; }
 void store_4_together(char* to, const char* from) { std::memcpy(to, from, 128); }

@@ -13,22 +13,6 @@ using json = nlohmann::ordered_json;
 
 json or_null(const std::optional<std::uint64_t>& number) { return number ? json(*number) : json(nullptr); }
 
-const char* name_of(DomainType type) {
-  switch (type) {
-    case DomainType::pwl:
-      return "pwl";
-    case DomainType::pwl_flow:
-      return "pwl.flow";
-    case DomainType::pwl_algorithm:
-      return "pwl.algorithm";
-    case DomainType::openmp:
-      return "openmp";
-    case DomainType::unknown:
-      break;
-  }
-  return "unknown";
-}
-
 json to_json(const run_summary& run, const file_survey& file) {
   json kinds = json::object();
   for (std::size_t kind = 0; kind < file.records_by_kind.size(); ++kind) {
@@ -76,7 +60,7 @@ void write_json(const run_summary& run, std::ostream& out) {
   for (const auto& [handle, domain] : run.domains) {
     domains.push_back({{"handle", handle},
                        {"name", domain.is_named ? json(domain.name) : json(nullptr)},
-                       {"type", name_of(domain.type)},
+                       {"type", domain_text(domain.type)},
                        {"records", domain.record_count}});
   }
   json tasks = json::array();
