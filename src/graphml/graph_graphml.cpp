@@ -1,5 +1,6 @@
 #include <ostream>
 
+#include "common/prefetch.h"
 #include "common/text_buffer.h"
 #include "graphml/graphml_file.h"
 #include "model/edge_symbol.h"
@@ -21,13 +22,14 @@ void write_full_block(text_buffer& text, std::ostream& os) {
 /// Lets the processor fetch what the lines of the next edges need: edges have their ends anywhere.
 void fetch_ends(const std::vector<edge_symbol*>& edges, std::size_t current) {
   constexpr std::size_t steps = 4;
-  if (current + 2 * steps >= edges.size()) return;
+  if (current + 3 * steps >= edges.size()) return;
+  prefetch(edges[current + 3 * steps]);
   const edge_symbol& far = *edges[current + 2 * steps];
-  __builtin_prefetch(&far.first());
-  __builtin_prefetch(&far.second());
+  prefetch(&far.first());
+  prefetch(&far.second());
   const edge_symbol& near = *edges[current + steps];
-  __builtin_prefetch(&near.first().node());
-  __builtin_prefetch(&near.second().node());
+  prefetch(&near.first().node());
+  prefetch(&near.second().node());
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "common/prefetch.h"
+
 namespace {
 constexpr std::int32_t last_handed_out_kind = 16;
 }  // namespace
@@ -36,7 +38,7 @@ std::shared_ptr<trace_record> multifile_reader::next_record() {
         ++damaged_files_;
       }
       // With many files the next reader is in no cache any more; this record is handled while it comes.
-      if (!heap_.empty()) __builtin_prefetch(readers_[heap_.front()].get());
+      if (!heap_.empty()) prefetch(readers_[heap_.front()].get());
       return record;
     }
     if (record && record->kind == trace_record::bad_record) ++damaged_files_;
