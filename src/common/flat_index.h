@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/huge_pages.h"
+#include "common/prefetch.h"
 
 /// Hash table of numbers that stand for objects which know their own keys, such as positions in a list. A
 /// slot has eight bytes: the number and half of its key's hash, by which most keys are told apart, and by
@@ -47,6 +48,16 @@ class flat_index {
     slots_[hole] = {};
     --size_;
     return erased;
+  }
+
+  /// Starts to fetch the place where the number under a key with `hash` is or would be into the caches.
+  void prefetch(std::uint64_t hash) const {
+    if (size_ > 0) ::prefetch(&slots_[home_of(short_hash(hash))]);
+  }
+  /// The number under a key with half of `hash`, most likely the one that `find` would find; 0 when there is
+  /// none, and then `find` would not find any either.
+  [[nodiscard]] std::uint32_t guess(std::uint64_t hash) const {
+    return find(hash, [](std::uint32_t) { return true; });
   }
 
   /// How many numbers there are.

@@ -12,6 +12,7 @@
 #include "graphml/graphml_file.h"
 #include "processor/kzr_record_processor.h"
 #include "reader/multifile_reader.h"
+#include "reader/read_ahead.h"
 
 void raise_open_file_limit() {
   rlimit limit{};
@@ -60,8 +61,10 @@ void convert(const run_settings& settings) {
   multifile_reader& reader = *traces;
   kzr_record_processor processor(settings.run_name, reader.frequency(), reader.concurrency(),
                                  settings.omp_experimental);
-  while (std::shared_ptr<trace_record> record = reader.next_record()) {
-    if (record->kind != trace_record::bad_record) processor.process_record(std::move(record));
+  read_ahead records(reader);
+  while (std::shared_ptr<trace_record> record = records.next_record()) {
+    processor.expect(records);
+    processor.process_record(std::move(record));
   }
   processor.write_zup_output();
   kzr_data_manager& dm = processor.data_manager();

@@ -215,6 +215,10 @@ void graph_symbol::add_edge(edge_symbol& edge) {
   edge.set_live(true);
 }
 
+void graph_symbol::prefetch_edge_place(const port_symbol& source, const port_symbol& target) const {
+  edges_.prefetch(hash_of(source, target));
+}
+
 edge_symbol* graph_symbol::remove_edge(const port_symbol& source, const port_symbol& target) {
   const std::uint32_t position =
       edges_.erase(hash_of(source, target), [this, &source, &target](std::uint32_t other) {

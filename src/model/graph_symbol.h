@@ -74,6 +74,8 @@ class graph_symbol : public virtual_enable_shared_from_this<graph_symbol> {
 
   /// Keeps `edge` under its two ports, in place of an earlier one.
   void add_edge(edge_symbol& edge);
+  /// Starts to fetch the place of the edge between the two ports in the table that both operations use.
+  void prefetch_edge_place(const port_symbol& source, const port_symbol& target) const;
   /// Takes the edge between the two ports out and returns it; null when there is none. Not to be called, as
   /// `add_edge`, once edges were placed.
   edge_symbol* remove_edge(const port_symbol& source, const port_symbol& target);

@@ -68,6 +68,19 @@ class kzr_data_manager {
     return symbol_cast<T>(find_sym(id));
   }
 
+  // In a large run every symbol that a record names has to come from memory, by way of places that do so
+  // themselves. Each of these starts to fetch the next of them into the caches and returns at once; the one
+  // before it should have been called about a hundred nanoseconds ago.
+
+  /// Fetches the place of `id` in the table of symbols.
+  void prefetch_place(const ___onx_id& id) const { table_.prefetch(flat_hash{}(id)); }
+  /// Fetches the symbol under `id`.
+  void prefetch_symbol(const ___onx_id& id) const;
+  /// Fetches the nodes of the ports under `source` and `target`, where they are ports.
+  void prefetch_ends(const ___onx_id& source, const ___onx_id& target) const;
+  /// Fetches the place that the edge between these two ports has, or would have, in the table of its graph.
+  void prefetch_edge_place(const ___onx_id& source, const ___onx_id& target) const;
+
   // Every add_ makes a symbol and registers it under `id`, in place of an earlier one with that identifier,
   // which lives on where it is pointed at. `handle` is the string handle of the object's kind or name.
 

@@ -57,6 +57,9 @@ class symbol_list {
   /// More than any position.
   [[nodiscard]] std::size_t end_position() const { return blocks_.size() * block_units; }
 
+  /// Whether there are more symbols than the caches nearest to a processor hold.
+  [[nodiscard]] bool is_large() const { return blocks_.size() > blocks_in_caches; }
+
   /// Memory for what symbols refer to; it is kept as long as they are.
   [[nodiscard]] text_arena& arena() { return arena_; }
 
@@ -68,6 +71,8 @@ class symbol_list {
   static constexpr std::size_t block_bytes = std::size_t{64} * 1024;
   static constexpr std::size_t block_units = block_bytes / unit_bytes;
   static constexpr std::size_t most_blocks = (std::size_t{1} << 32) / block_units;
+
+  static constexpr std::size_t blocks_in_caches = 8;
 
   [[nodiscard]] char* allocate(std::size_t size_bytes);
   void add_block();

@@ -2,6 +2,8 @@
 #include <fstream>
 #include <string_view>
 
+#include "common/prefetch.h"
+
 #include "processor/kzr_record_processor.h"
 
 namespace {
@@ -37,7 +39,30 @@ void kzr_record_processor::write_zup_output() {
 void kzr_record_processor::dump_trace() {
   writer_.platform_creation(std::stoi(concurrency_));
   writer_.meta_head_creation(cores_.sorted(), threads_.sorted());
-  events_.for_each([this](const timeline_event& event) { replay(event); });
+  const auto visit = [this](const timeline_event& event) { replay(event); };
+  if (dm_.symbols().is_large()) {
+    events_.for_each(visit, [this](const timeline_event& event, std::size_t steps) { expect(event, steps); });
+  } else {
+    events_.for_each(visit);
+  }
+}
+
+void kzr_record_processor::expect(const timeline_event& event, std::size_t steps) const {
+  if (event.first == 0) return;
+  const kzr_symbol& symbol = dm_.symbols().get(event.first);
+  if (event.kind != tml_event_t::edge_made) {
+    if (steps == event_list::first_steps) prefetch(&symbol);
+    return;
+  }
+  // Edges come in the order in which they lie in memory, but have their ends anywhere.
+  const auto& edge = static_cast<const edge_symbol&>(symbol);
+  if (steps == event_list::first_steps) {
+    prefetch(&edge.first());
+    prefetch(&edge.second());
+  } else {
+    prefetch(&edge.first().node());
+    prefetch(&edge.second().node());
+  }
 }
 
 std::string_view kzr_record_processor::domain_text_of(const timeline_event& event) {

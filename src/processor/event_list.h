@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -48,6 +49,30 @@ class event_list {
   void for_each(Visit visit) const {
     packed_reader reader(*this);
     for (std::size_t i = 0; i < size_; ++i) visit(reader.next());
+  }
+
+  // How many events before its turn an event is shown for the first and for the last time.
+  static constexpr std::size_t first_steps = 8;
+  static constexpr std::size_t last_steps = 4;
+
+  /// The same, but before its turn each event is shown to `expect(const timeline_event&, steps)` twice, so
+  /// that what it needs can be fetched from memory.
+  template <class Visit, class Expect>
+  void for_each(Visit visit, Expect expect) const {
+    packed_reader reader(*this);
+    // The events that come next, in a circle.
+    std::array<timeline_event, first_steps> next;
+    for (std::size_t i = 0; i < size_ + first_steps; ++i) {
+      timeline_event& place = next[i % first_steps];
+      if (i >= first_steps) visit(place);
+      if (i < size_) {
+        place = reader.next();
+        expect(place, first_steps);
+      }
+      if (const std::size_t nearer = i - (first_steps - last_steps); nearer < size_) {
+        expect(next[nearer % first_steps], last_steps);
+      }
+    }
   }
 
  private:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <utility>
@@ -8,23 +9,24 @@
 #include "common/text_arena.h"
 #include "reader/trace_record.h"
 
-/// What the readers of one run share: the arena with the texts of all records, and the record object that
-/// goes round. A record is usually let go before the next one is read, so one object is enough for any number
-/// of files. Must outlive the readers and every user of the texts.
+/// What the readers of one run share: the arena with the texts of all records, and the record objects that
+/// go round. A record is usually let go soon after it is read, so few objects are enough for any number of
+/// files. Must outlive the readers and every user of the texts.
 class record_store {
  public:
   record_store() = default;
   record_store(const record_store&) = delete;
   record_store& operator=(const record_store&) = delete;
 
-  /// A record with its defaults: the object handed out last, unless somebody still holds it.
+  /// A record with its defaults: the object handed out longest ago, unless somebody still holds it.
   std::shared_ptr<trace_record> make_record() {
-    if (record_.use_count() == 1) {
-      record_->reset();
+    std::shared_ptr<trace_record>& record = records_[next_record_++ % records_.size()];
+    if (record.use_count() == 1) {
+      record->reset();
     } else {
-      record_ = std::make_shared<trace_record>();
+      record = std::make_shared<trace_record>();
     }
-    return record_;
+    return record;
   }
 
   /// Keeps the texts and values of records until the store is destroyed or told to replace them.
@@ -44,5 +46,6 @@ class record_store {
 
   text_arena texts_;
   std::size_t enough_blocks_ = least_blocks;
-  std::shared_ptr<trace_record> record_;
+  std::array<std::shared_ptr<trace_record>, 16> records_;
+  std::size_t next_record_ = 0;
 };
