@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+
 /// Starts to fetch the line of memory at `address`, valid or not, into the caches and returns at once: for
 /// what is certain to be read soon.
 inline void prefetch(const void* address) {
@@ -7,4 +10,11 @@ inline void prefetch(const void* address) {
   // A function that does nothing but fetch counts as one without effects, whose calls the compiler leaves
   // out.
   asm volatile("");
+}
+
+/// The same for two lines, as most objects lie in two.
+inline void prefetch_two_lines(const void* address) {
+  constexpr std::uintptr_t line_bytes = 64;
+  prefetch(address);
+  prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(address) + line_bytes));
 }

@@ -81,12 +81,7 @@ std::shared_ptr<kzr_symbol> kzr_data_manager::get_sym(const ___onx_id& id) const
 
 void kzr_data_manager::prefetch_symbol(const ___onx_id& id) const {
   const std::uint32_t position = table_.guess(flat_hash{}(id));
-  if (position == 0) return;
-  // Hardly any symbol is within one line of the cache.
-  constexpr std::size_t line_bytes = 64;
-  const auto* const symbol = reinterpret_cast<const char*>(&symbols_.get(position));
-  prefetch(symbol);
-  prefetch(symbol + line_bytes);
+  if (position != 0) prefetch_two_lines(&symbols_.get(position));
 }
 
 void kzr_data_manager::prefetch_ends(const ___onx_id& source, const ___onx_id& target) const {

@@ -50,6 +50,7 @@ std::shared_ptr<trace_record> binary_reader_v0::current_and_advance() {
 void binary_reader_v0::look_ahead() {
   const std::span<const std::uint8_t> head = file_->look_ahead(head_bytes);
   timestamp_ = 0;
+  current_bytes_ = head.data();
   if (head.size() > 1) std::memcpy(&timestamp_, &head[1], head.size() - 1);
 }
 

@@ -21,6 +21,7 @@ multifile_reader::multifile_reader(const char* stem) {
       frequency_ = reader->freq();
       concurrency_ = reader->hwc();
     }
+    current_bytes_.push_back(reader->current_bytes());
     readers_.push_back(std::move(reader));
     heap_.push(readers_.back()->timestamp(), static_cast<std::uint32_t>(readers_.size() - 1));
   }
@@ -33,12 +34,16 @@ std::shared_ptr<trace_record> multifile_reader::next_record() {
     std::shared_ptr<trace_record> record = reader.current_and_advance();
     if (record && record->kind <= last_handed_out_kind) {
       if (reader.has_current()) {
+        current_bytes_[index] = reader.current_bytes();
         heap_.push(reader.timestamp(), index);
       } else {
         ++damaged_files_;
       }
-      // With many files the next reader is in no cache any more; this record is handled while it comes.
-      if (!heap_.empty()) prefetch(readers_[heap_.front()].get());
+      // With many files the next one is in no cache any more; this record is handled while it comes.
+      if (!heap_.empty()) {
+        prefetch_two_lines(readers_[heap_.front()].get());
+        prefetch_two_lines(current_bytes_[heap_.front()]);
+      }
       return record;
     }
     if (record && record->kind == trace_record::bad_record) ++damaged_files_;

@@ -43,6 +43,8 @@ class multifile_reader {
   std::string concurrency_;
   /// Every usable reader; null once its file is dropped.
   std::vector<std::shared_ptr<trace_reader>> readers_;
+  /// Where each reader's current record lies in memory.
+  std::vector<const void*> current_bytes_;
   /// The readers that have a current record, by their index and that record's timestamp.
   merge_heap<std::uint32_t> heap_;
   std::size_t opened_files_ = 0;

@@ -38,6 +38,8 @@ class trace_reader {
   [[nodiscard]] bool has_current() const { return has_current_; }
   /// Timestamp of the current record in ticks, which is known before the rest of the record is decoded.
   [[nodiscard]] std::uint64_t timestamp() const { return timestamp_; }
+  /// Where the bytes of the current record lie in memory; null when nobody knows.
+  [[nodiscard]] const void* current_bytes() const { return current_bytes_; }
   /// True when the file yields nothing at all.
   [[nodiscard]] bool done() const { return done_; }
 
@@ -53,5 +55,6 @@ class trace_reader {
   bool done_ = true;
   bool has_current_ = false;
   std::uint64_t timestamp_ = 0;
+  const void* current_bytes_ = nullptr;
   record_store& store_;
 };
