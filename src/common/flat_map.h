@@ -8,6 +8,7 @@
 
 #include "common/huge_pages.h"
 #include "common/onx_id.h"
+#include "common/prefetch.h"
 
 /// A number of this process alone, so that no trace can be made whose keys all land in one place.
 extern const std::uint64_t flat_hash_seed;
@@ -68,6 +69,11 @@ class flat_map {
   [[nodiscard]] Value value_or_default(const Key& key) const {
     const Value* const found = find(key);
     return found != nullptr ? *found : Value{};
+  }
+
+  /// Starts to fetch the place where the value under `key` is or would be into the caches.
+  void prefetch(const Key& key) const {
+    if (size_ > 0) ::prefetch(&slots_[flat_hash{}(key)&mask()]);
   }
 
   /// The place of the value under `key`, which the caller must give a value other than `Value{}` at once when

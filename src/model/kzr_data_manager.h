@@ -68,6 +68,10 @@ class kzr_data_manager {
     return symbol_cast<T>(find_sym(id));
   }
 
+  /// Whether the model is larger than the caches nearest to a processor, so that it pays to fetch from it
+  /// ahead.
+  [[nodiscard]] bool is_large() const { return symbols_.is_large() || handles_.is_large(); }
+
   // In a large run every symbol that a record names has to come from memory, by way of places that do so
   // themselves. Each of these starts to fetch the next of them into the caches and returns at once; the one
   // before it should have been called about a hundred nanoseconds ago.

@@ -58,6 +58,11 @@ class string_handles {
     return known.text;
   }
 
+  /// Starts to fetch the place where the text of `handle` is or will be kept into the caches.
+  void prefetch(std::uint64_t handle) const { texts_.prefetch(handle); }
+  /// Whether there are more handles than the caches nearest to a processor hold.
+  [[nodiscard]] bool is_large() const { return texts_.size() > handles_in_caches; }
+
   /// The handle registered last for `word`, `unset` when there is none.
   [[nodiscard]] std::uint64_t remembered(vocabulary_word word) const {
     return remembered_[static_cast<std::size_t>(word)];
@@ -78,6 +83,8 @@ class string_handles {
     std::uint64_t handle = 0;
     std::string_view text;
   };
+
+  static constexpr std::size_t handles_in_caches = 16 * 1024;
 
   static std::size_t known_place(std::uint64_t handle) {
     return static_cast<std::size_t>(handle * 0x9e3779b97f4a7c15U >> 59);

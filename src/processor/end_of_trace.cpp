@@ -40,7 +40,7 @@ void kzr_record_processor::dump_trace() {
   writer_.platform_creation(std::stoi(concurrency_));
   writer_.meta_head_creation(cores_.sorted(), threads_.sorted());
   const auto visit = [this](const timeline_event& event) { replay(event); };
-  if (dm_.symbols().is_large()) {
+  if (dm_.is_large()) {
     events_.for_each(visit, [this](const timeline_event& event, std::size_t steps) { expect(event, steps); });
   } else {
     events_.for_each(visit);

@@ -74,6 +74,7 @@ constexpr std::size_t steps_to_edge_place = 0;
 static_assert(steps_to_place < read_ahead::steps);
 
 constexpr std::int32_t relation_kind = 9;
+constexpr std::int32_t handle_kind = 10;
 
 /// The kinds of records that are about symbols, a bit each.
 constexpr std::uint32_t searching_kinds =
@@ -90,14 +91,19 @@ void for_each_search(const trace_record* record, Fetch fetch) {
 
 bool is_relation(const trace_record* record) { return record != nullptr && record->kind == relation_kind; }
 
+bool is_handle(const trace_record* record) { return record != nullptr && record->kind == handle_kind; }
+
 }  // namespace
 
 void kzr_record_processor::expect(read_ahead& records) const {
   if (!records.is_started()) {
-    if (!dm_.symbols().is_large()) return;
+    if (!dm_.is_large()) return;
     records.start();
   }
   for_each_search(records.upcoming(steps_to_place), [this](const ___onx_id& id) { dm_.prefetch_place(id); });
+  if (const trace_record* const record = records.upcoming(steps_to_place); is_handle(record)) {
+    dm_.handles().prefetch(record->f[2]);
+  }
   for_each_search(records.upcoming(steps_to_symbol),
                   [this](const ___onx_id& id) { dm_.prefetch_symbol(id); });
   if (const trace_record* const record = records.upcoming(steps_to_ends); is_relation(record)) {
