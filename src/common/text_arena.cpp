@@ -12,7 +12,7 @@ constexpr std::size_t block_bytes = 64 * 1024;
 constexpr std::size_t large_bytes = block_bytes / 8;
 // From 8 MiB on, an arena grows by whole huge pages: what is left unused of the last one then counts for
 // little.
-constexpr std::size_t blocks_before_huge_pages = 128;
+constexpr std::size_t blocks_before_huge_pages = 32;
 }  // namespace
 
 void text_arena::add_block(std::size_t size_bytes) {
