@@ -1,25 +1,19 @@
 #include "graphml/graphml_file.h"
 
-#include <fstream>
+#include <ostream>
 
+#include "common/write_behind_buffer.h"
 #include "graphml/dump_sorted_map.h"
 #include "model/kzr_data_manager.h"
-
-namespace {
-// Few large writes: the documents of large runs have hundreds of megabytes.
-constexpr std::streamsize file_buffer_bytes = 256 * 1024;
-}  // namespace
 
 void graphml_file::post_process(kzr_data_manager* dm) {
   for (const auto& graph : graphs_) graph->init_sub_graphs(dm);
 }
 
 void graphml_file::write(kzr_data_manager& dm) {
-  const auto buffer = std::make_unique_for_overwrite<char[]>(file_buffer_bytes);
-  std::ofstream stream;
-  stream.rdbuf()->pubsetbuf(buffer.get(), file_buffer_bytes);
-  stream.open(name_ + ".graphml", std::ios::out | std::ios::trunc);
-  if (stream) dump_as_graphml(dm, stream);
+  write_behind_buffer file(name_ + ".graphml");
+  std::ostream stream(&file);
+  if (file.is_open()) dump_as_graphml(dm, stream);
 }
 
 void graphml_file::dump_as_graphml(kzr_data_manager& dm, std::ostream& os) {
