@@ -4,8 +4,6 @@
 #include <cstring>
 #include <new>
 
-#include "common/huge_pages.h"
-
 namespace {
 constexpr std::size_t block_bytes = 64 * 1024;
 // Larger pieces get a block of their own, so that at most an eighth of a shared block is left unused.

@@ -1,10 +1,11 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdlib>
 #include <memory>
 #include <string_view>
 #include <vector>
+
+#include "common/huge_pages.h"
 
 /// Keeps what stays until the end of a run: texts and values of trace records, symbols. Bytes handed out stay
 /// where they are until the arena is destroyed, so consumers may keep pointers to them. Not copyable.
@@ -28,13 +29,9 @@ class text_arena {
   [[nodiscard]] std::size_t count_blocks() const { return blocks_.size(); }
 
  private:
-  struct block_deleter {
-    void operator()(char* block) const { std::free(block); }
-  };
-
   void add_block(std::size_t size_bytes);
 
-  std::vector<std::unique_ptr<char, block_deleter>> blocks_;
+  std::vector<std::unique_ptr<char, free_deleter>> blocks_;
   char* free_ = nullptr;
   std::size_t free_bytes_ = 0;
 };

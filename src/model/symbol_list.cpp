@@ -22,7 +22,7 @@ void symbol_list::add_block() {
   if (blocks_.size() == most_blocks) throw std::bad_alloc();
   if (spare_blocks_ == 0) {
     const bool is_huge = blocks_.size() >= blocks_before_huge_pages;
-    void* const memory = is_huge ? allocate_huge_pages(huge_page_bytes) : std::malloc(block_bytes);
+    void* const memory = is_huge ? pages_.take() : std::malloc(block_bytes);
     if (memory == nullptr) throw std::bad_alloc();
     memory_.emplace_back(static_cast<char*>(memory));
     spare_blocks_ = is_huge ? huge_page_bytes / block_bytes : 1;

@@ -2,13 +2,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <new>
 #include <utility>
 #include <vector>
 
 #include "common/flat_map.h"
+#include "common/huge_pages.h"
 #include "common/text_arena.h"
 #include "model/kzr_symbol.h"
 
@@ -78,11 +78,8 @@ class symbol_list {
   void add_block();
   void enter(kzr_symbol& symbol);
 
-  struct memory_deleter {
-    void operator()(char* memory) const { std::free(memory); }
-  };
-
-  std::vector<std::unique_ptr<char, memory_deleter>> memory_;
+  huge_page_source pages_;
+  std::vector<std::unique_ptr<char, free_deleter>> memory_;
   std::vector<char*> blocks_;
   char* next_block_ = nullptr;
   std::size_t spare_blocks_ = 0;

@@ -62,7 +62,7 @@ void event_list::add_block() {
   constexpr std::size_t blocks_before_huge_pages = 128;
   const bool is_small = blocks_.size() < blocks_before_huge_pages;
   const std::size_t size_bytes = is_small ? small_block_bytes : huge_page_bytes;
-  void* const words = is_small ? std::malloc(size_bytes) : allocate_huge_pages(size_bytes);
+  void* const words = is_small ? std::malloc(size_bytes) : pages_.take();
   if (words == nullptr) throw std::bad_alloc();
   blocks_.push_back({{static_cast<std::uint32_t*>(words), {}}, nullptr});
   next_ = blocks_.back().words.get();

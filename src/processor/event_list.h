@@ -3,11 +3,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
 #include "common/flat_map.h"
+#include "common/huge_pages.h"
 
 /// What an event of the timeline is; the numbers are those of the event list.
 enum class tml_event_t : std::uint8_t {
@@ -93,10 +93,6 @@ class event_list {
 
   [[nodiscard]] std::uint32_t domain_index(std::uint64_t domain);
 
-  struct free_deleter {
-    void operator()(std::uint32_t* words) const { std::free(words); }
-  };
-
   void add_block();
 
   /// Where the words of a block end; an event never goes over two blocks.
@@ -105,6 +101,7 @@ class event_list {
     const std::uint32_t* end;
   };
 
+  huge_page_source pages_;
   std::vector<block> blocks_;
   std::uint32_t* next_ = nullptr;
   std::uint32_t* room_end_ = nullptr;
