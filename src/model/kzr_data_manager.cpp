@@ -102,6 +102,7 @@ std::shared_ptr<T> kzr_data_manager::enter(T& symbol) {
   const ___onx_id id = symbol.onx_id();
   table_.put(flat_hash{}(id), symbol_list::position_of(&symbol),
              [this, &id](std::uint32_t position) { return symbols_.get(position).onx_id() == id; });
+  if (id == last_parent_.first) last_parent_.second = &symbol;
   return kzr_symbol::share(symbol);
 }
 

@@ -54,6 +54,11 @@ class kzr_data_manager {
 
   /// The symbol registered under `id`, null when there is none. Borrowed: valid as long as the data manager.
   [[nodiscard]] kzr_symbol* find_sym(const ___onx_id& id) const { return symbols_.find(position_of(id)); }
+  /// `find_sym` for an identifier that neighbouring records mostly share, as they do their parent.
+  [[nodiscard]] kzr_symbol* find_parent(const ___onx_id& id) const {
+    if (!(id == last_parent_.first)) last_parent_ = {id, find_sym(id)};
+    return last_parent_.second;
+  }
   /// `find_sym`, shared.
   [[nodiscard]] std::shared_ptr<kzr_symbol> get_sym(const ___onx_id& id) const;
   /// The symbol under `id` when it is a `T`, else empty.
@@ -198,6 +203,8 @@ class kzr_data_manager {
   flat_map<std::uint64_t, DomainType> domains_;
   /// The handle that was asked for last and its type; no domain has the handle 0 at first.
   mutable std::pair<std::uint64_t, DomainType> last_domain_;
+  /// The parent that was asked for last; nothing has the zero identifier at first.
+  mutable std::pair<___onx_id, kzr_symbol*> last_parent_{};
   /// Symbols by the identifiers they were made with.
   flat_index table_;
   /// All graphs, those of composite nodes included, in the order of creation.

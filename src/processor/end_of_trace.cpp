@@ -8,18 +8,17 @@
 
 namespace {
 
-/// `symbol` as a `T`, empty when it is none.
+/// `symbol` as a `T`, shared; empty when it is none.
 template <class T>
-std::shared_ptr<T> as(const std::shared_ptr<kzr_symbol>& symbol) {
-  T* const cast = symbol_cast<T>(symbol.get());
-  return cast == nullptr ? nullptr : std::shared_ptr<T>(symbol, cast);
+std::shared_ptr<T> as(kzr_symbol* symbol) {
+  T* const cast = symbol_cast<T>(symbol);
+  return cast == nullptr ? nullptr : kzr_symbol::share(*cast);
 }
 
 /// The graph of a region: the one that its record named, else the one its node stands in now that inner
 /// graphs are complete.
-std::shared_ptr<graph_symbol> region_graph(const node_symbol* node,
-                                           const std::shared_ptr<kzr_symbol>& named) {
-  if (named || node == nullptr) return as<graph_symbol>(named);
+std::shared_ptr<graph_symbol> region_graph(const node_symbol* node, kzr_symbol* named) {
+  if (named != nullptr || node == nullptr) return as<graph_symbol>(named);
   return node->graph_for_ports().shared_from_this();
 }
 
@@ -75,8 +74,8 @@ std::string_view kzr_record_processor::domain_text_of(const timeline_event& even
 }
 
 void kzr_record_processor::replay(const timeline_event& event) {
-  const std::shared_ptr<kzr_symbol>& first = dm_.symbols().at(event.first);
-  const std::shared_ptr<kzr_symbol>& second = dm_.symbols().at(event.second);
+  kzr_symbol* const first = dm_.symbols().find(event.first);
+  kzr_symbol* const second = dm_.symbols().find(event.second);
   switch (event.kind) {
     case tml_event_t::graph_created:
       return writer_.graph_creation(event.time, event.producer, as<graph_symbol>(first));
@@ -111,34 +110,35 @@ void kzr_record_processor::replay(const timeline_event& event) {
 }
 
 void kzr_record_processor::replay_task_begin(const timeline_event& event) {
-  const std::shared_ptr<kzr_symbol>& task = dm_.symbols().at(event.first);
+  kzr_symbol* const task = dm_.symbols().find(event.first);
   const std::string_view domain = domain_text_of(event);
   if (const auto region = as<parallel_region_symbol>(task)) {
     return writer_.parallel_region_begin(event.time, event.producer, region, event.first_number,
                                          event.second_number, domain);
   }
-  auto region = as<parallel_region_symbol>(dm_.symbols().at(event.second));
+  auto region = as<parallel_region_symbol>(dm_.symbols().find(event.second));
   if (!region) {
-    const auto* const implicit = symbol_cast<implicit_task_symbol>(task.get());
+    const auto* const implicit = symbol_cast<implicit_task_symbol>(task);
     if (implicit != nullptr && implicit->region() != nullptr) region = implicit->region()->shared_from_this();
   }
   if (region) {
     return writer_.parallel_task_begin(event.time, event.producer, region, event.first_number,
                                        event.second_number, domain);
   }
-  writer_.task_begin(event.time, event.producer, task, event.first_number, event.second_number, domain);
+  writer_.task_begin(event.time, event.producer, dm_.symbols().at(event.first), event.first_number,
+                     event.second_number, domain);
 }
 
 void kzr_record_processor::replay_implicit_task_begin(const timeline_event& event) {
   if (enable_subgraph == 0) return;
-  const std::shared_ptr<kzr_symbol>& first = dm_.symbols().at(event.first);
+  kzr_symbol* const first = dm_.symbols().find(event.first);
   const std::string_view domain = domain_text_of(event);
   const std::string_view name = dm_.handle_text(event.first_number);
   // The text decides: a handle may have stood for a parallel region before it got the text it has now.
   const bool is_implicit = name == "omp_implicit" || name == "omp_barrier";
   if (!is_implicit && dm_.handles().is_parallel_region(event.first_number)) {
     return writer_.omp_parallel_region_begin(event.time, event.producer, as<node_symbol>(first),
-                                             as<graph_symbol>(dm_.symbols().at(event.second)),
+                                             as<graph_symbol>(dm_.symbols().find(event.second)),
                                              event.first_number, event.second_number, domain);
   }
   writer_.implicit_task_begin(event.time, event.producer, as<graph_symbol>(first), event.first_number,

@@ -90,7 +90,8 @@ void event_list::append(const timeline_event& event) {
                  .second_number = {}};
     split(event.first_number, more.first_number);
     split(event.second_number, more.second_number);
-    std::memcpy(next_, &more, words * sizeof *next_);
+    // All of them, at once: there is room, and the next event goes over what this kind does not need.
+    std::memcpy(next_, &more, sizeof more);
     next_ += words;
   }
   blocks_.back().end = next_;
@@ -125,7 +126,11 @@ const timeline_event& event_list::packed_reader::next() {
   event_.time += *next_++;
   details more{};
   if (const std::size_t words = words_of_details(event_.kind); words > 0) {
-    std::memcpy(&more, next_, words * sizeof *next_);
+    if (words * sizeof *next_ == sizeof more) {
+      std::memcpy(&more, next_, sizeof more);
+    } else {
+      std::memcpy(&more, next_, words * sizeof *next_);
+    }
     next_ += words;
     event_.domain = events_.domains_[more.domain];
   }

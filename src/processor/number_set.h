@@ -15,7 +15,7 @@ class number_set {
     if (number >= 0 && static_cast<std::size_t>(number) < small_.size()) {
       small_[static_cast<std::size_t>(number)] = true;
     } else {
-      large_.place(number) = true;
+      insert_large(number);
     }
   }
 
@@ -30,6 +30,9 @@ class number_set {
   }
 
  private:
+  // Out of the way of the common numbers.
+  [[gnu::noinline]] void insert_large(long number) { large_.place(number) = true; }
+
   // Threads and processors have small numbers; a damaged trace may have any.
   std::array<bool, 4096> small_{};
   flat_map<std::int64_t, bool> large_;

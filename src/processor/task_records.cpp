@@ -31,7 +31,7 @@ void kzr_record_processor::task_group(record_ref record) {
     dm_.add_implicit_task(object, region, name);
   } else if (omp_subgraphs) {
     openmp_add_node_of(record);
-  } else if (auto* const graph = dm_.find_sym_as<graph_symbol>(parent)) {
+  } else if (auto* const graph = symbol_cast<graph_symbol>(dm_.find_parent(parent))) {
     add_node_to(*graph, record);
   } else {
     dm_.count_warning(node_without_graph);
@@ -39,7 +39,7 @@ void kzr_record_processor::task_group(record_ref record) {
 }
 
 void kzr_record_processor::add_port_of(record_ref record, bool is_input) {
-  auto* const node = dm_.find_sym_as<node_symbol>(record.id[1]);
+  auto* const node = symbol_cast<node_symbol>(dm_.find_parent(record.id[1]));
   if (node == nullptr) {
     dm_.count_warning("Port has unregistered parent node, dropping port.");
     return;
@@ -63,7 +63,8 @@ void kzr_record_processor::task_begin(record_ref record) {
   if (domain == DomainType::openmp && enable_subgraph != 0) return openmp_task_begin(record);
   const kzr_symbol* const task = dm_.find_sym(record.id[0]);
   if (domain == DomainType::openmp && task == nullptr) return;
-  append_event(tml_event_t::task_begun, record, task, dm_.find_sym(record.id[1]), record.f[5], record.f[6]);
+  append_event(tml_event_t::task_begun, record, task, dm_.find_parent(record.id[1]), record.f[5],
+               record.f[6]);
 }
 
 void kzr_record_processor::task_end(record_ref record) {

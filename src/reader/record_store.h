@@ -18,9 +18,11 @@ class record_store {
   record_store(const record_store&) = delete;
   record_store& operator=(const record_store&) = delete;
 
-  /// A record with its defaults: the object handed out longest ago, unless somebody still holds it.
+  /// A record with its defaults: the object handed out last, unless somebody still holds it, else the one
+  /// handed out longest ago, unless somebody holds that.
   std::shared_ptr<trace_record> make_record() {
-    std::shared_ptr<trace_record>& record = records_[next_record_++ % records_.size()];
+    if (records_[last_].use_count() > 1) last_ = (last_ + 1) % records_.size();
+    std::shared_ptr<trace_record>& record = records_[last_];
     if (record.use_count() == 1) {
       record->reset();
     } else {
@@ -47,5 +49,5 @@ class record_store {
   text_arena texts_;
   std::size_t enough_blocks_ = least_blocks;
   std::array<std::shared_ptr<trace_record>, 16> records_;
-  std::size_t next_record_ = 0;
+  std::size_t last_ = 0;
 };
