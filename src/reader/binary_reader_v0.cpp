@@ -94,14 +94,13 @@ constexpr std::size_t text_place(std::size_t kind) {
   return place;
 }
 
-/// Whether a record of the kind consists of numbers and identifiers, and at most a narrow text behind them.
-/// The value of metadata is no field, so metadata does not.
+/// Whether the fields of the kind are numbers and identifiers, and at most a narrow text behind them.
 constexpr bool is_plain(std::size_t kind) {
   const auto& codes = record_descriptions[kind].fields;
   const std::size_t place = text_place(kind);
   const bool ends_there = place + 1 >= codes.size() || codes[place + 1] == field_code::end;
   const bool has_wide_text = place < codes.size() && codes[place] == field_code::wide_string;
-  return ends_there && !has_wide_text && kind != metadata_kind;
+  return ends_there && !has_wide_text;
 }
 
 constexpr bool has_text(std::size_t kind) {
@@ -174,6 +173,17 @@ constexpr auto plain_record_decoders = list_decoders(std::make_index_sequence<re
 
 }  // namespace
 
+namespace {
+
+/// Size in bytes of the value behind the fields of a metadata record; 0 when there is none that counts.
+std::size_t value_bytes(const trace_record& record) {
+  if (static_cast<std::size_t>(record.kind) != metadata_kind || record.f[6] != 1) return 0;
+  if (record.f[5] == 1) return sizeof(std::uint64_t);
+  return record.f[5] == 3 ? sizeof(std::uint32_t) : 0;
+}
+
+}  // namespace
+
 bool binary_reader_v0::read_plain_record(trace_record& record) {
   const std::span<const std::uint8_t> head = file_->look_ahead(head_bytes);
   if (head.empty() || head[0] >= plain_record_decoders.size()) return false;
@@ -190,6 +200,13 @@ bool binary_reader_v0::read_plain_record(trace_record& record) {
     const std::span<const std::uint8_t> text = bytes.subspan(decoder.size_bytes);
     record.string = store_.texts().copy({reinterpret_cast<const char*>(text.data()), text.size()});
     capture(record, text.data(), text.size());
+  } else if (const std::size_t width = value_bytes(record); width > 0) {
+    bytes = file_->look_ahead(decoder.size_bytes + width);
+    if (bytes.size() < decoder.size_bytes + width) return false;
+    std::uint64_t value = 0;
+    std::memcpy(&value, &bytes[decoder.size_bytes], width);
+    record.string = keep_value(value);
+    capture(record, &value, width);
   }
   file_->skip(bytes.size());
   // The count of captured bytes, not the size of the record: what was skipped by the capture is not counted.
@@ -293,9 +310,8 @@ bool binary_reader_v0::read_wide_string(trace_record& record, std::uint32_t leng
 }
 
 bool binary_reader_v0::read_metadata_value(trace_record& record) {
-  if (static_cast<std::size_t>(record.kind) != metadata_kind || record.f[6] != 1) return true;
-  if (record.f[5] != 1 && record.f[5] != 3) return true;
-  const std::size_t width = record.f[5] == 1 ? sizeof(std::uint64_t) : sizeof(std::uint32_t);
+  const std::size_t width = value_bytes(record);
+  if (width == 0) return true;
   std::uint64_t value = 0;
   const std::size_t arrived = file_->read_bytes(&value, width);
   record.string = keep_value(value);
