@@ -11,6 +11,7 @@
 
 #include "graphml/graphml_file.h"
 #include "processor/kzr_record_processor.h"
+#include "processor/model_prefetcher.h"
 #include "reader/multifile_reader.h"
 #include "reader/read_ahead.h"
 
@@ -62,8 +63,9 @@ void convert(const run_settings& settings) {
   kzr_record_processor processor(settings.run_name, reader.frequency(), reader.concurrency(),
                                  settings.omp_experimental);
   read_ahead records(reader);
+  model_prefetcher prefetcher(processor.data_manager());
   while (std::shared_ptr<trace_record> record = records.next_record()) {
-    processor.expect(records);
+    prefetcher.expect(records);
     processor.process_record(std::move(record));
   }
   processor.write_zup_output();

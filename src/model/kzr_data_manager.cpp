@@ -4,7 +4,6 @@
 #include <cstring>
 #include <utility>
 
-#include "common/prefetch.h"
 #include "graphml/graphml_file.h"
 #include "model/inner_graph_builder.h"
 
@@ -77,24 +76,6 @@ kzr_data_manager::~kzr_data_manager() {
 
 std::shared_ptr<kzr_symbol> kzr_data_manager::get_sym(const ___onx_id& id) const {
   return symbols_.at(position_of(id));
-}
-
-void kzr_data_manager::prefetch_symbol(const ___onx_id& id) const {
-  const std::uint32_t position = table_.guess(flat_hash{}(id));
-  if (position != 0) prefetch_two_lines(&symbols_.get(position));
-}
-
-void kzr_data_manager::prefetch_ends(const ___onx_id& source, const ___onx_id& target) const {
-  for (const ___onx_id* const id : {&source, &target}) {
-    if (const auto* const port = find_sym_as<port_symbol>(*id)) prefetch(&port->node());
-  }
-}
-
-void kzr_data_manager::prefetch_edge_place(const ___onx_id& source, const ___onx_id& target) const {
-  const auto* const source_port = find_sym_as<port_symbol>(source);
-  const auto* const target_port = find_sym_as<port_symbol>(target);
-  if (source_port == nullptr || target_port == nullptr) return;
-  source_port->node().graph_for_ports().prefetch_edge_place(*source_port, *target_port);
 }
 
 template <class T>

@@ -77,18 +77,11 @@ class kzr_data_manager {
   /// ahead.
   [[nodiscard]] bool is_large() const { return symbols_.is_large() || handles_.is_large(); }
 
-  // In a large run every symbol that a record names has to come from memory, by way of places that do so
-  // themselves. Each of these starts to fetch the next of them into the caches and returns at once; the one
-  // before it should have been called about a hundred nanoseconds ago.
-
-  /// Fetches the place of `id` in the table of symbols.
-  void prefetch_place(const ___onx_id& id) const { table_.prefetch(flat_hash{}(id)); }
-  /// Fetches the symbol under `id`.
-  void prefetch_symbol(const ___onx_id& id) const;
-  /// Fetches the nodes of the ports under `source` and `target`, where they are ports.
-  void prefetch_ends(const ___onx_id& source, const ___onx_id& target) const;
-  /// Fetches the place that the edge between these two ports has, or would have, in the table of its graph.
-  void prefetch_edge_place(const ___onx_id& source, const ___onx_id& target) const;
+  /// Starts to fetch the place of identifiers with `hash` in the table of symbols into the caches.
+  void prefetch_place(std::uint64_t hash) const { table_.prefetch(hash); }
+  /// A symbol that is most likely the one registered under an identifier with `hash`; null when none is. The
+  /// symbol itself is not looked at.
+  [[nodiscard]] kzr_symbol* guess_sym(std::uint64_t hash) const { return symbols_.find(table_.guess(hash)); }
 
   // Every add_ makes a symbol and registers it under `id`, in place of an earlier one with that identifier,
   // which lives on where it is pointed at. `handle` is the string handle of the object's kind or name.

@@ -65,57 +65,6 @@ void kzr_record_processor::process_record(std::shared_ptr<trace_record> record) 
 
 namespace {
 
-// How many records before its turn each step of the search for a record's symbols is taken. A step reads what
-// the one before it had fetched, which has come by then.
-constexpr std::size_t steps_to_place = 7;
-constexpr std::size_t steps_to_symbol = 4;
-constexpr std::size_t steps_to_ends = 2;
-constexpr std::size_t steps_to_edge_place = 0;
-static_assert(steps_to_place < read_ahead::steps);
-
-constexpr std::int32_t relation_kind = 9;
-constexpr std::int32_t handle_kind = 10;
-
-/// The kinds of records that are about symbols, a bit each.
-constexpr std::uint32_t searching_kinds =
-    1U << 6 | 1U << 7 | 1U << relation_kind | 1U << 12 | 1U << 14 | 1U << 15 | 1U << 16;
-
-/// Calls `fetch(id)` for the identifiers that `record` searches for.
-template <class Fetch>
-void for_each_search(const trace_record* record, Fetch fetch) {
-  if (record == nullptr || (searching_kinds >> record->kind & 1) == 0) return;
-  fetch(record->id[0]);
-  // What other records name second is the parent, mostly that of the record before.
-  if (record->kind == relation_kind) fetch(record->id[1]);
-}
-
-bool is_relation(const trace_record* record) { return record != nullptr && record->kind == relation_kind; }
-
-bool is_handle(const trace_record* record) { return record != nullptr && record->kind == handle_kind; }
-
-}  // namespace
-
-void kzr_record_processor::expect(read_ahead& records) const {
-  if (!records.is_started()) {
-    if (!dm_.is_large()) return;
-    records.start();
-  }
-  for_each_search(records.upcoming(steps_to_place), [this](const ___onx_id& id) { dm_.prefetch_place(id); });
-  if (const trace_record* const record = records.upcoming(steps_to_place); is_handle(record)) {
-    dm_.handles().prefetch(record->f[2]);
-  }
-  for_each_search(records.upcoming(steps_to_symbol),
-                  [this](const ___onx_id& id) { dm_.prefetch_symbol(id); });
-  if (const trace_record* const record = records.upcoming(steps_to_ends); is_relation(record)) {
-    dm_.prefetch_ends(record->id[0], record->id[1]);
-  }
-  if (const trace_record* const record = records.upcoming(steps_to_edge_place); is_relation(record)) {
-    dm_.prefetch_edge_place(record->id[0], record->id[1]);
-  }
-}
-
-namespace {
-
 /// A copy of `text` in an array, as the registration of domains takes it over.
 template <class Char>
 const Char* copy_name(const Char* text, std::size_t length) {

@@ -14,7 +14,6 @@
 #include "processor/event_list.h"
 #include "processor/image_table.h"
 #include "processor/number_set.h"
-#include "reader/read_ahead.h"
 #include "reader/trace_record.h"
 #include "traceml/kzr_traceml_writer.h"
 
@@ -37,10 +36,6 @@ class kzr_record_processor {
   /// Handles one record. Only its texts must outlive the call; they must stay valid until the end of the run.
   /// Aborts on a wide string handle and on a kind that does not exist.
   void process_record(std::shared_ptr<trace_record> record);
-
-  /// Once the model is larger than the caches, has `records` taken ahead and what they will search for
-  /// fetched; changes nothing in the model. Worth calling for each record, before it is processed.
-  void expect(read_ahead& records) const;
 
   /// Writes the list of resolved code addresses to the results directory that QZD_DIR names, if it is set.
   void write_zup_output();
