@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 /// Starts to fetch the line of memory at `address`, valid or not, into the caches and returns at once: for
@@ -16,5 +15,7 @@ inline void prefetch(const void* address) {
 inline void prefetch_two_lines(const void* address) {
   constexpr std::uintptr_t line_bytes = 64;
   prefetch(address);
-  prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(address) + line_bytes));
+  // By numbers, because the second line may lie behind the object.
+  const std::uintptr_t second = reinterpret_cast<std::uintptr_t>(address) + line_bytes;
+  prefetch(reinterpret_cast<const void*>(second));  // NOLINT(performance-no-int-to-ptr)
 }
