@@ -73,7 +73,9 @@ class flat_map {
 
   /// Starts to fetch the place where the value under `key` is or would be into the caches.
   void prefetch(const Key& key) const {
-    if (size_ > 0) ::prefetch(&slots_[flat_hash{}(key)&mask()]);
+    if (size_ == 0) return;
+    const std::uint64_t hash = flat_hash{}(key);
+    ::prefetch(&slots_[hash & mask()]);
   }
 
   /// The place of the value under `key`, which the caller must give a value other than `Value{}` at once when

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <memory>
 
+#include "common/run_aside.h"
+
 void* allocate_huge_pages(std::size_t size_bytes) {
   void* const block = std::aligned_alloc(huge_page_bytes, size_bytes);
   if (block == nullptr) throw std::bad_alloc();
@@ -17,8 +19,7 @@ char* huge_page_source::take() {
   // Allocated here, since another thread would take memory of its own for it.
   std::unique_ptr<char, free_deleter> spare(static_cast<char*>(allocate_huge_pages(huge_page_bytes)));
   char* const page = next_.valid() ? next_.get() : static_cast<char*>(allocate_huge_pages(huge_page_bytes));
-  // Where there is no other thread to be had, the page is made ready when it is taken.
-  next_ = std::async(std::launch::async | std::launch::deferred, make_ready, spare.release());
+  next_ = run_aside(make_ready, spare.release());
   return page;
 }
 

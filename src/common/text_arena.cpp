@@ -8,7 +8,7 @@ namespace {
 constexpr std::size_t block_bytes = 64 * 1024;
 // Larger pieces get a block of their own, so that at most an eighth of a shared block is left unused.
 constexpr std::size_t large_bytes = block_bytes / 8;
-// From 8 MiB on, an arena grows by whole huge pages: what is left unused of the last one then counts for
+// From 2 MiB on, an arena grows by whole huge pages: what is left unused of the last one then counts for
 // little.
 constexpr std::size_t blocks_before_huge_pages = 32;
 }  // namespace
@@ -18,6 +18,7 @@ void text_arena::add_block(std::size_t size_bytes) {
       size_bytes == huge_page_bytes ? allocate_huge_pages(size_bytes) : std::malloc(size_bytes);
   if (block == nullptr) throw std::bad_alloc();
   blocks_.emplace_back(static_cast<char*>(block));
+  taken_bytes_ += size_bytes;
 }
 
 char* text_arena::allocate(std::size_t size_bytes, std::size_t alignment) {

@@ -25,8 +25,8 @@ class text_arena {
   /// A zero-terminated copy of `text`. Throws `std::bad_alloc`.
   const char* copy(std::string_view text);
 
-  /// How many pieces of memory the arena has taken from the system: of 64 KiB, for larger texts more.
-  [[nodiscard]] std::size_t count_blocks() const { return blocks_.size(); }
+  /// How much memory the arena has taken from the system, in bytes.
+  [[nodiscard]] std::size_t taken_bytes() const { return taken_bytes_; }
 
  private:
   void add_block(std::size_t size_bytes);
@@ -34,6 +34,7 @@ class text_arena {
   std::vector<std::unique_ptr<char, free_deleter>> blocks_;
   char* free_ = nullptr;
   std::size_t free_bytes_ = 0;
+  std::size_t taken_bytes_ = 0;
 };
 
 /// Takes memory for objects from an arena, which must outlive them. Gives nothing back before the arena goes.

@@ -6,8 +6,12 @@
 #include <cerrno>
 #include <utility>
 
+#include "common/run_aside.h"
+
 write_behind_buffer::write_behind_buffer(const std::string& path)
-    : file_(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {}
+    : file_(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
+  setp(blocks_[0].get(), blocks_[0].get() + block_bytes);
+}
 
 write_behind_buffer::~write_behind_buffer() {
   if (!is_open()) return;
@@ -17,13 +21,9 @@ write_behind_buffer::~write_behind_buffer() {
 
 write_behind_buffer::int_type write_behind_buffer::overflow(int_type letter) {
   if (!finish_block()) return traits_type::eof();
-  if (pbase() != nullptr) {
-    // Where there is no other thread to be had, the block is written when the next one is full.
-    written_ = std::async(std::launch::async | std::launch::deferred, write_all, file_, pbase(),
-                          static_cast<std::size_t>(pptr() - pbase()));
-    std::swap(blocks_[0], blocks_[1]);
-  }
-  if (!blocks_[0]) blocks_[0] = std::make_unique_for_overwrite<char[]>(block_bytes);
+  written_ = run_aside(write_all, file_, static_cast<const char*>(pbase()),
+                       static_cast<std::size_t>(pptr() - pbase()));
+  std::swap(blocks_[0], blocks_[1]);
   setp(blocks_[0].get(), blocks_[0].get() + block_bytes);
   return traits_type::eq_int_type(letter, traits_type::eof()) ? traits_type::not_eof(letter)
                                                               : sputc(traits_type::to_char_type(letter));

@@ -3,7 +3,6 @@
 #include <string_view>
 
 #include "common/prefetch.h"
-
 #include "processor/kzr_record_processor.h"
 
 namespace {

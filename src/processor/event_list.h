@@ -51,7 +51,7 @@ class event_list {
     for (std::size_t i = 0; i < size_; ++i) visit(reader.next());
   }
 
-  // How many events before its turn an event is shown for the first and for the last time.
+  /// How many events before its turn an event is shown for the first and for the last time.
   static constexpr std::size_t first_steps = 8;
   static constexpr std::size_t last_steps = 4;
 

@@ -4,12 +4,13 @@
 
 namespace {
 
-// How many records before its turn each step of a record's search is taken.
-constexpr std::size_t steps_to_place = 7;
-constexpr std::size_t steps_to_symbol = 4;
-constexpr std::size_t steps_to_ends = 2;
-constexpr std::size_t steps_to_edge_place = 0;
-static_assert(steps_to_place < read_ahead::steps);
+// How many records are between the one that is processed next and the one whose search is taken a step
+// further.
+constexpr std::size_t skipped_to_place = 7;
+constexpr std::size_t skipped_to_symbol = 4;
+constexpr std::size_t skipped_to_ends = 2;
+constexpr std::size_t skipped_to_edge_place = 0;
+static_assert(skipped_to_place < read_ahead::steps);
 
 constexpr std::int32_t relation_kind = 9;
 constexpr std::int32_t handle_kind = 10;
@@ -28,21 +29,21 @@ std::size_t count_ids(const trace_record& record) { return is_relation(record) ?
 }  // namespace
 
 void model_prefetcher::take_steps(const read_ahead& records) {
-  const auto known = [this](std::size_t steps) -> search& {
-    return searches_[(turn_ + steps) % searches_.size()];
+  const auto known = [this](std::size_t skipped) -> search& {
+    return searches_[(turn_ + skipped) % searches_.size()];
   };
-  if (const trace_record* const record = records.upcoming(steps_to_place)) {
-    if (is_searching(*record)) fetch_place(*record, known(steps_to_place));
+  if (const trace_record* const record = records.upcoming(skipped_to_place)) {
+    if (is_searching(*record)) fetch_place(*record, known(skipped_to_place));
     if (record->kind == handle_kind) model_.handles().prefetch(record->f[2]);
   }
-  if (const trace_record* const record = records.upcoming(steps_to_symbol)) {
-    if (is_searching(*record)) fetch_symbol(*record, known(steps_to_symbol));
+  if (const trace_record* const record = records.upcoming(skipped_to_symbol)) {
+    if (is_searching(*record)) fetch_symbol(*record, known(skipped_to_symbol));
   }
-  if (const trace_record* const record = records.upcoming(steps_to_ends)) {
-    if (is_relation(*record)) fetch_ends(known(steps_to_ends));
+  if (const trace_record* const record = records.upcoming(skipped_to_ends)) {
+    if (is_relation(*record)) fetch_ends(known(skipped_to_ends));
   }
-  if (const trace_record* const record = records.upcoming(steps_to_edge_place)) {
-    if (is_relation(*record)) fetch_edge_place(known(steps_to_edge_place));
+  if (const trace_record* const record = records.upcoming(skipped_to_edge_place)) {
+    if (is_relation(*record)) fetch_edge_place(known(skipped_to_edge_place));
   }
 }
 

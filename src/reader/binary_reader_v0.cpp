@@ -171,10 +171,6 @@ constexpr auto list_decoders(std::index_sequence<Kinds...>) {
 /// By kind.
 constexpr auto plain_record_decoders = list_decoders(std::make_index_sequence<record_descriptions.size()>{});
 
-}  // namespace
-
-namespace {
-
 /// Size in bytes of the value behind the fields of a metadata record; 0 when there is none that counts.
 std::size_t value_bytes(const trace_record& record) {
   if (static_cast<std::size_t>(record.kind) != metadata_kind || record.f[6] != 1) return 0;

@@ -19,8 +19,10 @@ class read_ahead {
   /// `reader` must outlive the object and is not to be used beside it.
   explicit read_ahead(multifile_reader& reader) : reader_(reader) {}
 
-  /// Takes records ahead from now on. That has its price: to be called when there is something to fetch.
+  /// Takes records ahead from now on, at most once. That has its price: to be called when there is something
+  /// to fetch.
   void start();
+  /// Whether records are taken ahead.
   [[nodiscard]] bool is_started() const { return is_started_; }
 
   /// The next record of the run; null when all are handed out. Throws what the reader threw in its place.

@@ -35,19 +35,19 @@ class record_store {
   [[nodiscard]] text_arena& texts() { return texts_; }
 
   /// Whether so many texts have gathered that replacing them is worth its while.
-  [[nodiscard]] bool has_gathered_texts() const { return texts_.count_blocks() >= enough_blocks_; }
+  [[nodiscard]] bool has_gathered_texts() const { return texts_.taken_bytes() >= enough_bytes_; }
   /// Gives back all texts but those in `fresh`, which it takes over.
   void replace_texts(text_arena&& fresh) {
     texts_ = std::move(fresh);
     // Many or long texts that stay must not be moved over and over again.
-    enough_blocks_ = std::max(least_blocks, 2 * texts_.count_blocks());
+    enough_bytes_ = std::max(least_bytes, 2 * texts_.taken_bytes());
   }
 
  private:
-  static constexpr std::size_t least_blocks = 16;
+  static constexpr std::size_t least_bytes = std::size_t{1} << 20;
 
   text_arena texts_;
-  std::size_t enough_blocks_ = least_blocks;
+  std::size_t enough_bytes_ = least_bytes;
   std::array<std::shared_ptr<trace_record>, 16> records_;
   std::size_t last_ = 0;
 };

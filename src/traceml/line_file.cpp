@@ -13,6 +13,8 @@
 #include <cstring>
 #include <utility>
 
+#include "common/run_aside.h"
+
 namespace {
 
 /// What a short run has to write only to cut it off again.
@@ -216,8 +218,8 @@ void line_file::unmap(const window& old) {
 /// Has the window behind the current one made. It overlaps by a page, in which the text of the current one
 /// will end. Without another thread it is made when it is asked for.
 void line_file::make_next_window(const window& old) {
-  next_window_ = std::async(std::launch::async | std::launch::deferred, make_window, file_, populate_advice_,
-                            old, window_.end - page_bytes, window_.end, window_.end + window_bytes);
+  next_window_ = run_aside(make_window, file_, populate_advice_, old, window_.end - page_bytes, window_.end,
+                           window_.end + window_bytes);
 }
 
 /// Takes what the file holds of the next line's first block into the image, where the line itself may stand
