@@ -33,7 +33,8 @@ std::vector<timeline_event> some_events(std::size_t count) {
 
 // Both ways through the list give back what was put in, and the second one shows it in time.
 TEST(event_list, gives_events_back_and_shows_them_before) {
-  for (const std::size_t count : {0, 1, 4, 8, 9, 10'000}) {
+  constexpr std::size_t counts[] = {0, 1, 4, 8, 9, 10'000};
+  for (const std::size_t count : counts) {
     SCOPED_TRACE(count);
     const std::vector<timeline_event> events = some_events(count);
     event_list list;
