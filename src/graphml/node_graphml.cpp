@@ -4,6 +4,7 @@
 
 #include "common/text_buffer.h"
 #include "graphml/graphml_lines.h"
+#include "model/handle_texts.h"
 #include "model/kzr_data_manager.h"
 
 void append_node_opening(const node_symbol& node, const kzr_data_manager& dm, const std::string& indent,
@@ -33,10 +34,10 @@ void append_node_opening(const node_symbol& node, const kzr_data_manager& dm, co
   }
 }
 
-void append_ports(const node_symbol& node, const kzr_data_manager& dm, const std::string& indent,
+void append_ports(const node_symbol& node, handle_texts& texts, const std::string& indent,
                   text_buffer& text) {
-  for (const port_symbol* const port : node.input_ports()) port->append_graphml(dm, text, indent);
-  for (const port_symbol* const port : node.output_ports()) port->append_graphml(dm, text, indent);
+  for (const port_symbol* const port : node.input_ports()) port->append_graphml(texts, text, indent);
+  for (const port_symbol* const port : node.output_ports()) port->append_graphml(texts, text, indent);
 }
 
 namespace {
@@ -53,12 +54,13 @@ const char* find_join_policy(const string_handles& handles, std::uint64_t kind) 
 }  // namespace
 
 void node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) {
+  handle_texts texts(dm.handles());
   text_buffer text;
-  append_graphml(dm, text, indent);
+  append_graphml(dm, texts, text, indent);
   os << text.view();
 }
 
-void node_symbol::append_graphml(const kzr_data_manager& dm, text_buffer& text,
+void node_symbol::append_graphml(const kzr_data_manager& dm, handle_texts& texts, text_buffer& text,
                                  const std::string& indent) const {
   if (!visible_) return;
   const graphml_keys& keys = dm.keys();
@@ -69,9 +71,9 @@ void node_symbol::append_graphml(const kzr_data_manager& dm, text_buffer& text,
     append_data_line(text, inner_indent, keys.node_type(), "join_node");
     append_data_line(text, inner_indent, keys.join_policy(), policy);
   } else {
-    append_data_line(text, inner_indent, keys.node_type(), dm.handles().view(handle_));
+    append_data_line(text, inner_indent, keys.node_type(), texts.view(handle_));
   }
-  append_ports(*this, dm, inner_indent, text);
+  append_ports(*this, texts, inner_indent, text);
   text += indent;
   text += "</node>\n";
 }

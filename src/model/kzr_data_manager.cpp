@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "common/run_aside.h"
 #include "graphml/graphml_file.h"
 #include "model/inner_graph_builder.h"
 
@@ -70,6 +71,18 @@ kzr_data_manager::kzr_data_manager(const std::string& name, const std::string&, 
 }
 
 kzr_data_manager::~kzr_data_manager() {
+  if (files_written_.valid()) {
+    files_written_.get();
+  } else {
+    write_files();
+  }
+}
+
+void kzr_data_manager::start_writing() {
+  files_written_ = run_aside([this] { write_files(); });
+}
+
+void kzr_data_manager::write_files() {
   if (outputs_ == run_outputs::none) return;
   for (const auto& file : files_) file->write(*this);
 }
@@ -113,8 +126,8 @@ std::shared_ptr<node_symbol> kzr_data_manager::add_node(const ___onx_id& id, gra
   return node;
 }
 
-int kzr_data_manager::port_index(unsigned long handle) const {
-  const std::string_view text = handles_.view(handle);
+int kzr_data_manager::port_index(unsigned long handle) {
+  const std::string_view text = handle_texts_.view(handle);
   return text.empty() ? 0 : text.back() - '0';
 }
 
@@ -237,6 +250,7 @@ void kzr_data_manager::set_domain(unsigned long handle, DomainType type) {
 void kzr_data_manager::init_domain_pwl() { keys_.add_flow_graph_keys(); }
 
 void kzr_data_manager::add_string_handle(unsigned long handle, unsigned char, const char* text) {
+  handle_texts_.forget(handle);
   switch (handles_.add(handle, text)) {
     case vocabulary_word::composite_node:
       keys_.add_composite_node_keys();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <future>
 #include <map>
 #include <memory>
 #include <string>
@@ -16,6 +17,7 @@
 #include "model/explicit_task_symbol.h"
 #include "model/graph_symbol.h"
 #include "model/graphml_keys.h"
+#include "model/handle_texts.h"
 #include "model/implicit_task_symbol.h"
 #include "model/node_symbol.h"
 #include "model/parallel_region_symbol.h"
@@ -41,7 +43,7 @@ extern int enable_subgraph;
 
 /// Owns the whole model of one run: the symbols and their table, the GraphML files and keys, the string
 /// handles, the domains and the tally of warnings. Its construction starts the numbering of symbols at zero;
-/// its destruction writes every GraphML file, unless the run has no outputs.
+/// its destruction writes every GraphML file that was not written before, unless the run has no outputs.
 class kzr_data_manager {
  public:
   /// `name` is the base name of the outputs. The other two texts, frequency and concurrency of the trace, are
@@ -167,6 +169,9 @@ class kzr_data_manager {
   /// The GraphML files of the run; grows while it is post-processed.
   [[nodiscard]] const std::vector<std::shared_ptr<graphml_file>>& files() const { return files_; }
   [[nodiscard]] run_outputs outputs() const { return outputs_; }
+  /// Has another thread write every GraphML file, if it is to be written at all. The symbols and texts of the
+  /// model must not change from here on. To be called at most once; destruction waits for the thread.
+  void start_writing();
   /// Every symbol and edge of the run.
   [[nodiscard]] const symbol_list& symbols() const { return symbols_; }
   /// Every graph and composite node of the run in the order of creation.
@@ -183,7 +188,8 @@ class kzr_data_manager {
   template <class Text>
   [[nodiscard]] DomainType classify_domain(Text name);
   void set_domain(unsigned long handle, DomainType type);
-  [[nodiscard]] int port_index(unsigned long handle) const;
+  void write_files();
+  [[nodiscard]] int port_index(unsigned long handle);
 
   /// First, because the files share graphs that live in its memory.
   symbol_list symbols_;
@@ -193,6 +199,7 @@ class kzr_data_manager {
   std::map<std::string, std::uint64_t, std::less<>> warnings_;
   std::vector<std::shared_ptr<graphml_file>> files_;
   string_handles handles_;
+  handle_texts handle_texts_{handles_};
   flat_map<std::uint64_t, DomainType> domains_;
   /// The handle that was asked for last and its type; no domain has the handle 0 at first.
   mutable std::pair<std::uint64_t, DomainType> last_domain_;
@@ -205,4 +212,6 @@ class kzr_data_manager {
   graphml_keys keys_;
   bool inner_graphs_complete_ = false;
   run_outputs outputs_;
+  /// That the files are written, once somebody asked for it.
+  std::future<void> files_written_;
 };

@@ -3,6 +3,7 @@
 #include "common/kzr_assert.h"
 #include "common/text_buffer.h"
 #include "model/graph_symbol.h"
+#include "model/handle_texts.h"
 #include "model/kzr_data_manager.h"
 #include "model/node_symbol.h"
 
@@ -36,12 +37,13 @@ std::string port_symbol::gml_id() const { kzr_fail("ERROR: A port does not have 
 void* port_symbol::as(symbol_class wanted) { return wanted == own_class ? this : nullptr; }
 
 std::string port_symbol::get_gml_accessor(const kzr_data_manager& dm) const {
+  handle_texts texts(dm.handles());
   text_buffer accessor;
-  append_gml_accessor(dm, accessor);
+  append_gml_accessor(texts, accessor);
   return std::string(accessor.view());
 }
 
-void port_symbol::append_gml_accessor(const kzr_data_manager& dm, text_buffer& text) const {
+void port_symbol::append_gml_accessor(handle_texts& texts, text_buffer& text) const {
   if (is_input()) {
     text += "target=\"";
     node_->append_gml_id(text);
@@ -55,13 +57,13 @@ void port_symbol::append_gml_accessor(const kzr_data_manager& dm, text_buffer& t
     append_number(text, offset());
     text += "\" sourceport=\"";
   }
-  append_name(dm, text);
+  append_name(texts, text);
   text += '"';
 }
 
-void port_symbol::append_name(const kzr_data_manager& dm, text_buffer& text) const {
+void port_symbol::append_name(handle_texts& texts, text_buffer& text) const {
   if (handle_ != 0) {
-    text += dm.handles().view(handle_);
+    text += texts.view(handle_);
   } else {
     append_number(text, id_.d1);
   }

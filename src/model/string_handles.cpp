@@ -76,7 +76,6 @@ vocabulary_word string_handles::add(std::uint64_t handle, const char* text) {
   } else {
     texts_.place(handle) = text;
   }
-  known_texts_[known_place(handle)] = {};
   // All texts with a meaning begin with one of few letters, also those that are told by their beginning.
   const std::uint32_t candidates = table_of_words.by_letter[static_cast<unsigned char>(*text)];
   if (candidates == 0) return vocabulary_word::none;
@@ -110,14 +109,13 @@ vocabulary_word string_handles::add(std::uint64_t handle, const char* text) {
 }
 
 const char* string_handles::text(std::uint64_t handle) const {
-  if (next_own_text_ < own_texts_.size() && is_address(handle, own_texts_[next_own_text_])) {
-    return own_texts_[next_own_text_++];
-  }
   const char* const* const found = texts_.find(handle);
   return found != nullptr ? *found : find_own_text(handle);
 }
 
 const char* string_handles::find_own_text(std::uint64_t handle) const {
+  if (own_texts_.empty()) return "";
+  const std::lock_guard lock(own_text_index_in_use_);
   const auto matches = [this, handle](std::uint32_t number) {
     return is_address(handle, own_texts_[number - 1]);
   };

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <set>
-#include <string_view>
 #include <vector>
 
 #include "common/flat_index.h"
@@ -36,7 +35,7 @@ enum class vocabulary_word : std::uint8_t {
 };
 
 /// The string handles of a run: their texts, the handle that stands for each known word, and the sets of
-/// handles that say what a record is about.
+/// handles that say what a record is about. Several threads may ask at once while nothing is added.
 class string_handles {
  public:
   /// The handle of a word that was not registered yet.
@@ -45,17 +44,15 @@ class string_handles {
   string_handles();
 
   /// Records the text of `handle`, borrowed until the end of the run, and what it stands for. Returns the
-  /// word. A text whose own address is its handle takes the least when such handles are asked for once each,
-  /// in the order of their addition, as the timeline does.
+  /// word.
   vocabulary_word add(std::uint64_t handle, const char* text);
 
-  /// The text of `handle`, empty when it has none.
+  /// The text of `handle`, empty when it has none. `handle_texts` finds most of them faster.
   [[nodiscard]] const char* text(std::uint64_t handle) const;
-  /// The same with its length; takes little for handles that are asked for again and again.
-  [[nodiscard]] std::string_view view(std::uint64_t handle) const {
-    known_text& known = known_texts_[known_place(handle)];
-    if (known.handle != handle || known.text.data() == nullptr) known = {handle, text(handle)};
-    return known.text;
+  /// The text that was added as the one with `number` among those whose own addresses are their handles; null
+  /// when there are not so many.
+  [[nodiscard]] const char* own_text(std::size_t number) const {
+    return number < own_texts_.size() ? own_texts_[number] : nullptr;
   }
 
   /// Starts to fetch the place where the text of `handle` is or will be kept into the caches.
@@ -79,27 +76,16 @@ class string_handles {
   [[nodiscard]] bool is_explicit_task(std::uint64_t handle) const { return explicit_tasks_.contains(handle); }
 
  private:
-  struct known_text {
-    std::uint64_t handle = 0;
-    std::string_view text;
-  };
-
   static constexpr std::size_t handles_in_caches = 16 * 1024;
-
-  static std::size_t known_place(std::uint64_t handle) {
-    return static_cast<std::size_t>(handle * 0x9e3779b97f4a7c15U >> 59);
-  }
 
   [[nodiscard]] const char* find_own_text(std::uint64_t handle) const;
 
   flat_map<std::uint64_t, const char*> texts_;
-  /// Texts whose handles are their addresses, the one to be asked for next, and a look-up of all of them,
-  /// which is filled when somebody asks out of turn.
+  /// Texts whose handles are their addresses, and a look-up of all of them, which is filled when somebody
+  /// asks for one by its handle.
   std::vector<const char*> own_texts_;
-  mutable std::size_t next_own_text_ = 0;
   mutable flat_index own_text_index_;
-  /// Texts that were asked for, and their lengths, until handles change.
-  mutable std::array<known_text, 32> known_texts_;
+  mutable std::mutex own_text_index_in_use_;
   std::uint64_t remembered_[static_cast<std::size_t>(vocabulary_word::none)];
   std::set<std::uint64_t> input_ports_;
   std::set<std::uint64_t> output_ports_;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "common/text_buffer.h"
+#include "model/handle_texts.h"
 #include "model/kzr_data_manager.h"
 #include "traceml/line_file.h"
 #include "traceml/timestamp_digits.h"
@@ -26,6 +27,10 @@ class kzr_traceml_writer {
   kzr_traceml_writer(const kzr_traceml_writer&) = delete;
   kzr_traceml_writer& operator=(const kzr_traceml_writer&) = delete;
   virtual ~kzr_traceml_writer();
+
+  /// Whether the timeline goes to a file of its own, and not to a pipe or device, which other outputs may
+  /// share.
+  [[nodiscard]] bool has_own_file() const { return file_.is_mapped(); }
 
   /// The head, to be written before the first event: the platform, then types, attributes and groups.
   void platform_creation(const int& total_cores);
@@ -106,6 +111,7 @@ class kzr_traceml_writer {
   };
 
   kzr_data_manager& dm_;
+  handle_texts texts_;
   line_file file_;
   timestamp_digits timestamps_;
   /// By thread id: how many tasks are open.

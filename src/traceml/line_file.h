@@ -24,6 +24,8 @@ class line_file {
 
   /// False when the file could not be opened, could not grow, or is closed.
   [[nodiscard]] bool is_open() const { return file_ >= 0; }
+  /// Whether it is a file whose parts are mapped, and not a pipe or device.
+  [[nodiscard]] bool is_mapped() const { return populate_advice_ != 0; }
 
   /// Writes `text` by a system call, which leaves the file at its true length: meant for the head, which an
   /// abort may follow. Once a line was written it is the same as write_line().
