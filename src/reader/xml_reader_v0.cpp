@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -44,9 +44,13 @@ std::int32_t find_kind(std::string_view name) {
 
 /// What `strtoull` makes of the text. Nearly all texts are plain digits, which need not go through it.
 std::uint64_t to_number(const char* text) {
+  constexpr std::ptrdiff_t most_digits = 19;  // so many always fit
   std::uint64_t number = 0;
-  const auto result = std::from_chars(text, text + std::strlen(text), number);
-  return result.ec == std::errc() ? number : std::strtoull(text, nullptr, 10);
+  const char* end = text;
+  for (; *end >= '0' && *end <= '9' && end - text <= most_digits; ++end) {
+    number = number * 10 + static_cast<std::uint64_t>(*end - '0');
+  }
+  return end != text && end - text <= most_digits ? number : std::strtoull(text, nullptr, 10);
 }
 
 /// What reading an unsigned 32-bit number from a stream gives: 0 for no number, the largest for one too

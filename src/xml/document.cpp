@@ -3,7 +3,6 @@
 #include <cstring>
 #include <new>
 #include <ostream>
-#include <string_view>
 #include <type_traits>
 
 namespace xml {
@@ -57,13 +56,19 @@ bool document::parse_element(element* parent) {
   char token_text[token_bytes];
   int token = tokenizer::start_tag;
   while (token == tokenizer::start_tag) {
-    element* const e = start_element(open.back());
-    if (e == nullptr) return false;
-    const int tag_ending = read_attributes(*e);
-    if (tag_ending == tokenizer::tag_end && holds_text(*e)) {
-      read_text(*e);
-      if (tokens_.next_token(token_text, token_bytes) != tokenizer::end_tag || !read_end_tag(*e))
-        return false;
+    std::string_view tag = tokens_.take_plain_start_tag(token_bytes - 1);
+    const bool is_plain = !tag.empty();
+    if (!is_plain) {
+      if (tokens_.next_token(token_text, token_bytes) != tokenizer::name) return false;
+      tag = token_text;
+    }
+    const kept_name name = keep_name(tag);
+    element* const e = add_element(open.back(), name);
+    const int tag_ending = is_plain ? tokenizer::tag_end : read_attributes(*e);
+    // The short cut matters: the text of elements with some names starts right behind ">", that of all others
+    // behind the white space there, which the look ahead skips.
+    if (tag_ending == tokenizer::tag_end && (name.holds_text || tokens_.look_ahead() != '<')) {
+      if (!read_text_and_end(*e, name)) return false;
     } else if (tag_ending == tokenizer::tag_end) {
       open.push_back({e, nullptr});
     } else if (tag_ending != tokenizer::empty_tag_end) {
@@ -73,7 +78,7 @@ bool document::parse_element(element* parent) {
       if (open.size() == 1) return true;
       token = tokens_.next_token(token_text, token_bytes);
       if (token == tokenizer::end_tag) {
-        if (!read_end_tag(*open.back().self)) return false;
+        if (!read_end_tag(open.back().self->name())) return false;
         open.pop_back();
       }
     } while (token == tokenizer::end_tag || token == tokenizer::comment);
@@ -81,10 +86,8 @@ bool document::parse_element(element* parent) {
   return false;
 }
 
-element* document::start_element(open_element& parent) {
-  char name[token_bytes];
-  if (tokens_.next_token(name, token_bytes) != tokenizer::name) return nullptr;
-  auto* const e = new (storage_.allocate(sizeof(element), alignof(element))) element(keep_name(name), "");
+element* document::add_element(open_element& parent, const kept_name& name) {
+  auto* const e = new (storage_.allocate(sizeof(element), alignof(element))) element(name.text.data(), "");
   if (parent.self == nullptr) {
     set_root(e);
   } else {
@@ -99,47 +102,47 @@ int document::read_attributes(element& owner) {
   for (;;) {
     const int token = tokens_.next_token(token_text, token_bytes);
     if (token != tokenizer::name) return token;
-    const char* const name = keep_name(token_text);
+    const kept_name name = keep_name(token_text);
     if (tokens_.next_token(token_text, token_bytes) != tokenizer::equal_sign) return tokenizer::end_of_input;
     if (tokens_.next_token(token_text, token_bytes) != tokenizer::quoted_string)
       return tokenizer::end_of_input;
     char* const place = storage_.allocate(sizeof(attribute), alignof(attribute));
-    owner.add_attribute(*new (place) attribute{name, keep_text(token_text), nullptr});
+    owner.add_attribute(*new (place) attribute{name.text.data(), keep_text(token_text), nullptr});
   }
 }
 
-bool document::holds_text(const element& e) {
-  // The short cut matters: the text of the first two starts right behind ">", that of all others behind the
-  // white space there, which the look ahead skips.
-  return std::strcmp(e.name(), "data") == 0 || std::strcmp(e.name(), "text") == 0 ||
-         tokens_.look_ahead() != '<';
-}
-
-void document::read_text(element& e) {
+bool document::read_text_and_end(element& e, const kept_name& name) {
+  if (const auto text = tokens_.take_plain_content(name.text, text_bytes - 2)) {
+    e.set_text(keep_text(*text));
+    return true;
+  }
   tokens_.get_text(text_buffer_.get(), text_bytes);
   e.set_text(keep_text(text_buffer_.get()));
+  char token_text[token_bytes];
+  return tokens_.next_token(token_text, token_bytes) == tokenizer::end_tag && read_end_tag(name.text);
 }
 
-bool document::read_end_tag(const element& e) {
-  if (tokens_.take_rest_of_end_tag(e.name())) return true;
+bool document::read_end_tag(std::string_view name) {
+  if (tokens_.take_rest_of_end_tag(name)) return true;
   char text[token_bytes];
-  return tokens_.next_token(text, token_bytes) == tokenizer::name && std::strcmp(text, e.name()) == 0 &&
+  return tokens_.next_token(text, token_bytes) == tokenizer::name && text == name &&
          tokens_.next_token(text, token_bytes) == tokenizer::tag_end;
 }
 
-const char* document::keep_name(const char* name) {
+document::kept_name document::keep_name(std::string_view name) {
   // A document has few names, so the last copy of one is nearly always the wanted one; a miss costs a copy
   // more.
-  const std::size_t size = std::strlen(name);
-  const std::size_t mix = size == 0 ? 0
-                                    : size * 7 + static_cast<unsigned char>(name[0]) * 3 +
-                                          static_cast<unsigned char>(name[size - 1]);
-  const char*& recent = recent_names_[mix % recent_names_.size()];
-  if (recent == nullptr || std::strcmp(recent, name) != 0) recent = storage_.copy({name, size});
+  const std::size_t mix = name.empty() ? 0
+                                       : name.size() * 7 + static_cast<unsigned char>(name.front()) * 3 +
+                                             static_cast<unsigned char>(name.back());
+  kept_name& recent = recent_names_[mix % recent_names_.size()];
+  if (recent.text.data() == nullptr || recent.text != name) {
+    recent = {{storage_.copy(name), name.size()}, name == "data" || name == "text"};
+  }
   return recent;
 }
 
-const char* document::keep_text(const char* text) { return *text == '\0' ? "" : storage_.copy(text); }
+const char* document::keep_text(std::string_view text) { return text.empty() ? "" : storage_.copy(text); }
 
 element* document::elem(const char* name) const {
   return root_ == nullptr ? nullptr : root_->first_child(name);

@@ -3,6 +3,7 @@
 #include <array>
 #include <iosfwd>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "common/text_arena.h"
@@ -49,14 +50,20 @@ class document : public element {
     element* last_child;
   };
 
+  /// A name whose zero-terminated copy is in the arena.
+  struct kept_name {
+    std::string_view text;
+    /// Whether an element with that name holds text, whatever it begins with.
+    bool holds_text = false;
+  };
+
   bool parse_top_level();
-  element* start_element(open_element& parent);
+  element* add_element(open_element& parent, const kept_name& name);
   int read_attributes(element& owner);
-  [[nodiscard]] bool holds_text(const element& e);
-  void read_text(element& e);
-  bool read_end_tag(const element& e);
-  const char* keep_name(const char* name);
-  const char* keep_text(const char* text);
+  bool read_text_and_end(element& e, const kept_name& name);
+  bool read_end_tag(std::string_view name);
+  kept_name keep_name(std::string_view name);
+  const char* keep_text(std::string_view text);
 
   static constexpr int token_bytes = 1024;
   static constexpr int text_bytes = 100000;
@@ -64,7 +71,7 @@ class document : public element {
   element* root_ = nullptr;
   tokenizer tokens_;
   text_arena storage_;
-  std::array<const char*, 64> recent_names_{};
+  std::array<kept_name, 64> recent_names_{};
   std::unique_ptr<char[]> text_buffer_;  ///< present while the file is being read
 };
 

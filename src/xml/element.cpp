@@ -27,7 +27,7 @@ element* find_below(const element& top, predicate is_wanted) {
 }
 
 bool matches(const element& e, const char* name, const char* attribute, const char* value) {
-  if (name != nullptr && std::strcmp(e.name(), name) != 0) return false;
+  if (name != nullptr && (*e.name() != *name || std::strcmp(e.name(), name) != 0)) return false;
   return attribute == nullptr || value == nullptr || std::strcmp(e.get_attribute(attribute), value) == 0;
 }
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <iostream>
+#include <utility>
 
 #include "xml/bounded_text.h"
 
@@ -18,6 +20,7 @@ constexpr signed char end_character = -1;
 constexpr unsigned char stops_name = 1;
 constexpr unsigned char stops_string = 2;
 constexpr unsigned char stops_text = 4;
+constexpr unsigned char stops_c_text = 8;
 
 constexpr std::array<unsigned char, 256> make_stops() {
   std::array<unsigned char, 256> stops{};
@@ -28,10 +31,22 @@ constexpr std::array<unsigned char, 256> make_stops() {
       s |= stops_name;
     if (c == '"' || c == '\\' || c == end_character) s |= stops_string;
     if (c == '<' || c == '/' || c == end_character) s |= stops_text;
+    if (c == '\0') s |= stops_c_text;
   }
   return stops;
 }
 constexpr std::array<unsigned char, 256> stops = make_stops();
+
+template <unsigned char stop>
+bool is_stop(signed char c) {
+  return (stops[static_cast<unsigned char>(c)] & stop) != 0;
+}
+
+template <unsigned char stop>
+const signed char* find_stop(const signed char* from, const signed char* to) {
+  while (from != to && !is_stop<stop>(*from)) ++from;
+  return from;
+}
 
 /// Whether a name starts with `c`, which is every character that does not start another token.
 bool starts_name(int c) {
@@ -97,8 +112,7 @@ void tokenizer::refill() {
 
 template <unsigned char stop>
 void tokenizer::take_until(bounded_text& text) {
-  const auto is_stop = [](signed char c) { return (stops[static_cast<unsigned char>(c)] & stop) != 0; };
-  while ((next_ = text.take_until(next_, end_, is_stop)) == end_) refill();
+  while ((next_ = text.take_until(next_, end_, is_stop<stop>)) == end_) refill();
 }
 
 void tokenizer::take_one(bounded_text& text) {
@@ -146,15 +160,36 @@ int tokenizer::next_token(char* buffer, int size) {
   return c == '"' ? quoted_string : name;
 }
 
-bool tokenizer::take_rest_of_end_tag(const char* expected_name) {
-  const signed char* p = next_;
-  while (p != end_ && *expected_name != '\0' && *p == static_cast<signed char>(*expected_name)) {
-    ++p;
-    ++expected_name;
-  }
-  if (p == end_ || *expected_name != '\0' || *p != '>') return false;
-  next_ = p + 1;
-  return true;
+const signed char* tokenizer::find_end_behind(const signed char* start, std::string_view tag_name) const {
+  const auto size = static_cast<std::ptrdiff_t>(tag_name.size());
+  if (end_ - start <= size || start[size] != '>' || std::memcmp(start, tag_name.data(), tag_name.size()) != 0)
+    return nullptr;
+  return start + size + 1;
+}
+
+bool tokenizer::take_rest_of_end_tag(std::string_view tag_name) {
+  const signed char* const end = find_end_behind(next_, tag_name);
+  if (end != nullptr) next_ = end;
+  return end != nullptr;
+}
+
+std::string_view tokenizer::take_plain_start_tag(std::size_t most_bytes) {
+  if (next_ == end_ || !starts_name(*next_)) return {};
+  const signed char* const name_end = find_stop<stops_name>(next_ + 1, end_);
+  const auto size = static_cast<std::size_t>(name_end - next_);
+  if (name_end == end_ || *name_end != '>' || size > most_bytes) return {};
+  return {reinterpret_cast<const char*>(std::exchange(next_, name_end + 1)), size};
+}
+
+std::optional<std::string_view> tokenizer::take_plain_content(std::string_view tag_name,
+                                                              std::size_t most_bytes) {
+  const signed char* const text_end = find_stop<stops_text | stops_c_text>(next_, end_);
+  const auto size = static_cast<std::size_t>(text_end - next_);
+  if (end_ - text_end < 2 || text_end[0] != '<' || text_end[1] != '/' || size > most_bytes)
+    return std::nullopt;
+  const signed char* const end = find_end_behind(text_end + 2, tag_name);
+  if (end == nullptr) return std::nullopt;
+  return std::string_view(reinterpret_cast<const char*>(std::exchange(next_, end)), size);
 }
 
 int tokenizer::take_token_behind_less_than() {

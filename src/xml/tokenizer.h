@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <memory>
+#include <optional>
+#include <string_view>
 
 namespace xml {
 
@@ -46,9 +48,19 @@ class tokenizer {
   /// zero-terminated; those that do not fit into `size` bytes are dropped. "/" does not end a name.
   int next_token(char* buffer, int size);
 
-  /// A quick way for the usual end tag: takes `expected_name` and ">" when just these come next. Otherwise
-  /// takes nothing and returns false, and the tokens decide.
-  bool take_rest_of_end_tag(const char* expected_name);
+  // Quick ways for what nearly all of a trace is made of. They take what is there when it is just the usual,
+  // and else nothing, so that the tokens decide.
+
+  /// Takes a name of up to `most_bytes` characters and the ">" right behind it. Returns the name, borrowed
+  /// until the next call, or nothing.
+  std::string_view take_plain_start_tag(std::size_t most_bytes);
+
+  /// Takes a text of up to `most_bytes` characters without markup and the end tag of `tag_name` right behind
+  /// it. Returns the text, borrowed until the next call, or nothing.
+  std::optional<std::string_view> take_plain_content(std::string_view tag_name, std::size_t most_bytes);
+
+  /// Takes `tag_name` and the ">" right behind it; false when something else is there.
+  bool take_rest_of_end_tag(std::string_view tag_name);
 
   /// Takes a quoted string like next_token(), but says on standard output, for each character, that it was
   /// dropped. Takes one character and returns false when it is not the opening quote.
@@ -78,6 +90,8 @@ class tokenizer {
     return next_[distance];
   }
   void refill();
+  /// Where `tag_name` and ">" end that stand at `start`; null when they do not.
+  [[nodiscard]] const signed char* find_end_behind(const signed char* start, std::string_view tag_name) const;
   template <unsigned char stop>
   void take_until(bounded_text& text);
   void take_one(bounded_text& text);
