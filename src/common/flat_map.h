@@ -140,7 +140,7 @@ class flat_map {
 
   void grow() {
     slot_array old = std::exchange(slots_, {});
-    slots_.resize(old.empty() ? 4 : old.size() * 2);
+    slots_.resize(next_table_size<slot>(old.size()));
     for (slot& entry : old) {
       if (!is_free(entry)) slots_[position_of(entry.key)] = std::move(entry);
     }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <future>
 #include <new>
@@ -17,23 +19,51 @@ struct free_deleter {
 /// pages. Free it with `std::free`; throws `std::bad_alloc`.
 [[nodiscard]] void* allocate_huge_pages(std::size_t size_bytes);
 
-/// Huge pages for memory that grows page by page. Once a page was taken, the next one is made ready by
-/// another thread: clearing memory that is used for the first time costs more than most of what it is used
-/// for.
-class huge_page_source {
- public:
-  /// A page that nobody uses. Free it with `std::free`; throws `std::bad_alloc`.
-  [[nodiscard]] char* take();
+/// How many slots a table has that was full with `size` of them, powers of two. Half a mebibyte and one are
+/// skipped: a table that gets so large is better off in a huge page at once, with less work to grow.
+template <class Slot>
+[[nodiscard]] constexpr std::size_t next_table_size(std::size_t size) {
+  constexpr std::size_t slots_of_page = std::bit_floor(huge_page_bytes / sizeof(Slot));
+  if (size == 0) return 4;
+  return size >= slots_of_page / 8 && size < slots_of_page ? slots_of_page : size * 2;
+}
 
-  huge_page_source() = default;
-  huge_page_source(const huge_page_source&) = delete;
-  huge_page_source& operator=(const huge_page_source&) = delete;
-  ~huge_page_source();
+/// Memory that grows block by block: by small blocks at first, since most runs are small, then by huge pages.
+class block_source {
+ public:
+  /// Memory to be freed with `std::free`.
+  struct block {
+    char* memory;
+    std::size_t size_bytes;
+  };
+
+  /// Whether the next huge page is made ready by another thread, once there are some: clearing memory that is
+  /// used for the first time can cost more than what it is used for.
+  enum class readiness : std::uint8_t { on_demand, ahead };
+
+  explicit block_source(readiness next_page) : next_page_(next_page) {}
+  block_source(const block_source&) = delete;
+  block_source& operator=(const block_source&) = delete;
+  /// Goes on where `other` was.
+  block_source& operator=(block_source&& other) noexcept;
+  ~block_source();
+
+  /// A block that nobody uses, of `small_block_bytes` or a huge page. Throws `std::bad_alloc`.
+  [[nodiscard]] block take();
+
+  static constexpr std::size_t small_block_bytes = std::size_t{64} * 1024;
 
  private:
+  // What is left unused of the last block then counts for little.
+  static constexpr std::size_t small_blocks = 16;
+  static constexpr std::size_t blocks_before_ready_ones = small_blocks + 4;
+
+  char* take_page();
   static char* make_ready(char* page);
 
-  std::future<char*> next_;
+  readiness next_page_;
+  std::size_t taken_ = 0;
+  std::future<char*> ready_page_;
 };
 
 /// Allocator for arrays whose elements are visited in no order: large ones are in huge pages, which spares

@@ -29,8 +29,9 @@ class text_arena {
   [[nodiscard]] std::size_t taken_bytes() const { return taken_bytes_; }
 
  private:
-  void add_block(std::size_t size_bytes);
+  void keep(block_source::block added);
 
+  block_source source_{block_source::readiness::on_demand};
   std::vector<std::unique_ptr<char, free_deleter>> blocks_;
   char* free_ = nullptr;
   std::size_t free_bytes_ = 0;

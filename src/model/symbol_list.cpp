@@ -17,16 +17,12 @@ char* symbol_list::allocate(std::size_t size_bytes) {
 }
 
 void symbol_list::add_block() {
-  // From 8 MiB on whole huge pages: what is left unused of the last one then counts for little.
-  constexpr std::size_t blocks_before_huge_pages = 128;
   if (blocks_.size() == most_blocks) throw std::bad_alloc();
   if (spare_blocks_ == 0) {
-    const bool is_huge = blocks_.size() >= blocks_before_huge_pages;
-    void* const memory = is_huge ? pages_.take() : std::malloc(block_bytes);
-    if (memory == nullptr) throw std::bad_alloc();
-    memory_.emplace_back(static_cast<char*>(memory));
-    spare_blocks_ = is_huge ? huge_page_bytes / block_bytes : 1;
-    next_block_ = memory_.back().get();
+    const block_source::block added = source_.take();
+    memory_.emplace_back(added.memory);
+    spare_blocks_ = added.size_bytes / block_bytes;
+    next_block_ = added.memory;
   }
   --spare_blocks_;
   blocks_.push_back(std::exchange(next_block_, next_block_ + block_bytes));

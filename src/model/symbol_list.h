@@ -68,7 +68,7 @@ class symbol_list {
 
   /// A position counts units of this size, from the start of the first block.
   static constexpr std::size_t unit_bytes = stride_bytes / position_stride;
-  static constexpr std::size_t block_bytes = std::size_t{64} * 1024;
+  static constexpr std::size_t block_bytes = block_source::small_block_bytes;
   static constexpr std::size_t block_units = block_bytes / unit_bytes;
   static constexpr std::size_t most_blocks = (std::size_t{1} << 32) / block_units;
 
@@ -78,7 +78,7 @@ class symbol_list {
   void add_block();
   void enter(kzr_symbol& symbol);
 
-  huge_page_source pages_;
+  block_source source_{block_source::readiness::ahead};
   std::vector<std::unique_ptr<char, free_deleter>> memory_;
   std::vector<char*> blocks_;
   char* next_block_ = nullptr;

@@ -56,17 +56,10 @@ std::uint64_t join(const std::uint32_t* halves) {
 }  // namespace
 
 void event_list::add_block() {
-  // From 8 MiB on the list grows by whole huge pages: what is left unused of the last one then counts for
-  // little.
-  constexpr std::size_t small_block_bytes = 64 * 1024;
-  constexpr std::size_t blocks_before_huge_pages = 128;
-  const bool is_small = blocks_.size() < blocks_before_huge_pages;
-  const std::size_t size_bytes = is_small ? small_block_bytes : huge_page_bytes;
-  void* const words = is_small ? std::malloc(size_bytes) : pages_.take();
-  if (words == nullptr) throw std::bad_alloc();
-  blocks_.push_back({{static_cast<std::uint32_t*>(words), {}}, nullptr});
+  const block_source::block added = source_.take();
+  blocks_.push_back({{reinterpret_cast<std::uint32_t*>(added.memory), {}}, nullptr});
   next_ = blocks_.back().words.get();
-  room_end_ = next_ + size_bytes / sizeof *next_;
+  room_end_ = next_ + added.size_bytes / sizeof *next_;
 }
 
 void event_list::append(const timeline_event& event) {

@@ -101,7 +101,7 @@ class event_list {
     const std::uint32_t* end;
   };
 
-  huge_page_source pages_;
+  block_source source_{block_source::readiness::ahead};
   std::vector<block> blocks_;
   std::uint32_t* next_ = nullptr;
   std::uint32_t* room_end_ = nullptr;
