@@ -58,6 +58,13 @@ build() {
   cmake --build "$directory" --parallel "$jobs" ${1+--target "$@"}
 }
 
+# build_plain DIRECTORY TARGET...: a release build of the targets, also where a trained one was.
+build_plain() {
+  rm -f "$1/trained"
+  configure "$1" -DCMAKE_BUILD_TYPE=Release -DKZR_TRAINING=
+  build "$@"
+}
+
 # build_trained DIRECTORY TARGET...: a release build of the targets in which the converter is optimised for what it
 # does when it converts small runs of all workloads, not trained again while no source is newer than the last
 # training. Plain where the compiler is not GCC.
@@ -81,6 +88,8 @@ build_trained() {
       train "$directory" $workload
     done
     configure "$directory" -DKZR_TRAINING=use
+  else
+    echo "== not trained: the compiler is not GCC"
   fi
   build "$directory" "$@"
   mv "$directory/training_begun" "$stamp"

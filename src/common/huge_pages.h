@@ -1,6 +1,5 @@
 #pragma once
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -19,13 +18,16 @@ struct free_deleter {
 /// pages. Free it with `std::free`; throws `std::bad_alloc`.
 [[nodiscard]] void* allocate_huge_pages(std::size_t size_bytes);
 
-/// How many slots a table has that was full with `size` of them, powers of two. Half a mebibyte and one are
-/// skipped: a table that gets so large is better off in a huge page at once, with less work to grow.
+/// How many slots a table has that was full with `size` of them, a power of two. Half a mebibyte and one are
+/// skipped where slots fill a huge page: a table that gets so large is better off in one at once, with less
+/// work to grow.
 template <class Slot>
 [[nodiscard]] constexpr std::size_t next_table_size(std::size_t size) {
-  constexpr std::size_t slots_of_page = std::bit_floor(huge_page_bytes / sizeof(Slot));
+  constexpr std::size_t slots_of_page = huge_page_bytes / sizeof(Slot);
   if (size == 0) return 4;
-  return size >= slots_of_page / 8 && size < slots_of_page ? slots_of_page : size * 2;
+  const bool is_next =
+      huge_page_bytes % sizeof(Slot) == 0 && size >= slots_of_page / 8 && size < slots_of_page;
+  return is_next ? slots_of_page : size * 2;
 }
 
 /// Memory that grows block by block: by small blocks at first, since most runs are small, then by huge pages.
@@ -41,6 +43,7 @@ class block_source {
   /// used for the first time can cost more than what it is used for.
   enum class readiness : std::uint8_t { on_demand, ahead };
 
+  /// A source of which nothing was taken.
   explicit block_source(readiness next_page) : next_page_(next_page) {}
   block_source(const block_source&) = delete;
   block_source& operator=(const block_source&) = delete;

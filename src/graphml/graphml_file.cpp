@@ -11,7 +11,7 @@ void graphml_file::post_process(kzr_data_manager* dm) {
 }
 
 void graphml_file::write(kzr_data_manager& dm) {
-  write_behind_buffer file(name_ + ".graphml");
+  write_behind_buffer file(path());
   std::ostream stream(&file);
   if (file.is_open()) dump_as_graphml(dm, stream);
 }

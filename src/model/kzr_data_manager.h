@@ -169,8 +169,8 @@ class kzr_data_manager {
   /// The GraphML files of the run; grows while it is post-processed.
   [[nodiscard]] const std::vector<std::shared_ptr<graphml_file>>& files() const { return files_; }
   [[nodiscard]] run_outputs outputs() const { return outputs_; }
-  /// Has another thread write every GraphML file, if it is to be written at all. The symbols and texts of the
-  /// model must not change from here on. To be called at most once; destruction waits for the thread.
+  /// Has another thread write every GraphML file, if it is to be written at all. Nothing that the files show
+  /// must change from here on. To be called at most once; destruction waits for the thread.
   void start_writing();
   /// Every symbol and edge of the run.
   [[nodiscard]] const symbol_list& symbols() const { return symbols_; }

@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <string_view>
 
 #include "common/prefetch.h"
+#include "graphml/graphml_file.h"
 #include "processor/kzr_record_processor.h"
 
 namespace {
@@ -37,9 +39,13 @@ void kzr_record_processor::write_zup_output() {
 void kzr_record_processor::dump_trace() {
   writer_.platform_creation(std::stoi(concurrency_));
   writer_.meta_head_creation(cores_.sorted(), threads_.sorted());
-  // Nothing can go wrong with the run any more, and the replay changes nothing that the documents show. They
-  // come after the timeline where both may go to the same place.
-  if (dm_.is_large() && writer_.has_own_file()) dm_.start_writing();
+  // No content of a trace ends the run from here on, and the replay changes nothing that the documents show.
+  // They come after the timeline where both may go to the same place.
+  if (dm_.is_large() && std::ranges::all_of(dm_.files(), [this](const auto& file) {
+        return writer_.is_apart_from(file->path());
+      })) {
+    dm_.start_writing();
+  }
   const auto visit = [this](const timeline_event& event) { replay(event); };
   if (dm_.is_large()) {
     events_.for_each(visit, [this](const timeline_event& event, std::size_t steps) { expect(event, steps); });

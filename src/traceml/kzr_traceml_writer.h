@@ -28,9 +28,11 @@ class kzr_traceml_writer {
   kzr_traceml_writer& operator=(const kzr_traceml_writer&) = delete;
   virtual ~kzr_traceml_writer();
 
-  /// Whether the timeline goes to a file of its own, and not to a pipe or device, which other outputs may
-  /// share.
-  [[nodiscard]] bool has_own_file() const { return file_.is_mapped(); }
+  /// Whether an output at `path` certainly goes elsewhere than the timeline: never when that goes to a pipe
+  /// or device.
+  [[nodiscard]] bool is_apart_from(const std::string& path) const {
+    return file_.is_mapped() && !file_.is_at(path);
+  }
 
   /// The head, to be written before the first event: the platform, then types, attributes and groups.
   void platform_creation(const int& total_cores);

@@ -102,6 +102,13 @@ void touch_end(char* end) { const_cast<volatile char*>(end)[-1] = '\n'; }
 line_file::line_file(const std::string& path)
     : file_(open_output(path)), populate_advice_(is_open() ? populate_advice(file_) : 0) {}
 
+bool line_file::is_at(const std::string& path) const {
+  struct stat own {};
+  struct stat other {};
+  return ::fstat(file_, &own) == 0 && ::stat(path.c_str(), &other) == 0 && own.st_dev == other.st_dev &&
+         own.st_ino == other.st_ino;
+}
+
 void line_file::write_plain(std::string_view text) {
   if (window_.bytes != nullptr) {
     write_line(text);

@@ -26,6 +26,8 @@ class line_file {
   [[nodiscard]] bool is_open() const { return file_ >= 0; }
   /// Whether it is a file whose parts are mapped, and not a pipe or device.
   [[nodiscard]] bool is_mapped() const { return populate_advice_ != 0; }
+  /// Whether `path` leads to the same file, by whatever links.
+  [[nodiscard]] bool is_at(const std::string& path) const;
 
   /// Writes `text` by a system call, which leaves the file at its true length: meant for the head, which an
   /// abort may follow. Once a line was written it is the same as write_line().
