@@ -70,6 +70,23 @@ TEST(line_file, holds_what_was_written_at_once_and_nothing_else_after_the_close)
   EXPECT_EQ(read_file(path), expected + "</head>\n");
 }
 
+TEST(line_file, knows_itself_by_any_path) {
+  const line_file file(path);
+  const std::string link = path + "_link";
+  std::filesystem::create_hard_link(path, link);
+  EXPECT_TRUE(file.is_at(path));
+  EXPECT_TRUE(file.is_at(link));
+  std::filesystem::remove(link);
+  EXPECT_FALSE(file.is_at(link));
+  std::filesystem::create_symlink(path, link);
+  EXPECT_TRUE(file.is_at(link));
+  std::filesystem::remove(link);
+  std::ofstream(link) << "x";
+  EXPECT_FALSE(file.is_at(link));
+  std::filesystem::remove(link);
+  EXPECT_FALSE(line_file().is_at(path));
+}
+
 TEST(line_file, writes_the_same_bytes_to_a_pipe) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
