@@ -106,8 +106,8 @@ TEST(string_handles, know_texts_by_their_addresses) {
   handles.add(7, "seventh");
   for (const std::size_t wanted : {0u, 1u, 0u, 2u, 1u}) {
     EXPECT_EQ(handles.text(address(texts[wanted])), texts[wanted]);
-    EXPECT_EQ(handles.text(7), "seventh");
-    EXPECT_EQ(handles.text(address(texts[0]) + 1), "");
+    EXPECT_STREQ(handles.text(7), "seventh");
+    EXPECT_STREQ(handles.text(address(texts[0]) + 1), "");
   }
 }
 
