@@ -105,8 +105,12 @@ class kzr_record_processor {
   kzr_traceml_writer writer_;
   image_table images_;
   std::string concurrency_;
-  /// By producer: how many OpenMP begins are open that appended one event instead of two.
-  std::map<int, int> single_event_begins_;
+  /// The tasks of one producer.
+  struct openmp_tasks {
+    std::uint64_t single_ends = 0;  ///< how many of the next OpenMP ends append one event instead of two
+    std::uint64_t open = 0;         ///< tasks open in the timeline; kept while the sub-graph paths are on
+  };
+  std::map<int, openmp_tasks> openmp_tasks_;
   event_list events_;
   /// By identifier: where the regions stand that are open, the one begun last at the back.
   std::map<___onx_id, std::vector<region_place>> open_regions_;

@@ -47,6 +47,7 @@ void kzr_record_processor::openmp_task_begin(record_ref record) {
   const std::uint64_t name = record.f[5];
   const std::uint64_t extra = record.f[6];
   const ___onx_id& task = record.id[0];
+  openmp_tasks& tasks = openmp_tasks_[record.producer];
   if (handles.is_parallel_region(name)) {
     auto* const node = dm_.find_sym_as<node_symbol>(region_node_id(task));
     if (node == nullptr) {
@@ -54,7 +55,12 @@ void kzr_record_processor::openmp_task_begin(record_ref record) {
       return;
     }
     append_event(tml_event_t::implicit_task_begun, record, node, &node->graph_for_ports(), name, extra);
-  } else if (handles.is_explicit_task(name) && dm_.find_sym_as<explicit_task_symbol>(task) != nullptr) {
+    // The timeline shows the begin of a region without opening a task. The two ends that are short are those
+    // of its own end and of the implicit task in it: together they close what the latter opened.
+    if (tasks.open > 0) tasks.single_ends += 2;
+    return;
+  }
+  if (handles.is_explicit_task(name) && dm_.find_sym_as<explicit_task_symbol>(task) != nullptr) {
     auto* const node = dm_.find_sym_as<node_symbol>({task.d1, 1, 0});
     append_event(tml_event_t::explicit_task_begun, record, node,
                  node == nullptr ? nullptr : &node->graph_for_ports(), name, extra);
@@ -64,12 +70,14 @@ void kzr_record_processor::openmp_task_begin(record_ref record) {
     append_event(tml_event_t::implicit_task_begun, record, region == nullptr ? nullptr : &region->own_graph(),
                  nullptr, name, extra);
     append_event(tml_event_t::implicit_task_begun, record, region, nullptr, name, extra);
+    tasks.open += 2;
     return;
   } else {
     append_event(tml_event_t::task_begun, record, dm_.find_sym(task), dm_.find_sym(record.id[1]), name,
                  extra);
   }
-  ++single_event_begins_[record.producer];
+  ++tasks.open;
+  ++tasks.single_ends;
 }
 
 void kzr_record_processor::openmp_is_child_of(record_ref record) {

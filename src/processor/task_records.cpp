@@ -1,9 +1,10 @@
+#include <algorithm>
+
 #include "processor/kzr_record_processor.h"
 
 void kzr_record_processor::task_group(record_ref record) {
   const DomainType domain = domain_of(record);
   if (domain == DomainType::unknown) return;
-  update_thread_and_core_set(record, false);
   const bool omp_subgraphs = domain == DomainType::openmp && enable_subgraph != 0;
   const string_handles& handles = dm_.handles();
   const std::uint64_t name = record.f[5];
@@ -16,6 +17,7 @@ void kzr_record_processor::task_group(record_ref record) {
   } else if (name == handles.remembered(vocabulary_word::graph)) {
     const auto graph = dm_.add_graph(object, nullptr, name);
     if (omp_subgraphs) graph->set_gml_id();
+    update_thread_and_core_set(record, false);
     append_event(tml_event_t::graph_created, record, graph.get());
   } else if (handles.is_parallel_region(name)) {
     auto* const region = dm_.find_sym_as<parallel_region_symbol>(parent);
@@ -52,6 +54,7 @@ void kzr_record_processor::add_port_of(record_ref record, bool is_input) {
 
 std::shared_ptr<node_symbol> kzr_record_processor::add_node_to(graph_symbol& graph, record_ref record) {
   auto node = dm_.add_node(record.id[0], graph, record.f[5]);
+  update_thread_and_core_set(record, false);
   append_event(tml_event_t::node_created, record, node.get(), nullptr, node->handle());
   return node;
 }
@@ -65,6 +68,7 @@ void kzr_record_processor::task_begin(record_ref record) {
   if (domain == DomainType::openmp && task == nullptr) return;
   append_event(tml_event_t::task_begun, record, task, dm_.find_parent(record.id[1]), record.f[5],
                record.f[6]);
+  if (enable_subgraph != 0) ++openmp_tasks_[record.producer].open;
 }
 
 void kzr_record_processor::task_end(record_ref record) {
@@ -72,13 +76,16 @@ void kzr_record_processor::task_end(record_ref record) {
   if (domain == DomainType::unknown) return;
   update_thread_and_core_set(record, false);
   append_event(tml_event_t::task_ended, record);
-  if (domain != DomainType::openmp) return;
+  if (domain != DomainType::openmp && enable_subgraph == 0) return;
+  openmp_tasks& tasks = openmp_tasks_[record.producer];
+  std::uint64_t ended = 1;
   // An OpenMP begin normally appends two events, so an end has two to close unless it is known to match a
   // begin that appended one.
-  int& singles = single_event_begins_[record.producer];
-  if (singles > 0) {
-    --singles;
-  } else {
+  if (domain == DomainType::openmp && tasks.single_ends > 0) {
+    --tasks.single_ends;
+  } else if (domain == DomainType::openmp) {
     append_event(tml_event_t::task_ended, record);
+    ended = 2;
   }
+  tasks.open -= std::min(tasks.open, ended);
 }

@@ -104,7 +104,8 @@ TEST_F(whole_run, with_a_list_of_images) {
   expect_run("images", {file.end().take()}, "");
 }
 
-// Four threads, three of which run a task at the very same time; the fourth one's file is cut off.
+// Five threads, three of which run a task at the very same time; the fourth one's file is cut off. The fifth
+// makes but a port and what is dropped, and so is not listed among the threads.
 TEST_F(whole_run, of_threads_with_equal_times) {
   const auto task = [](kzr::trace_encoder& file, std::uint64_t core) {
     return file.at(10)
@@ -122,8 +123,12 @@ TEST_F(whole_run, of_threads_with_equal_times) {
   kzr::trace_encoder third = recorded();
   kzr::trace_encoder fourth = recorded();
   fourth.at(20).task_begin(flow, {20, 0, 0}, graph, 11, 7).task_begin(flow, {20, 0, 0}, graph, 11, 3);
+  kzr::trace_encoder fifth = recorded();
+  fifth.at(9).string_handle(12, "input_port0").task_group(flow, {21, 0, 0}, {20, 0, 0}, 12);
+  fifth.task_group(flow, {22, 0, 0}, {99, 0, 0}, 11);
   expect_run("threads",
-             {task(first, 12), task(second, 7), task(third, 3), fourth.task_end(flow).take().substr(0, 180)},
+             {task(first, 12), task(second, 7), task(third, 3), fourth.task_end(flow).take().substr(0, 180),
+              fifth.end().take()},
              "WARNING: adding extra task_end to complete open task in _kzr.3\n"
              "WARNING: adding extra task_end to complete open task in _kzr.3\n");
 }
