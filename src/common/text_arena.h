@@ -31,7 +31,7 @@ class text_arena {
  private:
   void keep(block_source::block added);
 
-  block_source source_{block_source::readiness::on_demand};
+  block_source source_;
   std::vector<std::unique_ptr<char, free_deleter>> blocks_;
   char* free_ = nullptr;
   std::size_t free_bytes_ = 0;

@@ -1,5 +1,3 @@
-#include <cstdint>
-
 #include "processor/kzr_record_processor.h"
 
 void kzr_record_processor::meta_data(record_ref record) {
@@ -28,10 +26,12 @@ void kzr_record_processor::meta_data_string_A(record_ref record) {
     symbol->add_metadata(record.f[4], record.f[5], record.narrow_string());
     return;
   }
-  // A text about no known object is a user event. The address of the text is a handle that nothing else has.
-  const auto handle = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(record.string));
-  dm_.add_string_handle(handle, static_cast<unsigned char>(record.f[5]), record.narrow_string());
-  append_event(tml_event_t::user_event, record, nullptr, nullptr, handle);
+  // A text about no known object is a user event. Its text counts as one of a handle that no record names.
+  dm_.add_nameless_text(record.narrow_string());
+  events_.append({.kind = tml_event_t::user_event,
+                  .time = record.f[1],
+                  .producer = record.producer,
+                  .text = record.narrow_string()});
 }
 
 void kzr_record_processor::meta_data_string_W(record_ref) {

@@ -35,7 +35,7 @@ void kzr_record_processor::openmp_add_node_of(record_ref record) {
   }
   const auto node = add_node_to(*graph, record);
   // Any other name may have changed the kind of a composite node that the graph holds already.
-  if (record.f[5] != dm_.handles().remembered(vocabulary_word::composite_node)) return;
+  if (!dm_.handles().is(vocabulary_word::composite_node, record.f[5])) return;
   auto* const composite = symbol_cast<subgraph_node_symbol>(node.get());
   if (composite != nullptr && graph->composite_node() != nullptr) {
     graph->composite_node()->add_nested_composite(*composite);
@@ -64,7 +64,7 @@ void kzr_record_processor::openmp_task_begin(record_ref record) {
     auto* const node = dm_.find_sym_as<node_symbol>({task.d1, 1, 0});
     append_event(tml_event_t::explicit_task_begun, record, node,
                  node == nullptr ? nullptr : &node->graph_for_ports(), name, extra);
-  } else if (handles.is_implicit_task(name) || name == handles.remembered(vocabulary_word::omp_barrier)) {
+  } else if (handles.is_implicit_task(name) || handles.is(vocabulary_word::omp_barrier, name)) {
     auto* region = dm_.find_sym_as<subgraph_node_symbol>(region_node_id(task));
     if (region == nullptr) region = dm_.find_sym_as<subgraph_node_symbol>(region_node_id(record.id[1]));
     append_event(tml_event_t::implicit_task_begun, record, region == nullptr ? nullptr : &region->own_graph(),

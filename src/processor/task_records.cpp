@@ -14,7 +14,7 @@ void kzr_record_processor::task_group(record_ref record) {
     add_port_of(record, true);
   } else if (handles.is_output_port(name)) {
     add_port_of(record, false);
-  } else if (name == handles.remembered(vocabulary_word::graph)) {
+  } else if (handles.is(vocabulary_word::graph, name)) {
     const auto graph = dm_.add_graph(object, nullptr, name);
     if (omp_subgraphs) graph->set_gml_id();
     update_thread_and_core_set(record, false);

@@ -230,23 +230,6 @@ TEST_F(whole_run, of_a_large_model_is_like_that_of_a_small_one) {
   }
 }
 
-// Documents may be written while the timeline is, but never into the middle of it.
-TEST_F(whole_run, of_a_large_model_into_one_pipe_writes_one_output_after_the_other) {
-  const std::string trace = random_run(1, 20'000);
-  write_file(directory_ / "_kzr.0", trace);
-  ASSERT_EQ(run_kzr2xml({"run"}, directory_.path()).exit_status, 0);
-  const scratch_directory piped;
-  write_file(piped / "_kzr.0", trace);
-  std::string outputs = read_file(directory_ / "run.traceml");
-  std::filesystem::create_symlink("/dev/stdout", piped / "run.traceml");
-  for (const char* const name : {"run.graphml", "run_sg0.graphml", "run_sg1.graphml"}) {
-    if (!std::filesystem::exists(directory_ / name)) continue;
-    outputs += read_file(directory_ / name);
-    std::filesystem::create_symlink("/dev/stdout", piped / name);
-  }
-  EXPECT_EQ(run_program({"/bin/sh", "-c", "\"" KZR2XML_PROGRAM "\" run | cat"}, piped.path()).out, outputs);
-}
-
 TEST_F(whole_run, without_records) { expect_run("empty", {recorded().end().take()}, ""); }
 
 }  // namespace
