@@ -1,4 +1,4 @@
-#include "kzrdump/record_listing.h"
+#include "kzr/dump/record_listing.h"
 
 #include <unistd.h>
 
@@ -7,12 +7,12 @@
 #include <iostream>
 #include <memory>
 
-#include "kzrdump/captured_output.h"
-#include "kzrdump/dump_options.h"
-#include "kzrdump/file_survey.h"
-#include "kzrdump/printable.h"
-#include "kzrdump/progress_bar.h"
-#include "kzrdump/record_size.h"
+#include "kzr/common/captured_output.h"
+#include "kzr/common/printable.h"
+#include "kzr/common/progress_bar.h"
+#include "kzr/dump/dump_options.h"
+#include "kzr/dump/file_survey.h"
+#include "kzr/dump/record_size.h"
 #include "reader/multifile_reader.h"
 
 namespace {

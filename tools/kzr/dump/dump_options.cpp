@@ -1,4 +1,4 @@
-#include "kzrdump/dump_options.h"
+#include "kzr/dump/dump_options.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "driver/command_line.h"
-#include "kzrdump/exit_status.h"
+#include "kzr/common/exit_status.h"
 #include "reader/record_descriptions.h"
 
 namespace fs = std::filesystem;

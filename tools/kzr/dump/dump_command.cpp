@@ -4,14 +4,14 @@
 #include <iostream>
 
 #include "driver/conversion.h"
-#include "kzrdump/dump_options.h"
-#include "kzrdump/exit_status.h"
-#include "kzrdump/file_survey.h"
-#include "kzrdump/printable.h"
-#include "kzrdump/record_listing.h"
-#include "kzrdump/run_summary.h"
-#include "kzrdump/summary_json.h"
-#include "kzrdump/summary_text.h"
+#include "kzr/common/exit_status.h"
+#include "kzr/common/printable.h"
+#include "kzr/dump/dump_options.h"
+#include "kzr/dump/file_survey.h"
+#include "kzr/dump/record_listing.h"
+#include "kzr/dump/run_summary.h"
+#include "kzr/dump/summary_json.h"
+#include "kzr/dump/summary_text.h"
 
 namespace {
 
