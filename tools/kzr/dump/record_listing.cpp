@@ -25,7 +25,12 @@ class terminal_guard {
   }
   terminal_guard(const terminal_guard&) = delete;
   terminal_guard& operator=(const terminal_guard&) = delete;
-  ~terminal_guard() { std::cout.rdbuf(standard_); }
+  ~terminal_guard() {
+    // A change of the buffer forgets that something could not be written.
+    const std::ios::iostate state = std::cout.rdstate();
+    std::cout.rdbuf(standard_);
+    std::cout.setstate(state);
+  }
 
  private:
   std::streambuf* standard_;
