@@ -1,11 +1,12 @@
-#include <csignal>
-#include <cstdio>
+#include "kzr/dump/dump_command.h"
+
 #include <exception>
 #include <iostream>
+#include <memory>
+#include <string>
 
-#include "driver/conversion.h"
+#include "kzr/common/complaint.h"
 #include "kzr/common/exit_status.h"
-#include "kzr/common/printable.h"
 #include "kzr/dump/dump_options.h"
 #include "kzr/dump/file_survey.h"
 #include "kzr/dump/record_listing.h"
@@ -27,28 +28,22 @@ bool show(const dump_options& options) {
   return run.is_sound();
 }
 
-int complain(const std::string& message) {
-  std::fprintf(stderr, "kzrdump: %s\n", printable(message).c_str());
-  return exit_damage;
+int dump(const dump_options& options) {
+  // Whatever goes wrong from here on is due to the run.
+  try {
+    const std::string special_file = list_files(options.stem).special_file;
+    if (special_file.empty()) return show(options) ? exit_success : exit_findings;
+    complain(special_file + " is a pipe or device, which is not read");
+  } catch (const std::exception& failure) {
+    complain(failure.what());
+  }
+  return exit_findings;
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  // Whoever reads the output may stop at any time.
-  std::signal(SIGPIPE, SIG_DFL);
-  std::ios::sync_with_stdio(false);
-  raise_open_file_limit();
-  try {
-    const parsed_command_line command_line = parse_command_line(argc, argv);
-    if (!command_line.options) return command_line.exit_status;
-    const dump_options& options = *command_line.options;
-    const std::string special_file = list_files(options.stem).special_file;
-    if (!special_file.empty()) return complain(special_file + " is a pipe or device, which is not read");
-    const bool is_sound = show(options);
-    if (!std::cout.flush()) return complain("the output could not be written");
-    return is_sound ? exit_sound : exit_damage;
-  } catch (const std::exception& failure) {
-    return complain(failure.what());
-  }
+subcommand_action set_up_dump(CLI::App& command) {
+  const auto options = std::make_shared<dump_options>();
+  add_dump_options(command, *options);
+  return [options] { return dump(*options); };
 }

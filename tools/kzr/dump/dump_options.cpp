@@ -3,41 +3,27 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
-#include <filesystem>
+#include <optional>
+#include <string>
 #include <string_view>
 
-#include "driver/command_line.h"
-#include "kzr/common/exit_status.h"
+#include "kzr/common/run_option.h"
 #include "reader/record_descriptions.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
 // The merge keeps the records that end a file to itself.
 constexpr std::size_t mergeable_kinds = 17;
 
-constexpr std::size_t option_column_width = 36;
-
 constexpr const char* description =
     "Shows what is in a recorded run: what its trace files hold, what graphs and tasks they describe, and\n"
     "everything about them that is damaged or odd. Writes no file.";
 
-constexpr const char* footer =
-    "Without stem the trace files are those that kzr2xml would convert: those of the directory that QZD_DIR\n"
-    "names, else of the directory _qzd_* here with the greatest name, else those here.\n"
+constexpr const char* exit_status_help =
     "\n"
     "Exit status: 0 for a sound run, 1 for one with damage or warnings (with --records: when a file could "
     "not\n"
-    "be read to its end), 2 for wrong usage.";
-
-/// The stem that the user means: a directory stands for the trace files in it.
-std::string resolve_stem(const std::string& given) {
-  if (given.empty()) return default_base_name();
-  std::error_code ignored;
-  const bool names_files = fs::exists(given + ".0", ignored);
-  return !names_files && fs::is_directory(given, ignored) ? trace_stem_in(given) : given;
-}
+    "be read to its end), 2 for wrong usage or when the output cannot be written.";
 
 /// `text` as a plain decimal number that is not negative; empty when it is none.
 template <class Number>
@@ -77,46 +63,41 @@ std::size_t read_kind(const std::string& text) {
 
 }  // namespace
 
-parsed_command_line parse_command_line(int argc, const char* const* argv) {
-  dump_options options;
-  std::string stem;
-  std::vector<std::string> kinds;
-
-  CLI::App app(description, "kzrdump");
-  app.footer(footer);
-  app.get_formatter()->column_width(option_column_width);
-  app.set_version_flag("--version", "kzrdump " KZR_VERSION, "Print the version and exit");
-  app.add_option("stem", stem,
-                 "Path of the trace files without point and number, as run/_kzr, or their directory")
-      ->type_name("");
-  app.add_flag("--omp_experimental", options.omp_experimental,
-               "Look into OpenMP regions, as the option of kzr2xml does");
-  CLI::Option* const json = app.add_flag("--json", options.as_json, "Write the summary as JSON");
-  CLI::Option* const records = app.add_flag("--records", options.list_records,
-                                            "List all records, merged by time, instead of the summary");
+void add_dump_options(CLI::App& command, dump_options& options) {
+  command.description(description);
+  command.footer(std::string(default_run_help) + exit_status_help);
+  add_run_option(command, options.stem);
+  command.add_flag("--omp_experimental", options.omp_experimental,
+                   "Look into OpenMP regions, as the option of kzr2xml does");
+  CLI::Option* const json = command.add_flag("--json", options.as_json, "Write the summary as JSON");
+  CLI::Option* const records = command.add_flag("--records", options.list_records,
+                                                "List all records, merged by time, instead of the summary");
   records->excludes(json);
-  const auto narrow_down = [&app, records](const char* name, auto& to, const char* type, const char* help) {
-    CLI::Option* const option = app.add_option(name, to, help);
+  const auto narrow_down = [records](CLI::Option* option, const char* type) {
     return option->type_name(type)->group("Which records")->needs(records);
   };
-  // Options that may be repeated take one value each time, so that the stem can follow them.
-  narrow_down("--kind", kinds, "KIND", "Only records of this kind, by name or number; may be repeated")
+  record_filter& filter = options.filter;
+  const auto add_kinds = [&filter](const std::vector<std::string>& kinds) {
+    for (const std::string& kind : kinds) filter.kinds[read_kind(kind)] = true;
+  };
+  // Options that may be repeated take one value each time, so that the run can follow them.
+  narrow_down(command.add_option_function<std::vector<std::string>>(
+                  "--kind", add_kinds, "Only records of this kind, by name or number; may be repeated"),
+              "KIND")
       ->allow_extra_args(false);
-  narrow_down("--producer", options.filter.producers, "NUMBER",
-              "Only records of the trace file with this number; may be repeated")
+  narrow_down(command.add_option("--producer", filter.producers,
+                                 "Only records of the trace file with this number; may be repeated"),
+              "NUMBER")
       ->allow_extra_args(false)
       ->transform(number_of<int>());
-  narrow_down("--from", options.filter.from, "TICKS", "Only records with this timestamp or a later one")
+  narrow_down(command.add_option("--from", filter.from, "Only records with this timestamp or a later one"),
+              "TICKS")
       ->transform(number_of<std::uint64_t>());
-  narrow_down("--to", options.filter.to, "TICKS", "Only records with this timestamp or an earlier one")
+  narrow_down(command.add_option("--to", filter.to, "Only records with this timestamp or an earlier one"),
+              "TICKS")
       ->transform(number_of<std::uint64_t>());
-  try {
-    app.parse(argc, argv);
-    for (const std::string& kind : kinds) options.filter.kinds[read_kind(kind)] = true;
+  command.final_callback([&options] {
     if (options.filter.from > options.filter.to) throw CLI::ValidationError("--from", "is later than --to");
-  } catch (const CLI::ParseError& end) {
-    return {std::nullopt, app.exit(end) == 0 ? exit_sound : exit_usage};
-  }
-  options.stem = resolve_stem(stem);
-  return {options, exit_sound};
+    options.stem = find_trace_stem(options.stem);
+  });
 }

@@ -3,11 +3,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <iostream>
 #include <memory>
 
 #include "kzr/common/captured_output.h"
+#include "kzr/common/complaint.h"
 #include "kzr/common/printable.h"
 #include "kzr/common/progress_bar.h"
 #include "kzr/dump/dump_options.h"
@@ -57,8 +57,7 @@ bool is_whole(const file_inventory& files, const numbering_gap& gap, const multi
   const bool has_damage = reader.damaged_files() > 0 || reader.opened_files() < files.count ||
                           !gap.unread.empty() || files.count == 0;
   if (has_damage) {
-    std::fprintf(stderr, "kzrdump: %s: not all records could be read; the summary says why\n",
-                 printable(stem).c_str());
+    complain(stem + ": not all records could be read; the summary says why");
   }
   return !has_damage;
 }
