@@ -7,51 +7,15 @@
 namespace kzr {
 namespace {
 
-/// Numbers of the record kinds in the binary form.
-enum record_kind : std::uint8_t {
-  kind_definition,
-  kind_api_version,
-  kind_domain,
-  kind_wide_domain,
-  kind_id_create,
-  kind_id_destroy,
-  kind_metadata,
-  kind_metadata_string,
-  kind_wide_metadata_string,
-  kind_relation,
-  kind_string_handle,
-  kind_wide_string_handle,
-  kind_task_begin,
-  kind_task_end,
-  kind_task_group,
-  kind_region_begin,
-  kind_region_end,
-  kind_end_of_records,
-};
-
-/// Names of the record kinds in the XML form.
-constexpr std::array<const char*, 18> kind_names = {"definition",
-                                                    "api_version",
-                                                    "domain_createA",
-                                                    "domain_createW",
-                                                    "id_create",
-                                                    "id_destroy",
-                                                    "metadata",
-                                                    "metadata_stringA",
-                                                    "metadata_stringW",
-                                                    "relation",
-                                                    "string_handle_createA",
-                                                    "string_handle_createW",
-                                                    "task_begin",
-                                                    "task_end",
-                                                    "task_group",
-                                                    "region_begin",
-                                                    "region_end",
-                                                    "end_of_records"};
-
 constexpr std::size_t longest_name = 255;
 
-std::uint8_t name_length(std::size_t length) { return static_cast<std::uint8_t>(length); }
+/// What fits a length of one byte.
+template <class Text>
+Text cut_to_name(Text text) {
+  return text.substr(0, longest_name);
+}
+
+std::uint8_t length_byte(std::size_t length) { return static_cast<std::uint8_t>(length); }
 
 }  // namespace
 
@@ -72,72 +36,50 @@ trace_encoder& trace_encoder::at(std::uint64_t timestamp) {
   return *this;
 }
 
+template <class... Fields>
+trace_encoder& trace_encoder::add_record(record_kind kind, const Fields&... fields) {
+  begin_record(kind);
+  (add(fields), ...);
+  return end_record();
+}
+
 trace_encoder& trace_encoder::definition(std::uint8_t first, std::string_view text, std::uint8_t second,
                                          std::uint8_t third) {
-  text = text.substr(0, longest_name);
-  begin_record(kind_definition);
-  add_byte(first);
-  add_byte(name_length(text.size()));
-  add_text(text);
-  add_byte(second);
-  add_byte(third);
-  end_record();
-  return *this;
+  text = cut_to_name(text);
+  return add_record(record_kind::definition, first, length_byte(text.size()), text, second, third);
 }
 
 trace_encoder& trace_encoder::api_version(std::string_view text) {
-  text = text.substr(0, longest_name);
-  begin_record(kind_api_version);
-  add_byte(name_length(text.size()));
-  add_text(text);
-  end_record();
-  return *this;
+  text = cut_to_name(text);
+  return add_record(record_kind::api_version, length_byte(text.size()), text);
 }
 
 trace_encoder& trace_encoder::domain(std::uint64_t handle, std::string_view name) {
-  name = name.substr(0, longest_name);
-  begin_record(kind_domain);
-  add_number(handle);
-  add_byte(name_length(name.size()));
-  add_text(name);
-  end_record();
-  return *this;
+  name = cut_to_name(name);
+  return add_record(record_kind::domain_create_a, handle, length_byte(name.size()), name);
 }
 
 trace_encoder& trace_encoder::wide_domain(std::uint64_t handle, std::u16string_view name) {
-  name = name.substr(0, longest_name);
-  begin_record(kind_wide_domain);
-  add_number(handle);
-  add_byte(name_length(name.size()));
-  add_wide_text(name);
-  end_record();
-  return *this;
+  name = cut_to_name(name);
+  return add_record(record_kind::domain_create_w, handle, length_byte(name.size()), name);
 }
 
 trace_encoder& trace_encoder::id_create(std::uint64_t domain, const object_id& id) {
-  begin_record(kind_id_create);
-  add_number(domain);
-  add_id(id);
-  end_record();
-  return *this;
+  return add_record(record_kind::id_create, domain, id);
 }
 
 trace_encoder& trace_encoder::id_destroy(std::uint64_t domain, const object_id& id) {
-  begin_record(kind_id_destroy);
-  add_number(domain);
-  add_id(id);
-  end_record();
-  return *this;
+  return add_record(record_kind::id_destroy, domain, id);
 }
 
 trace_encoder& trace_encoder::metadata(std::uint64_t domain, const object_id& id, std::uint64_t key,
                                        value_type type, std::uint64_t count, std::uint64_t value) {
-  begin_record(kind_metadata);
-  add_number(domain);
-  add_id(id);
-  add_number(key);
-  add_byte(static_cast<std::uint8_t>(type));
-  add_number(count);
+  begin_record(record_kind::metadata);
+  add(domain);
+  add(id);
+  add(key);
+  add(static_cast<std::uint8_t>(type));
+  add(count);
   if (count == 1) {
     if (form_ == trace_form::xml) {
       add_element("value", type == value_type::u32 ? static_cast<std::uint32_t>(value) : value);
@@ -145,119 +87,58 @@ trace_encoder& trace_encoder::metadata(std::uint64_t domain, const object_id& id
       add_little_endian(value, type == value_type::u64 ? 8 : 4);
     }
   }
-  end_record();
-  return *this;
+  return end_record();
 }
 
 trace_encoder& trace_encoder::metadata_string(std::uint64_t domain, const object_id& id, std::uint64_t key,
                                               std::string_view value) {
-  begin_record(kind_metadata_string);
-  add_number(domain);
-  add_id(id);
-  add_number(key);
-  add_number(value.size());
-  add_text(value);
-  end_record();
-  return *this;
+  return add_record(record_kind::metadata_string_a, domain, id, key, std::uint64_t{value.size()}, value);
 }
 
 trace_encoder& trace_encoder::wide_metadata_string(std::uint64_t domain, const object_id& id,
                                                    std::uint64_t key, std::u16string_view value) {
-  begin_record(kind_wide_metadata_string);
-  add_number(domain);
-  add_id(id);
-  add_number(key);
-  add_number(value.size());
-  add_wide_text(value);
-  end_record();
-  return *this;
+  return add_record(record_kind::metadata_string_w, domain, id, key, std::uint64_t{value.size()}, value);
 }
 
 trace_encoder& trace_encoder::relation(std::uint64_t domain, const object_id& head, relation_code code,
                                        const object_id& tail) {
-  begin_record(kind_relation);
-  add_number(domain);
-  add_id(head);
-  add_byte(static_cast<std::uint8_t>(code));
-  add_id(tail);
-  end_record();
-  return *this;
+  return add_record(record_kind::relation, domain, head, static_cast<std::uint8_t>(code), tail);
 }
 
 trace_encoder& trace_encoder::string_handle(std::uint64_t handle, std::string_view text) {
-  text = text.substr(0, longest_name);
-  begin_record(kind_string_handle);
-  add_number(handle);
-  add_byte(name_length(text.size()));
-  add_text(text);
-  end_record();
-  return *this;
+  text = cut_to_name(text);
+  return add_record(record_kind::string_handle_create_a, handle, length_byte(text.size()), text);
 }
 
 trace_encoder& trace_encoder::wide_string_handle(std::uint64_t handle, std::u16string_view text) {
-  text = text.substr(0, longest_name);
-  begin_record(kind_wide_string_handle);
-  add_number(handle);
-  add_byte(name_length(text.size()));
-  add_wide_text(text);
-  end_record();
-  return *this;
+  text = cut_to_name(text);
+  return add_record(record_kind::string_handle_create_w, handle, length_byte(text.size()), text);
 }
 
 trace_encoder& trace_encoder::task_begin(std::uint64_t domain, const object_id& id, const object_id& parent,
                                          std::uint64_t name, std::uint64_t extra) {
-  begin_record(kind_task_begin);
-  add_number(domain);
-  add_id(id);
-  add_id(parent);
-  add_number(name);
-  add_number(extra);
-  end_record();
-  return *this;
+  return add_record(record_kind::task_begin, domain, id, parent, name, extra);
 }
 
 trace_encoder& trace_encoder::task_end(std::uint64_t domain) {
-  begin_record(kind_task_end);
-  add_number(domain);
-  end_record();
-  return *this;
+  return add_record(record_kind::task_end, domain);
 }
 
 trace_encoder& trace_encoder::task_group(std::uint64_t domain, const object_id& id, const object_id& parent,
                                          std::uint64_t name) {
-  begin_record(kind_task_group);
-  add_number(domain);
-  add_id(id);
-  add_id(parent);
-  add_number(name);
-  end_record();
-  return *this;
+  return add_record(record_kind::task_group, domain, id, parent, name);
 }
 
 trace_encoder& trace_encoder::region_begin(std::uint64_t domain, const object_id& id, const object_id& parent,
                                            std::uint64_t name) {
-  begin_record(kind_region_begin);
-  add_number(domain);
-  add_id(id);
-  add_id(parent);
-  add_number(name);
-  end_record();
-  return *this;
+  return add_record(record_kind::region_begin, domain, id, parent, name);
 }
 
 trace_encoder& trace_encoder::region_end(std::uint64_t domain, const object_id& id) {
-  begin_record(kind_region_end);
-  add_number(domain);
-  add_id(id);
-  end_record();
-  return *this;
+  return add_record(record_kind::region_end, domain, id);
 }
 
-trace_encoder& trace_encoder::end() {
-  begin_record(kind_end_of_records);
-  end_record();
-  return close_document();
-}
+trace_encoder& trace_encoder::end() { return add_record(record_kind::end_of_records).close_document(); }
 
 trace_encoder& trace_encoder::close_document() {
   if (form_ == trace_form::xml) bytes_ += "</trace>\n";
@@ -266,24 +147,25 @@ trace_encoder& trace_encoder::close_document() {
 
 std::string trace_encoder::take() { return std::exchange(bytes_, {}); }
 
-void trace_encoder::begin_record(std::uint8_t kind) {
+void trace_encoder::begin_record(record_kind kind) {
   if (form_ == trace_form::binary) {
     bytes_ += static_cast<char>(kind);
     add_little_endian(time_, 8);
   } else {
     bytes_ += "<record><kind>";
-    bytes_ += kind_names[kind];
+    bytes_ += describe(kind).name;
     bytes_ += "</kind>";
     add_element("time", time_);
   }
   ++time_;
 }
 
-void trace_encoder::end_record() {
+trace_encoder& trace_encoder::end_record() {
   if (form_ == trace_form::xml) bytes_ += "</record>\n";
+  return *this;
 }
 
-void trace_encoder::add_number(std::uint64_t value) {
+void trace_encoder::add(std::uint64_t value) {
   if (form_ == trace_form::binary) {
     add_little_endian(value, 8);
   } else {
@@ -291,7 +173,7 @@ void trace_encoder::add_number(std::uint64_t value) {
   }
 }
 
-void trace_encoder::add_byte(std::uint8_t value) {
+void trace_encoder::add(std::uint8_t value) {
   if (form_ == trace_form::binary) {
     bytes_ += static_cast<char>(value);
   } else {
@@ -299,7 +181,7 @@ void trace_encoder::add_byte(std::uint8_t value) {
   }
 }
 
-void trace_encoder::add_id(const object_id& id) {
+void trace_encoder::add(const object_id& id) {
   if (form_ == trace_form::binary) {
     add_little_endian(id.d1, 8);
     add_little_endian(id.d2, 8);
@@ -313,7 +195,7 @@ void trace_encoder::add_id(const object_id& id) {
   }
 }
 
-void trace_encoder::add_text(std::string_view text) {
+void trace_encoder::add(std::string_view text) {
   if (form_ == trace_form::binary) {
     bytes_ += text;
   } else {
@@ -324,7 +206,7 @@ void trace_encoder::add_text(std::string_view text) {
   }
 }
 
-void trace_encoder::add_wide_text(std::u16string_view text) {
+void trace_encoder::add(std::u16string_view text) {
   if (form_ == trace_form::xml) bytes_ += "<text>";
   for (const char16_t character : text) {
     bytes_ += static_cast<char>(character & 0xff);

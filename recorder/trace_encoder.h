@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "reader/record_descriptions.h"
+
 namespace kzr {
 
 /// The two forms of a trace file; both carry the same records.
@@ -98,13 +100,16 @@ class trace_encoder {
   void clear() { bytes_.clear(); }
 
  private:
-  void begin_record(std::uint8_t kind);
-  void end_record();
-  void add_number(std::uint64_t value);
-  void add_byte(std::uint8_t value);
-  void add_id(const object_id& id);
-  void add_text(std::string_view text);
-  void add_wide_text(std::u16string_view text);
+  /// A record of these fields, in the order of its description.
+  template <class... Fields>
+  trace_encoder& add_record(record_kind kind, const Fields&... fields);
+  void begin_record(record_kind kind);
+  trace_encoder& end_record();
+  void add(std::uint64_t value);
+  void add(std::uint8_t value);
+  void add(const object_id& id);
+  void add(std::string_view text);
+  void add(std::u16string_view text);
   void add_little_endian(std::uint64_t value, int size_bytes);
   void add_element(const char* name, std::uint64_t value);
 

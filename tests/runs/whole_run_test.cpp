@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <map>
-#include <random>
 #include <string>
 
 #include "support/golden.h"
@@ -157,77 +154,6 @@ TEST_F(whole_run, of_many_keys_and_names) {
   file.relation(flow, out, relation_code::makes_edge_to, other_in);
   file.relation(flow, out, relation_code::makes_edge_to, in);
   expect_run("keys_and_names", {file.end().take()}, "");
-}
-
-/// A run of random records about few objects: identifiers that stand for one thing after another, relations
-/// between anything and anything. Some `handles` that nobody names come first.
-std::string random_run(unsigned seed, std::size_t handles) {
-  std::mt19937 random(seed);
-  const auto one_of = [&random](const auto& choices) { return choices[random() % std::size(choices)]; };
-  constexpr std::uint64_t kinds[] = {10, 11, 12, 12, 13, 14, 14, 15, 15, 16};
-  constexpr relation_code codes[] = {relation_code::makes_edge_to, relation_code::makes_edge_to,
-                                     relation_code::removes_edge_to, relation_code::is_child_of,
-                                     relation_code::is_parent_of};
-  kzr::trace_encoder file = recorded();
-  for (std::size_t i = 0; i < handles; ++i) file.string_handle(1'000'000 + i, "x");
-  file.at(100'000).domain(flow, "pwl.flow").string_handle(10, "graph").string_handle(11, "composite_node");
-  file.string_handle(12, "all::node::pwl::function_node").string_handle(13, "queue_node");
-  file.string_handle(14, "input_port0").string_handle(15, "output_port0").string_handle(16, "split_node");
-  file.string_handle(17, "object_name").string_handle(18, "code_address");
-  file.task_group(flow, graph, nothing, 10);
-  const auto id = [&] {
-    const std::uint64_t number = random() % 40;
-    return number == 0 ? nothing : number == 1 ? graph : object_id{100 + number / 4, number % 4, 0};
-  };
-  for (int i = 0; i < 3'000; ++i) {
-    file.at(200'000 + static_cast<std::uint64_t>(i));
-    switch (random() % 8) {
-      case 0:
-        file.task_group(flow, id(), graph, one_of(kinds));
-        break;
-      case 1:
-        file.task_group(flow, id(), id(), one_of(kinds));
-        break;
-      case 2:
-        file.metadata_string(flow, id(), 17, "name");
-        break;
-      case 3:
-        file.metadata(flow, id(), 18, kzr::value_type::u64, 1, 5000 + random() % 9);
-        break;
-      case 4:
-        file.task_begin(flow, id(), id(), 12, 2).task_end(flow);
-        break;
-      case 5:
-        file.region_begin(flow, id(), id(), 12).region_end(flow, id());
-        break;
-      default:
-        file.relation(flow, id(), one_of(codes), id());
-        break;
-    }
-  }
-  return file.end().take();
-}
-
-// What a large model is looked up ahead for must not show in the outputs.
-TEST_F(whole_run, of_a_large_model_is_like_that_of_a_small_one) {
-  for (unsigned seed = 0; seed < 8; ++seed) {
-    SCOPED_TRACE(seed);
-    std::map<std::string, std::string> outputs[2];
-    program_result results[2];
-    for (const bool is_large : {false, true}) {
-      const scratch_directory directory;
-      write_file(directory / "_kzr.0", random_run(seed, is_large ? 20'000 : 0));
-      results[is_large] = run_kzr2xml({"run"}, directory.path(), {});
-      std::filesystem::remove(directory / "_kzr.0");
-      for (const auto& entry : std::filesystem::directory_iterator(directory.path())) {
-        outputs[is_large][entry.path().filename()] = read_file(entry.path());
-      }
-    }
-    EXPECT_EQ(results[true].exit_status, results[false].exit_status);
-    EXPECT_EQ(results[true].err, results[false].err);
-    EXPECT_GE(outputs[true].size(), 2u);
-    EXPECT_EQ(outputs[true], outputs[false]);
-  }
 }
 
 TEST_F(whole_run, without_records) { expect_run("empty", {recorded().end().take()}, ""); }
