@@ -6,12 +6,16 @@
 
 #include <array>
 #include <csignal>
-#include <memory>
-#include <utility>
+#include <string>
 
-#include "graphml/graphml_file.h"
+#include "driver/record_loop.h"
+#include "graphml/graphml_writer.h"
+#include "model/kzr_data_manager.h"
+#include "processor/image_table.h"
 #include "processor/kzr_record_processor.h"
+#include "processor/timeline_replay.h"
 #include "reader/multifile_reader.h"
+#include "traceml/kzr_traceml_writer.h"
 
 void raise_open_file_limit() {
   rlimit limit{};
@@ -55,18 +59,18 @@ multifile_reader open_traces(const std::string& stem) {
 }  // namespace
 
 void convert(const run_settings& settings) {
-  // The reader keeps the texts that the model points at, so it goes last.
-  multifile_reader reader = open_traces(settings.trace_stem);
-  kzr_record_processor processor(settings.run_name, reader.frequency(), reader.concurrency(),
-                                 settings.omp_experimental);
-  trace_record record;
-  while (reader.next_record(record)) processor.process_record(record);
-  processor.write_zup_output();
-  kzr_data_manager& dm = processor.data_manager();
-  // Post-processing may append files, which are post-processed too.
-  for (std::size_t i = 0; i < dm.files().size(); ++i) {
-    const std::shared_ptr<graphml_file> file = dm.files()[i];
-    file->post_process(&dm);
-  }
-  processor.dump_trace();
+  multifile_reader traces = open_traces(settings.trace_stem);
+  kzr_data_manager model(settings.run_name);
+  kzr_traceml_writer timeline(model, settings.run_name + ".traceml", traces.frequency(),
+                              traces.concurrency());
+  image_table images = read_image_table();
+  kzr_record_processor processor(model, images, settings.omp_experimental != 0);
+  process_records(traces, model, processor);
+  write_zup_output(images);
+  model.complete_inner_graphs();
+  timeline.platform_creation(std::stoi(traces.concurrency()));
+  timeline.meta_head_creation(processor.collected().cores(), processor.collected().threads());
+  replay_events(processor.collected().events(), model, timeline);
+  timeline.close();
+  graphml_writer(model).write_files();
 }

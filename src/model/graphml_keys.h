@@ -1,14 +1,15 @@
 #pragma once
 
-#include <map>
-#include <memory>
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "model/key_symbol.h"
 
-/// The GraphML keys of a run by the name under which the program looks them up, which is not always the name
-/// of the attribute. Keys are numbered in the order of their registration.
+/// The GraphML keys of a run. They are numbered in the order of their registration; registering keys again
+/// gives them new numbers.
 class graphml_keys {
  public:
   /// Registers the keys that every document declares.
@@ -22,9 +23,9 @@ class graphml_keys {
   void add_streaming_node_key();
 
   /// The id of the key stored under `name`; aborts when there is none.
-  [[nodiscard]] std::string get_id(const std::string& name) const;
-  /// All keys by the name they are looked up under.
-  [[nodiscard]] const std::map<std::string, std::shared_ptr<key_symbol>>& all() const { return keys_; }
+  [[nodiscard]] std::string get_id(std::string_view name) const;
+  /// All keys by number.
+  [[nodiscard]] std::vector<key_symbol> by_number() const;
 
   /// Ids that nearly every node needs. The id for join policies is empty until the flow-graph keys exist.
   [[nodiscard]] const std::string& object_name() const { return object_name_; }
@@ -34,14 +35,21 @@ class graphml_keys {
   [[nodiscard]] const std::string& join_policy() const { return join_policy_; }
 
  private:
-  std::shared_ptr<key_symbol> add(const char* name_space, const char* target, const char* attribute_type,
-                                  const std::string& attribute_name, const std::string& name);
+  /// Keys of one group, which are registered together.
+  struct key_group {
+    std::size_t first = 0;
+    std::size_t count = 0;
+  };
 
-  std::map<std::string, std::shared_ptr<key_symbol>> keys_;
-  // In the order of their registration, so that registering them again only has to number them again.
-  std::vector<std::shared_ptr<key_symbol>> composite_node_keys_;
-  std::shared_ptr<key_symbol> streaming_node_key_;
-  bool has_flow_graph_keys_ = false;
+  void add(const std::string& name_space, const char* target, const char* attribute_type,
+           const std::string& attribute_name, const std::string& name);
+  void renumber(const key_group& group);
+
+  std::vector<key_symbol> keys_;
+  std::uint64_t next_number_ = 0;
+  key_group flow_graph_keys_;
+  key_group composite_node_keys_;
+  key_group streaming_node_key_;
   std::string object_name_;
   std::string plugin_;
   std::string node_type_;

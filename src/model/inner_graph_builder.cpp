@@ -4,25 +4,24 @@
 #include <cstddef>
 
 #include "model/kzr_data_manager.h"
+#include "model/port_symbol.h"
+#include "model/subgraph_node_symbol.h"
 
 void inner_graph_builder::build() {
-  collect_symbols();
+  collect_composites();
   find_innermost_ports();
   index_edges();
   claim_boundary_nodes();
   fill_all();
-  list_nested_composites();
+  hide_insides();
   place_edges();
 }
 
-void inner_graph_builder::collect_symbols() {
-  for (graph_symbol* const graph : dm_.graphs()) {
-    const std::vector<edge_symbol*> edges = graph->added_edges();
-    edges_.insert(edges_.end(), edges.begin(), edges.end());
+void inner_graph_builder::collect_composites() {
+  for (const graph_symbol* const graph : dm_.graphs()) {
     if (auto* const composite = graph->composite_node()) composites_.push_back(composite);
   }
-  std::ranges::sort(edges_, {}, &edge_symbol::number);
-  states_.resize(node_symbol::node_count);
+  states_.resize(dm_.counts().nodes);
   for (const subgraph_node_symbol* const composite : composites_) {
     const subgraph_node_symbol* const around = composite->own_graph().composite_node();
     if (around != nullptr) state_of(*around).holds_composites = true;
@@ -34,20 +33,18 @@ inner_graph_builder::node_state& inner_graph_builder::state_of(const node_symbol
 }
 
 void inner_graph_builder::find_innermost_ports() {
-  std::vector<port_symbol*> way;
-  const auto follow = [this, &way](port_symbol* port) {
-    way.clear();
-    while (innermost_.find(port) == nullptr) {
-      port_symbol* const inner = port->aliased_child();
-      if (inner == nullptr || inner->outer_port() != port) break;
-      // Until more is known the port stands for itself, which also ends a way that comes back to it.
-      innermost_.place(port) = port;
-      way.push_back(port);
-      port = inner;
+  std::vector<port_symbol*> passed;
+  const auto follow = [this, &passed](port_symbol* port) {
+    passed.clear();
+    // Until more is known a port stands for itself, which also ends links that come back to it.
+    while (port->aliased_child() != nullptr && port->aliased_child()->outer_port() == port &&
+           innermost_.emplace(port, port).second) {
+      passed.push_back(port);
+      port = port->aliased_child();
     }
-    port_symbol* const* const known = innermost_.find(port);
-    port_symbol* const end = known != nullptr ? *known : port;
-    for (port_symbol* const passed : way) innermost_.place(passed) = end;
+    const auto known = innermost_.find(port);
+    port_symbol* const end = known != innermost_.end() ? known->second : port;
+    for (const port_symbol* const outer : passed) innermost_[outer] = end;
   };
   for (const subgraph_node_symbol* const composite : composites_) {
     for (port_symbol* const port : composite->input_ports()) follow(port);
@@ -58,33 +55,29 @@ void inner_graph_builder::find_innermost_ports() {
 port_symbol& inner_graph_builder::innermost(port_symbol& port) const {
   // Only few ports have an inner port, and most calls are for others.
   if (port.aliased_child() == nullptr) return port;
-  port_symbol* const* const inner = innermost_.find(&port);
-  return inner != nullptr ? **inner : port;
-}
-
-std::size_t inner_graph_builder::index_of(const port_symbol& port) {
-  static_assert(sizeof(port_symbol) >= symbol_list::stride_bytes);
-  return symbol_list::position_of(&port) / symbol_list::position_stride;
+  const auto inner = innermost_.find(&port);
+  return inner != innermost_.end() ? *inner->second : port;
 }
 
 void inner_graph_builder::index_edges() {
   // Counts first, so that all neighbours fit one array; the counts then become positions.
-  neighbours_begin_.assign(dm_.symbols().end_position() / symbol_list::position_stride + 2, 0);
+  neighbours_begin_.assign(dm_.counts().ports + std::size_t{1}, 0);
   const auto for_each_end = [this](auto visit) {
-    for (const edge_symbol* const edge : edges_) {
-      if (!edge->live()) continue;
-      port_symbol& first = innermost(edge->first());
-      port_symbol& second = innermost(edge->second());
-      visit(index_of(first), second);
-      visit(index_of(second), first);
+    for (std::uint32_t number = 0; number < dm_.edges().size(); ++number) {
+      const edge_symbol& edge = dm_.edges().get(number);
+      if (!edge.is_live()) continue;
+      port_symbol& first = innermost(edge.first());
+      port_symbol& second = innermost(edge.second());
+      visit(first.number(), second);
+      visit(second.number(), first);
     }
   };
-  for_each_end([this](std::size_t index, port_symbol&) { ++neighbours_begin_[index]; });
+  for_each_end([this](std::uint32_t port, port_symbol&) { ++neighbours_begin_[port]; });
   std::uint32_t end = 0;
   for (std::uint32_t& begin : neighbours_begin_) begin = end += begin;
   neighbours_.resize(end);
   for_each_end(
-      [this](std::size_t index, port_symbol& other) { neighbours_[--neighbours_begin_[index]] = &other; });
+      [this](std::uint32_t port, port_symbol& other) { neighbours_[--neighbours_begin_[port]] = &other; });
 }
 
 bool inner_graph_builder::is_inside(const subgraph_node_symbol& inner,
@@ -106,9 +99,9 @@ bool inner_graph_builder::claim(subgraph_node_symbol& composite, node_symbol& no
       state_of(composite).holds_composites = true;
     }
     state.claimed = true;
-    node.set_sub_graph(composite);
+    composite.inner_graph().take_node(node);
   }
-  return &node.own_graph() == &composite;
+  return &node.own_graph() == &composite.inner_graph();
 }
 
 void inner_graph_builder::claim_boundary_nodes() {
@@ -157,17 +150,17 @@ void inner_graph_builder::fill_all() {
 void inner_graph_builder::count_unlinked_ports(const subgraph_node_symbol& composite) {
   for (const port_symbol* const port : composite.input_ports()) {
     if (port->aliased_child() == nullptr) {
-      dm_.count_warning("Parsing composite node: Input port without aliased child found!");
+      dm_.warnings().count("Parsing composite node: Input port without aliased child found!");
     }
   }
   for (const port_symbol* const port : composite.output_ports()) {
     if (port->aliased_child() == nullptr) {
-      dm_.count_warning("Parsing Composite node: Output port without aliased child found!");
+      dm_.warnings().count("Parsing Composite node: Output port without aliased child found!");
     }
   }
   for (const port_symbol* const port : composite.aliased_ports()) {
     if (port->outer_port() == nullptr) {
-      dm_.count_warning("Parsing composite node: Aliased port without parent found!");
+      dm_.warnings().count("Parsing composite node: Aliased port without parent found!");
     }
   }
 }
@@ -181,7 +174,7 @@ void inner_graph_builder::start_fill(subgraph_node_symbol& composite) {
 
 void inner_graph_builder::enter(subgraph_node_symbol& composite, node_symbol& node) {
   node_state& state = state_of(node);
-  if (state.entered || &node.own_graph() != &composite) return;
+  if (state.entered || &node.own_graph() != &composite.inner_graph()) return;
   state.claimed = true;
   state.entered = true;
   // What was pushed last is done first: an inner composite node is filled before the outer one goes on there.
@@ -198,8 +191,8 @@ void inner_graph_builder::follow_edges(subgraph_node_symbol& composite, const no
     for (port_symbol* const port : ports) {
       // What is behind a port that stands for an outer one is outside.
       if (port->outer_port() != nullptr) continue;
-      const std::size_t index = index_of(innermost(*port));
-      for (std::uint32_t i = neighbours_begin_[index]; i < neighbours_begin_[index + 1]; ++i) {
+      const std::uint32_t number = innermost(*port).number();
+      for (std::uint32_t i = neighbours_begin_[number]; i < neighbours_begin_[number + 1]; ++i) {
         reach(composite, *neighbours_[i], composites);
       }
     }
@@ -215,7 +208,7 @@ void inner_graph_builder::reach(subgraph_node_symbol& composite, port_symbol& po
   while (true) {
     node_symbol& node = reached->node();
     const bool is_meant = (symbol_cast<subgraph_node_symbol>(&node) != nullptr) == composites;
-    if (&node.own_graph() == &composite) {
+    if (&node.own_graph() == &composite.inner_graph()) {
       if (is_meant) enter(composite, node);
       return;
     }
@@ -237,7 +230,7 @@ std::uint32_t inner_graph_builder::level_of(const graph_symbol& graph) const {
 }
 
 void inner_graph_builder::measure_levels() {
-  levels_.assign(subgraph_node_symbol::subgraph_node_count, 0);
+  levels_.assign(composites_.size(), 0);
   std::vector<subgraph_node_symbol*> way_up;
   for (subgraph_node_symbol* composite : composites_) {
     for (; composite != nullptr && levels_[composite->composite_number()] == 0;
@@ -250,19 +243,18 @@ void inner_graph_builder::measure_levels() {
   }
 }
 
-void inner_graph_builder::list_nested_composites() {
+/// Shows nothing of what is inside a composite node whose inside is code for another device.
+void inner_graph_builder::hide_insides() {
   for (subgraph_node_symbol* const composite : composites_) {
-    composite->set_inner_visibility(&dm_);
-    composite->clear_nested_composites();
+    if (dm_.is_streaming_node(*composite)) composite->hide_inner_graph();
   }
-  // The outermost first: what is hidden hides what is inside it.
   order_by_depth();
+  // The outermost first: what is hidden hides what is inside it.
   for (auto inner = composites_.rbegin(); inner != composites_.rend(); ++inner) {
-    subgraph_node_symbol* const around = (*inner)->own_graph().composite_node();
-    if (around == nullptr) continue;
-    around->add_nested_composite(**inner);
-    // Nothing is shown of what a graph holds that is not shown itself.
-    if (!around->inner_visible()) (*inner)->hide();
+    const subgraph_node_symbol* const around = (*inner)->own_graph().composite_node();
+    if (around == nullptr || around->inner_visible()) continue;
+    (*inner)->hide_inner_graph();
+    (*inner)->set_visible(false);
   }
 }
 
@@ -344,9 +336,10 @@ port_symbol& inner_graph_builder::shown_end(const graph_symbol& graph, port_symb
 
 void inner_graph_builder::place_edges() {
   number_composites();
-  for (edge_symbol* const edge : edges_) {
-    port_symbol* first = &edge->first();
-    port_symbol* second = &edge->second();
+  for (std::uint32_t number = 0; number < dm_.edges().size(); ++number) {
+    edge_symbol& edge = dm_.edges().get(number);
+    port_symbol* first = &edge.first();
+    port_symbol* second = &edge.second();
     // An edge from a composite node into itself starts, or ends, within.
     while (true) {
       if (port_symbol* const inner_first = find_inner_end(*first, second->node())) {
@@ -358,9 +351,7 @@ void inner_graph_builder::place_edges() {
       }
     }
     graph_symbol* graph = find_common_graph(first->node().own_graph(), second->node().own_graph());
-    if (graph == nullptr) graph = &edge->graph();
-    const bool moves_to_other_graph = graph != &edge->graph();
-    edge->place(*graph, shown_end(*graph, *first), shown_end(*graph, *second));
-    if (moves_to_other_graph && edge->live()) graph->add_moved_edge(*edge);
+    if (graph == nullptr) graph = &edge.graph();
+    edge.place(*graph, shown_end(*graph, *first), shown_end(*graph, *second));
   }
 }

@@ -1,12 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <utility>
+#include <unordered_map>
 #include <vector>
 
-#include "common/flat_map.h"
-
-class edge_symbol;
 class graph_symbol;
 class kzr_data_manager;
 class node_symbol;
@@ -27,7 +24,7 @@ class inner_graph_builder {
   void build();
 
  private:
-  void collect_symbols();
+  void collect_composites();
   void find_innermost_ports();
   void index_edges();
   void claim_boundary_nodes();
@@ -36,11 +33,9 @@ class inner_graph_builder {
   void fill_all();
   void count_unlinked_ports(const subgraph_node_symbol& composite);
   void measure_levels();
-  void list_nested_composites();
+  void hide_insides();
   void place_edges();
 
-  /// A number that no other port has.
-  [[nodiscard]] static std::size_t index_of(const port_symbol& port);
   [[nodiscard]] port_symbol& innermost(port_symbol& port) const;
   [[nodiscard]] bool is_inside(const subgraph_node_symbol& inner, const subgraph_node_symbol& outer) const;
   bool claim(subgraph_node_symbol& composite, node_symbol& node);
@@ -69,9 +64,9 @@ class inner_graph_builder {
   kzr_data_manager& dm_;
   /// In the order of creation, then the innermost first.
   std::vector<subgraph_node_symbol*> composites_;
-  std::vector<edge_symbol*> edges_;                ///< by number
-  flat_map<const void*, port_symbol*> innermost_;  ///< of outer ports that an inner port stands for
-  /// The ports at the other ends of the live edges of the port with the index i are `neighbours_` from
+  std::unordered_map<const port_symbol*, port_symbol*>
+      innermost_;  ///< of outer ports that an inner port stands for
+  /// The ports at the other ends of the live edges of the port with the number i are `neighbours_` from
   /// `neighbours_begin_[i]` to `neighbours_begin_[i + 1]`.
   std::vector<std::uint32_t> neighbours_begin_;
   std::vector<port_symbol*> neighbours_;

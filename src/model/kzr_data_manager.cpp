@@ -1,285 +1,176 @@
 #include "model/kzr_data_manager.h"
 
-#include <algorithm>
-#include <cstring>
-#include <utility>
-
-#include "graphml/graphml_file.h"
+#include "model/body_symbol.h"
+#include "model/explicit_task_symbol.h"
+#include "model/implicit_task_symbol.h"
 #include "model/inner_graph_builder.h"
+#include "model/parallel_region_symbol.h"
+#include "model/port_symbol.h"
+#include "model/subgraph_node_symbol.h"
+#include "model/variable_symbol.h"
 
-int enable_subgraph = 0;
+kzr_data_manager::kzr_data_manager(const std::string& name) : files_{{name, {}}} {}
 
-std::string_view domain_text(DomainType type) {
-  switch (type) {
-    case DomainType::pwl:
-      return "pwl";
-    case DomainType::pwl_flow:
-      return "pwl.flow";
-    case DomainType::pwl_algorithm:
-      return "pwl.algorithm";
-    case DomainType::openmp:
-      return "openmp";
-    case DomainType::unknown:
-      break;
-  }
-  return "unknown";
+graph_symbol& kzr_data_manager::add_graph(const ___onx_id& id) {
+  auto& graph = symbols_.make<graph_symbol>(id, counts_.graphs++);
+  graphs_.push_back(&graph);
+  files_.front().graphs.push_back(&graph);
+  return graph;
 }
 
-namespace {
-
-// The second words by which a port says that it stands for its graph's own input or output.
-constexpr std::uint64_t input_alias_word = 37;
-constexpr std::uint64_t output_alias_word = 35;
-
-void start_numbering() {
-  graph_symbol::graph_count = 0;
-  node_symbol::node_count = 0;
-  subgraph_node_symbol::subgraph_node_count = 0;
-  edge_symbol::edge_count = 0;
-  key_symbol::key_count = 0;
-  parallel_region_symbol::parallel_region_count = 0;
-  implicit_task_symbol::implicit_task_count = 0;
-  explicit_task_symbol::explicit_task_count = 0;
-}
-
-/// Starts the numbering before the keys, the first numbered symbols of a run, are made.
-graphml_keys first_keys() {
-  start_numbering();
-  return {};
-}
-
-bool is_kind_change(const string_handles& handles, std::uint64_t handle) {
+bool kzr_data_manager::is_kind_change(std::uint64_t handle) const {
   for (const vocabulary_word word : {vocabulary_word::async_node, vocabulary_word::opencl_node,
                                      vocabulary_word::queue_node, vocabulary_word::priority_queue_node,
                                      vocabulary_word::sequencer_node, vocabulary_word::write_once_node}) {
-    if (handles.is(word, handle)) return true;
+    if (handles_.is(word, handle)) return true;
   }
   return false;
 }
 
-bool is_alias(const ___onx_id& port, const ___onx_id& node, std::uint64_t word) {
-  return port.d1 == node.d1 && port.d2 == word;
-}
-
-}  // namespace
-
-kzr_data_manager::kzr_data_manager(const std::string& name, const std::string&, const std::string&,
-                                   run_outputs outputs)
-    : keys_(first_keys()), outputs_(outputs) {
-  files_.push_back(std::make_shared<graphml_file>(name));
-}
-
-kzr_data_manager::~kzr_data_manager() {
-  if (outputs_ == run_outputs::none) return;
-  for (const auto& file : files_) file->write(*this);
-}
-
-std::shared_ptr<kzr_symbol> kzr_data_manager::get_sym(const ___onx_id& id) const {
-  return symbols_.at(position_of(id));
-}
-
-template <class T>
-std::shared_ptr<T> kzr_data_manager::enter(T& symbol) {
-  const ___onx_id id = symbol.onx_id();
-  table_.put(flat_hash{}(id), symbol_list::position_of(&symbol),
-             [this, &id](std::uint32_t position) { return symbols_.get(position).onx_id() == id; });
-  if (id == last_parent_.first) last_parent_.second = &symbol;
-  return kzr_symbol::share(symbol);
-}
-
-std::shared_ptr<graph_symbol> kzr_data_manager::add_graph(const ___onx_id& id, node_symbol* parent,
-                                                          unsigned long handle) {
-  auto graph = enter(symbols_.make<graph_symbol>(id, parent, handle));
-  graphs_.push_back(graph.get());
-  graph->set_file(files_.back().get());
-  files_.back()->add_graph(graph);
-  return graph;
-}
-
-std::shared_ptr<node_symbol> kzr_data_manager::add_node(const ___onx_id& id, graph_symbol& graph,
-                                                        unsigned long handle) {
-  const bool splits_existing = handles_.is(vocabulary_word::split_node, handle) && graph.has_node_with(id.d1);
-  if (is_kind_change(handles_, handle) || splits_existing) {
-    if (node_symbol* const changed = graph.transform_node(id, handle)) return kzr_symbol::share(*changed);
-    count_warning("Transforming basic node failed: Fallback creating new node!");
+node_symbol& kzr_data_manager::add_node(const ___onx_id& id, graph_symbol& graph, std::uint64_t handle) {
+  const bool splits_existing =
+      handles_.is(vocabulary_word::split_node, handle) && graph.find_node_with(id.d1) != nullptr;
+  if (is_kind_change(handle) || splits_existing) {
+    if (node_symbol* const changed = graph.find_node_with(id.d1)) {
+      changed->set_handle(handle);
+      return *changed;
+    }
+    warnings_.count("Transforming basic node failed: Fallback creating new node!");
   } else if (handles_.is(vocabulary_word::composite_node, handle)) {
-    const auto composite = subgraph_node_symbol::create(symbols_, id, graph, handle);
-    graphs_.push_back(composite.get());
-    return enter(*composite);
+    ++counts_.graphs;
+    auto& composite =
+        symbols_.make<subgraph_node_symbol>(id, graph, handle, counts_.nodes++, counts_.composite_nodes++);
+    graph.add_node(composite);
+    graphs_.push_back(&composite.inner_graph());
+    return composite;
   }
-  auto node = enter(symbols_.make<node_symbol>(id, graph, handle));
-  graph.add_node(*node);
+  auto& node = symbols_.make<node_symbol>(id, graph, handle, counts_.nodes++);
+  graph.add_node(node);
   return node;
 }
 
-int kzr_data_manager::port_index(unsigned long handle) {
+port_symbol& kzr_data_manager::add_port(const ___onx_id& id, node_symbol& node, std::uint64_t handle,
+                                        bool is_input, int offset) {
+  auto& port = symbols_.make<port_symbol>(id, node, handle, is_input, offset, counts_.ports++);
+  node.add_port(port, arena_);
+  node.graph_for_ports().add_port(port);
+  return port;
+}
+
+port_symbol& kzr_data_manager::add_port(const ___onx_id& id, node_symbol& node, std::uint64_t handle) {
   const std::string_view text = handles_.text(handle);
-  return text.empty() ? 0 : text.back() - '0';
+  const int offset = text.empty() ? 0 : text.back() - '0';
+  return add_port(id, node, handle, handles_.is_input_port(handle), offset);
 }
 
-std::shared_ptr<port_symbol> kzr_data_manager::add_input_port(const ___onx_id& id, node_symbol& node,
-                                                              unsigned long handle) {
-  auto port = enter(
-      *port_symbol::create(symbols_, id, node, handle, handles_.is_input_port(handle), port_index(handle)));
-  if (is_alias(id, node.onx_id(), input_alias_word)) node.graph_for_ports().set_input_alias_port(port.get());
-  return port;
+port_symbol& kzr_data_manager::add_input_port(const ___onx_id& id, node_symbol& node, int index) {
+  return add_port(id, node, 0, true, index);
 }
 
-std::shared_ptr<port_symbol> kzr_data_manager::add_output_port(const ___onx_id& id, node_symbol& node,
-                                                               unsigned long handle) {
-  // The direction follows from the handle here too.
-  auto port = enter(
-      *port_symbol::create(symbols_, id, node, handle, handles_.is_input_port(handle), port_index(handle)));
-  if (is_alias(id, node.onx_id(), output_alias_word))
-    node.graph_for_ports().set_output_alias_port(port.get());
-  return port;
+port_symbol& kzr_data_manager::add_output_port(const ___onx_id& id, node_symbol& node, int index) {
+  return add_port(id, node, 0, false, index);
 }
 
-std::shared_ptr<port_symbol> kzr_data_manager::add_input_port(const ___onx_id& id, node_symbol& node,
-                                                              int index) {
-  return enter(*port_symbol::create(symbols_, id, node, 0, true, index));
+void kzr_data_manager::add_body(const ___onx_id& id, const node_symbol& node) {
+  symbols_.make<body_symbol>(id, node);
 }
 
-std::shared_ptr<port_symbol> kzr_data_manager::add_output_port(const ___onx_id& id, node_symbol& node,
-                                                               int index) {
-  return enter(*port_symbol::create(symbols_, id, node, 0, false, index));
-}
-
-std::shared_ptr<edge_symbol> kzr_data_manager::add_edge(port_symbol& source, port_symbol& target) {
-  auto& edge = symbols_.make<edge_symbol>(source, target);
-  edge.graph().add_edge(edge);
-  return kzr_symbol::share(edge);
-}
-
-std::shared_ptr<edge_symbol> kzr_data_manager::remove_edge(const port_symbol& source,
-                                                           const port_symbol& target) {
-  edge_symbol* const edge = source.node().graph_for_ports().remove_edge(source, target);
-  return edge == nullptr ? nullptr : kzr_symbol::share(*edge);
-}
-
-std::shared_ptr<body_symbol> kzr_data_manager::add_body(const ___onx_id& id, node_symbol& node) {
-  auto body = enter(symbols_.make<body_symbol>(id, node));
-  node.set_body(*body);
-  return body;
-}
-
-std::shared_ptr<variable_symbol> kzr_data_manager::add_variable(const ___onx_id& id, graph_symbol& graph,
-                                                                const ___onx_id& first, char kind) {
-  auto variable = enter(symbols_.make<variable_symbol>(id, graph));
-  variable->add_to_stack(first, kind);
-  graph.add_variable(*variable);
+variable_symbol& kzr_data_manager::add_variable(const ___onx_id& id, graph_symbol& graph) {
+  auto& variable = symbols_.make<variable_symbol>(id);
+  graph.add_variable(variable);
   return variable;
 }
 
-std::shared_ptr<parallel_region_symbol> kzr_data_manager::add_parallel_region(const ___onx_id& id,
-                                                                              parallel_region_symbol* parent,
-                                                                              unsigned long handle) {
-  return enter(symbols_.make<parallel_region_symbol>(id, parent, handle));
+void kzr_data_manager::add_parallel_region(const ___onx_id& id, const parallel_region_symbol* parent,
+                                           std::uint64_t handle) {
+  symbols_.make<parallel_region_symbol>(id, parent, handle, counts_.parallel_regions++);
 }
 
-std::shared_ptr<implicit_task_symbol> kzr_data_manager::add_implicit_task(const ___onx_id& id,
-                                                                          parallel_region_symbol* region,
-                                                                          unsigned long handle) {
-  return enter(symbols_.make<implicit_task_symbol>(id, region, handle));
+void kzr_data_manager::add_implicit_task(const ___onx_id& id, const parallel_region_symbol* region) {
+  symbols_.make<implicit_task_symbol>(id, region);
+  ++counts_.implicit_tasks;
 }
 
-std::shared_ptr<explicit_task_symbol> kzr_data_manager::add_explicit_task(const ___onx_id& id,
-                                                                          implicit_task_symbol& task) {
-  return enter(symbols_.make<explicit_task_symbol>(id, task));
+void kzr_data_manager::add_explicit_task(const ___onx_id& id) {
+  symbols_.make<explicit_task_symbol>(id);
+  ++counts_.explicit_tasks;
 }
 
-port_symbol& kzr_data_manager::dependence_output(const ___onx_id& id, node_symbol& producer) {
-  if (auto* const port = find_sym_as<port_symbol>(id)) return *port;
-  return *add_output_port(id, producer, dependence_outputs_[producer.onx_id()]++);
+const edge_symbol& kzr_data_manager::add_edge(port_symbol& source, port_symbol& target) {
+  return edges_.add(source.node().graph_for_ports(), source, target);
 }
 
-port_symbol& kzr_data_manager::dependence_input(const ___onx_id& id, node_symbol& reader) {
-  if (auto* const port = find_sym_as<port_symbol>(id)) return *port;
-  return *add_input_port(id, reader, dependence_inputs_[reader.onx_id()]++);
+const edge_symbol* kzr_data_manager::remove_edge(const port_symbol& source, const port_symbol& target) {
+  return edges_.remove(source.node().graph_for_ports(), source, target);
 }
 
-template <class Text>
-DomainType kzr_data_manager::classify_domain(Text name) {
-  const auto is = [name](std::string_view known) {
-    return std::equal(name.begin(), name.end(), known.begin(), known.end(),
-                      [](auto a, char b) { return a == static_cast<decltype(a)>(b); });
-  };
-  if (is("openmp")) return DomainType::openmp;
-  DomainType type = DomainType::unknown;
-  if (is("pwl")) type = DomainType::pwl;
-  if (is("pwl.flow")) type = DomainType::pwl_flow;
-  if (is("pwl.algorithm")) type = DomainType::pwl_algorithm;
-  if (type != DomainType::unknown) init_domain_pwl();
-  return type;
+void kzr_data_manager::add_metadata(kzr_symbol& symbol, std::uint64_t key, const char* text) {
+  if (auto* const node = symbol_cast<node_symbol>(&symbol)) node->add_metadata(key, text, arena_);
 }
 
-void kzr_data_manager::register_domain(unsigned long handle, const char* name) {
-  const std::unique_ptr<const char[]> owned(name);
-  set_domain(handle, classify_domain(std::string_view(name)));
+void kzr_data_manager::set_code_location(node_symbol& node, std::string_view offset) {
+  node.set_code_location(offset, arena_);
 }
 
-void kzr_data_manager::register_domain(unsigned long handle, const wchar_t* name) {
-  const std::unique_ptr<const wchar_t[]> owned(name);
-  set_domain(handle, classify_domain(std::wstring_view(name)));
+void kzr_data_manager::register_domain(std::uint64_t handle, DomainType type) {
+  if (type != DomainType::unknown && type != DomainType::openmp) keys_.add_flow_graph_keys();
+  domains_.set_type(handle, type);
 }
 
-void kzr_data_manager::set_domain(unsigned long handle, DomainType type) {
-  // A domain that is not known needs no entry, but it must not keep an earlier one.
-  if (type == DomainType::unknown) {
-    domains_.erase(handle);
-  } else {
-    domains_.place(handle) = type;
-  }
-  last_domain_ = {handle, type};
-}
-
-void kzr_data_manager::init_domain_pwl() { keys_.add_flow_graph_keys(); }
-
-void kzr_data_manager::add_string_handle(unsigned long handle, unsigned char, const char* text) {
+void kzr_data_manager::add_string_handle(std::uint64_t handle, const char* text) {
   add_keys_for(handles_.add(handle, text));
 }
 
 void kzr_data_manager::add_nameless_text(std::string_view text) { add_keys_for(handles_.add_nameless(text)); }
 
 void kzr_data_manager::add_keys_for(vocabulary_word word) {
-  switch (word) {
-    case vocabulary_word::composite_node:
-      keys_.add_composite_node_keys();
-      break;
-    case vocabulary_word::opencl_node:
-      keys_.add_streaming_node_key();
-      keys_.add_composite_node_keys();
-      break;
-    default:
-      break;
+  if (word == vocabulary_word::opencl_node) keys_.add_streaming_node_key();
+  if (word == vocabulary_word::opencl_node || word == vocabulary_word::composite_node) {
+    keys_.add_composite_node_keys();
   }
+}
+
+bool kzr_data_manager::is_streaming_node(const node_symbol& node) const {
+  return node.handle() != string_handles::unset && handles_.is(vocabulary_word::opencl_node, node.handle());
 }
 
 void kzr_data_manager::complete_inner_graphs() {
-  if (inner_graphs_complete_) return;
-  inner_graphs_complete_ = true;
-  inner_graph_builder(*this).build();
-}
-
-std::shared_ptr<graphml_file> kzr_data_manager::add_file(subgraph_node_symbol& composite) {
-  auto file = std::make_shared<graphml_file>(composite.get_file_name());
-  file->add_graph(kzr_symbol::share<graph_symbol>(composite));
-  files_.push_back(file);
-  return file;
-}
-
-std::string kzr_data_manager::get_version_string() const {
-  constexpr int numbers[] = {2019, 1, 1, 17941};
-  std::string version;
-  for (const int number : numbers) {
-    if (!version.empty()) version += '.';
-    version += std::to_string(number);
+  if (counts_.composite_nodes > 0) inner_graph_builder(*this).build();
+  for (std::uint32_t number = 0; number < edges_.size(); ++number) {
+    const edge_symbol& edge = edges_.get(number);
+    if (edge.is_live()) edge.graph().list_edge(edge);
   }
-  return version;
+  if (counts_.composite_nodes == 0) return;
+  // What is nested deeper has its turn when the files appended here are looked at.
+  for (std::size_t i = 0; i < files_.size(); ++i) {
+    for (const graph_symbol* const graph : files_[i].graphs) add_files_below(*graph);
+  }
 }
 
-void kzr_data_manager::count_warning(std::string_view message) {
-  auto warning = warnings_.find(message);
-  if (warning == warnings_.end()) warning = warnings_.emplace(message, 0).first;
-  ++warning->second;
+namespace {
+
+/// The composite numbers of a composite node and of those around it, the outermost first.
+std::string numbers_in_file_name(const subgraph_node_symbol& composite) {
+  // From the inside out, in a loop: composite nodes may be nested as deep as the trace likes.
+  std::vector<std::uint32_t> numbers;
+  const subgraph_node_symbol* around = &composite;
+  for (; around != nullptr; around = around->own_graph().composite_node()) {
+    numbers.push_back(around->composite_number());
+  }
+  std::string name;
+  for (auto number = numbers.rbegin(); number != numbers.rend(); ++number) {
+    name += "_sg" + std::to_string(*number);
+  }
+  return name;
+}
+
+}  // namespace
+
+void kzr_data_manager::add_files_below(const graph_symbol& graph) {
+  for (node_symbol* const node : graph.nodes()) {
+    auto* const composite = symbol_cast<subgraph_node_symbol>(node);
+    if (composite == nullptr || !composite->inner_visible()) continue;
+    files_.push_back({files_.front().name + numbers_in_file_name(*composite), {&composite->inner_graph()}});
+    composite->set_file(files_.back());
+  }
 }

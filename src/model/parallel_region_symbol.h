@@ -6,27 +6,25 @@
 #include "model/kzr_symbol.h"
 
 /// An OpenMP parallel region.
-class parallel_region_symbol : public virtual_enable_shared_from_this<parallel_region_symbol> {
+class parallel_region_symbol : public kzr_symbol {
  public:
   static constexpr symbol_class own_class = symbol_class::parallel_region;
-  /// Number of the next parallel region of the run.
-  static std::uint64_t parallel_region_count;
 
-  /// Takes the next number; `parent` is null for a region that no known region encloses, `handle` the
-  /// string handle of the region's name.
-  parallel_region_symbol(const ___onx_id& id, parallel_region_symbol* parent, unsigned long handle);
+  /// `parent` is null for a region that no known region encloses, `handle` the string handle of the region's
+  /// name, `number` its number in the run.
+  parallel_region_symbol(const ___onx_id& id, const parallel_region_symbol* parent, std::uint64_t handle,
+                         std::uint64_t number)
+      : kzr_symbol(own_class, id), parent_(parent), handle_(handle), number_(number) {}
 
-  [[nodiscard]] std::string gml_id() const override { return gml_id_; }
-  [[nodiscard]] ___onx_id onx_id() const override { return id_; }
-  [[nodiscard]] unsigned long handle() const override { return handle_; }
-  [[nodiscard]] void* as(symbol_class wanted) override;
-
+  /// "p" and the region's number.
+  [[nodiscard]] std::string gml_id() const { return "p" + std::to_string(number_); }
+  /// The string handle of the region's name.
+  [[nodiscard]] std::uint64_t handle() const { return handle_; }
   /// The region around it; null when there is none, or none known.
-  [[nodiscard]] parallel_region_symbol* parent() const { return parent_; }
+  [[nodiscard]] const parallel_region_symbol* parent() const { return parent_; }
 
  private:
-  ___onx_id id_;
-  parallel_region_symbol* parent_;
-  unsigned long handle_;
-  std::string gml_id_;
+  const parallel_region_symbol* parent_;
+  std::uint64_t handle_;
+  std::uint64_t number_;
 };

@@ -1,7 +1,8 @@
 #include "model/string_handles.h"
 
 #include <algorithm>
-#include <string_view>
+
+#include "common/hash.h"
 
 namespace {
 
@@ -38,7 +39,7 @@ vocabulary_word find_word(std::string_view text) {
 string_handles::string_handles() { remembered_.fill(unset); }
 
 vocabulary_word string_handles::add(std::uint64_t handle, const char* text) {
-  texts_.place(handle) = text;
+  set_text(handle, text);
   const std::string_view view = text;
   const vocabulary_word word = find_word(view);
   if (word == vocabulary_word::code_address) {
@@ -68,7 +69,14 @@ vocabulary_word string_handles::add_nameless(std::string_view text) {
   return word;
 }
 
+void string_handles::set_text(std::uint64_t handle, const char* text) {
+  texts_.push_back({handle, text});
+  const auto known = [this, handle](std::uint32_t position) { return texts_[position - 1].handle == handle; };
+  index_.put(seeded_hash{}(handle), static_cast<std::uint32_t>(texts_.size()), known);
+}
+
 const char* string_handles::text(std::uint64_t handle) const {
-  const char* const* const found = texts_.find(handle);
-  return found != nullptr ? *found : "";
+  const auto known = [this, handle](std::uint32_t position) { return texts_[position - 1].handle == handle; };
+  const std::uint32_t position = index_.find(seeded_hash{}(handle), known);
+  return position == 0 ? "" : texts_[position - 1].text;
 }

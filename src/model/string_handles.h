@@ -6,8 +6,9 @@
 #include <optional>
 #include <set>
 #include <string_view>
+#include <vector>
 
-#include "common/flat_map.h"
+#include "common/flat_index.h"
 
 /// The words that the program knows among the texts of string handles, in the order in which they are tested.
 enum class vocabulary_word : std::uint8_t {
@@ -50,11 +51,6 @@ class string_handles {
   /// The text of `handle`, empty when it has none.
   [[nodiscard]] const char* text(std::uint64_t handle) const;
 
-  /// Starts to fetch the place where the text of `handle` is or will be kept into the caches.
-  void prefetch(std::uint64_t handle) const { texts_.prefetch(handle); }
-  /// Whether there are more handles than the caches nearest to a processor hold.
-  [[nodiscard]] bool is_large() const { return texts_.size() > handles_in_caches; }
-
   /// The same for a text that no handle stands for: from here on, no record's handle stands for its word.
   vocabulary_word add_nameless(std::string_view text);
 
@@ -79,9 +75,15 @@ class string_handles {
   [[nodiscard]] bool is_explicit_task(std::uint64_t handle) const { return explicit_tasks_.contains(handle); }
 
  private:
-  static constexpr std::size_t handles_in_caches = 16 * 1024;
+  void set_text(std::uint64_t handle, const char* text);
 
-  flat_map<std::uint64_t, const char*> texts_;
+  struct handle_text {
+    std::uint64_t handle;
+    const char* text;
+  };
+
+  std::vector<handle_text> texts_;
+  flat_index index_;  ///< of the texts, one more than their position
   std::array<std::optional<std::uint64_t>, static_cast<std::size_t>(vocabulary_word::none)> remembered_;
   std::set<std::uint64_t> input_ports_;
   std::set<std::uint64_t> output_ports_;

@@ -6,7 +6,7 @@
 #include "common/huge_pages.h"
 
 symbol_list::~symbol_list() {
-  for (auto symbol = owners_.rbegin(); symbol != owners_.rend(); ++symbol) (*symbol)->~kzr_symbol();
+  for (const owner& symbol : owners_) symbol.destroy(symbol.symbol);
 }
 
 char* symbol_list::allocate(std::size_t size_bytes) {
@@ -34,7 +34,8 @@ void symbol_list::add_block() {
 
 void symbol_list::enter(kzr_symbol& symbol) {
   const auto offset = static_cast<std::size_t>(reinterpret_cast<char*>(&symbol) - blocks_.back());
-  symbol.list_ = this;
-  symbol.list_position_ =
-      static_cast<std::uint32_t>((blocks_.size() - 1) * block_units + offset / unit_bytes);
+  symbol.position_ = static_cast<std::uint32_t>((blocks_.size() - 1) * block_units + offset / unit_bytes);
+  const ___onx_id& id = symbol.onx_id();
+  table_.put(seeded_hash{}(id), symbol.position_,
+             [this, &id](std::uint32_t candidate) { return at(candidate)->onx_id() == id; });
 }

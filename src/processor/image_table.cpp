@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <utility>
-
-#include "common/append_number.h"
+#include <fstream>
 
 namespace {
 
@@ -36,20 +34,32 @@ void image_table::read(std::istream& list) {
   }
 }
 
-std::string image_table::add_imageinfo(std::uint64_t address, const std::string& prefix, std::uint64_t time) {
+const std::string& image_table::add_imageinfo(std::uint64_t address, const std::string& prefix,
+                                              std::uint64_t time) {
   const auto found = std::find_if(images_.begin(), images_.end(), [address, time](const image& candidate) {
     return candidate.load_time <= time && candidate.first_address <= address &&
            address <= candidate.last_address;
   });
   if (found == images_.end()) return last_offset_;
-  last_offset_.clear();
-  if (found->relocatable) {
-    append_number(last_offset_, static_cast<std::int64_t>(address - found->first_address));
-  } else {
-    append_number(last_offset_, address);
-  }
-  bool& known = known_addresses_.place(address);
-  if (!known) images_by_offset_[prefix + last_offset_] = found->name;
-  known = true;
+  last_offset_ = found->relocatable
+                     ? std::to_string(static_cast<std::int64_t>(address - found->first_address))
+                     : std::to_string(address);
+  if (known_addresses_.insert(address).second) images_by_offset_[prefix + last_offset_] = found->name;
   return last_offset_;
+}
+
+image_table read_image_table() {
+  image_table images;
+  if (const char* const results = std::getenv("QZD_DIR")) {
+    std::ifstream list(std::string(results) + "/imageload.csv");
+    images.read(list);
+  }
+  return images;
+}
+
+void write_zup_output(const image_table& images) {
+  const char* const results = std::getenv("QZD_DIR");
+  if (results == nullptr) return;
+  std::ofstream file(std::string(results) + "/zup_result.csv");
+  for (const auto& [key, image] : images.images_by_offset()) file << key << ',' << image << std::endl;
 }

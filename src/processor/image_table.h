@@ -1,12 +1,13 @@
 #pragma once
 
 #include <cstdint>
-#include <istream>
+#include <iosfwd>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
-#include "common/flat_map.h"
+#include "common/hash.h"
 
 /// The images that the traced program had loaded, and the code addresses that were found in them.
 class image_table {
@@ -18,7 +19,7 @@ class image_table {
 
   /// The offset of `address` in the first image that holds it and was loaded by `time`, in decimal. Where no
   /// image does, the result of the call before; that is meant.
-  std::string add_imageinfo(std::uint64_t address, const std::string& prefix, std::uint64_t time);
+  const std::string& add_imageinfo(std::uint64_t address, const std::string& prefix, std::uint64_t time);
 
   /// Image names by prefix and offset. Its own order of iteration is the order of the output.
   [[nodiscard]] const std::unordered_map<std::string, std::string>& images_by_offset() const {
@@ -35,7 +36,14 @@ class image_table {
   };
 
   std::vector<image> images_;
-  flat_map<std::uint64_t, bool> known_addresses_;
+  std::unordered_set<std::uint64_t, seeded_hash> known_addresses_;
   std::unordered_map<std::string, std::string> images_by_offset_{10};
   std::string last_offset_;
 };
+
+/// The images of the results directory that QZD_DIR names, from its "imageload.csv"; none without either.
+/// Throws as `image_table::read` does.
+[[nodiscard]] image_table read_image_table();
+
+/// Writes the list of resolved code addresses to the results directory that QZD_DIR names, if it is set.
+void write_zup_output(const image_table& images);

@@ -1,39 +1,33 @@
+#include "model/explicit_task_symbol.h"
+#include "model/kzr_data_manager.h"
+#include "processor/image_table.h"
 #include "processor/kzr_record_processor.h"
+#include "reader/trace_record.h"
 
 void kzr_record_processor::meta_data(record_ref record) {
   const DomainType domain = domain_of(record);
   if (domain == DomainType::unknown || record.string == nullptr) return;
-  if (!dm_.handles().is_code_address(record.key())) return;
+  if (!model_.handles().is_code_address(record.key())) return;
   const ___onx_id& id = record.object();
+  const auto locate = [this, &record](node_symbol& node, const char* prefix) {
+    model_.set_code_location(node, images_.add_imageinfo(record.value(), prefix, record.timestamp()));
+  };
   if (domain != DomainType::openmp) {
-    if (auto* const node = dm_.find_sym_as<node_symbol>(id)) {
-      node->set_code_location(images_.add_imageinfo(record.value(), "pwl::", record.timestamp()));
-    }
-    return;
-  }
-  if (auto* const region = dm_.find_sym_as<subgraph_node_symbol>(id)) {
-    region->set_code_location(images_.add_imageinfo(record.value(), "omp::", record.timestamp()));
-  } else if (dm_.find_sym_as<explicit_task_symbol>(id) != nullptr) {
-    if (auto* const node = dm_.find_sym_as<node_symbol>({id.d1, 1, 0})) {
-      node->set_code_location(images_.add_imageinfo(record.value(), "omt::", record.timestamp()));
-    }
+    if (auto* const node = model_.get_sym_as<node_symbol>(id)) locate(*node, "pwl::");
+  } else if (auto* const region = model_.get_sym_as<subgraph_node_symbol>(id)) {
+    locate(*region, "omp::");
+  } else if (model_.get_sym_as<explicit_task_symbol>(id) != nullptr) {
+    if (auto* const node = model_.get_sym_as<node_symbol>({id.d1, 1, 0})) locate(*node, "omt::");
   }
 }
 
 void kzr_record_processor::meta_data_string_A(record_ref record) {
   if (domain_of(record) == DomainType::unknown) return;
-  if (kzr_symbol* const symbol = dm_.find_sym(record.object())) {
-    symbol->add_metadata(record.key(), 0, record.narrow_string());
+  if (kzr_symbol* const symbol = model_.get_sym(record.object())) {
+    model_.add_metadata(*symbol, record.key(), record.narrow_string());
     return;
   }
   // A text about no known object is a user event. Its text counts as one of a handle that no record names.
-  dm_.add_nameless_text(record.narrow_string());
-  events_.append({.kind = tml_event_t::user_event,
-                  .time = record.timestamp(),
-                  .producer = record.producer,
-                  .text = record.narrow_string()});
-}
-
-void kzr_record_processor::meta_data_string_W(record_ref) {
-  dm_.count_warning("Unexpected wide string meta data, ignored.");
+  model_.add_nameless_text(record.narrow_string());
+  events_.append_text(record);
 }

@@ -1,17 +1,19 @@
+#include "model/kzr_data_manager.h"
 #include "processor/kzr_record_processor.h"
+#include "reader/trace_record.h"
 
 void kzr_record_processor::region_begin(record_ref record) {
   if (domain_of(record) == DomainType::unknown) return;
-  update_thread_and_core_set(record, false);
-  const region_place place{dm_.find_sym_as<node_symbol>(record.object()),
-                           dm_.find_sym_as<graph_symbol>(record.parent())};
+  events_.note_thread(record);
+  const region_place place{model_.get_sym_as<node_symbol>(record.object()),
+                           model_.get_sym_as<graph_symbol>(record.parent())};
   open_regions_[record.object()].push_back(place);
-  append_event(tml_event_t::region_begun, record, place.first, place.second);
+  events_.append(tml_event_t::region_begun, record, place.node, place.graph);
 }
 
 void kzr_record_processor::region_end(record_ref record) {
   if (domain_of(record) == DomainType::unknown) return;
-  update_thread_and_core_set(record, false);
+  events_.note_thread(record);
   region_place place;
   const auto open = open_regions_.find(record.object());
   if (open != open_regions_.end()) {
@@ -19,7 +21,7 @@ void kzr_record_processor::region_end(record_ref record) {
     open->second.pop_back();
     if (open->second.empty()) open_regions_.erase(open);
   } else {
-    place.first = dm_.find_sym_as<node_symbol>(record.object());
+    place.node = model_.get_sym_as<node_symbol>(record.object());
   }
-  append_event(tml_event_t::region_ended, record, place.first, place.second);
+  events_.append(tml_event_t::region_ended, record, place.node, place.graph);
 }

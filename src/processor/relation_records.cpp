@@ -1,4 +1,8 @@
+#include "model/implicit_task_symbol.h"
+#include "model/kzr_data_manager.h"
+#include "model/port_symbol.h"
 #include "processor/kzr_record_processor.h"
+#include "reader/trace_record.h"
 
 namespace {
 
@@ -17,13 +21,18 @@ void kzr_record_processor::relation(record_ref record) {
   const DomainType domain = domain_of(record);
   if (domain == DomainType::unknown) return;
   const bool is_openmp = domain == DomainType::openmp;
+  openmp_subgraphs* const subgraphs = subgraphs_for(domain);
   switch (static_cast<int>(record.relation())) {
     case makes_edge:
-      return is_openmp ? openmp_dependence(record) : make_edge(record);
+      if (subgraphs != nullptr) subgraphs->depends_on(record);
+      if (!is_openmp) make_edge(record);
+      return;
     case removes_edge:
       return remove_edge(record);
     case child_of:
-      return is_openmp ? openmp_is_child_of(record) : is_child_of(record);
+      if (subgraphs != nullptr) subgraphs->is_child_of(record);
+      if (!is_openmp) is_child_of(record);
+      return;
     case parent_of:
       return is_parent_of(record, is_openmp);
     default:
@@ -32,67 +41,63 @@ void kzr_record_processor::relation(record_ref record) {
 }
 
 void kzr_record_processor::make_edge(record_ref record) {
-  auto* const source = dm_.find_sym_as<port_symbol>(record.head());
-  auto* const target = dm_.find_sym_as<port_symbol>(record.tail());
+  auto* const source = model_.get_sym_as<port_symbol>(record.head());
+  auto* const target = model_.get_sym_as<port_symbol>(record.tail());
   if (source == nullptr || target == nullptr) {
-    dm_.count_warning("Port not found, dropping edge.");
+    model_.warnings().count("Port not found, dropping edge.");
     return;
   }
-  const auto edge = dm_.add_edge(*source, *target);
-  update_thread_and_core_set(record, false);
-  append_event(tml_event_t::edge_made, record, edge.get());
+  events_.note_thread(record);
+  events_.append_edge(tml_event_t::edge_made, record, &model_.add_edge(*source, *target));
 }
 
 void kzr_record_processor::remove_edge(record_ref record) {
-  const auto* const source = dm_.find_sym_as<port_symbol>(record.head());
-  const auto* const target = dm_.find_sym_as<port_symbol>(record.tail());
+  const auto* const source = model_.get_sym_as<port_symbol>(record.head());
+  const auto* const target = model_.get_sym_as<port_symbol>(record.tail());
   if (source == nullptr || target == nullptr) {
-    dm_.count_warning("Port not found, failed to remove edge.");
+    model_.warnings().count("Port not found, failed to remove edge.");
     return;
   }
-  const auto edge = dm_.remove_edge(*source, *target);
-  update_thread_and_core_set(record, false);
-  append_event(tml_event_t::edge_removed, record, edge.get());
+  events_.note_thread(record);
+  events_.append_edge(tml_event_t::edge_removed, record, model_.remove_edge(*source, *target));
 }
 
 void kzr_record_processor::is_child_of(record_ref record) {
-  if (auto* const child = dm_.find_sym_as<node_symbol>(record.head())) {
-    if (dm_.find_sym_as<subgraph_node_symbol>(record.tail()) == nullptr) {
-      dm_.count_warning(unexpected_parent_of_child);
+  if (auto* const child = model_.get_sym_as<node_symbol>(record.head())) {
+    if (model_.get_sym_as<subgraph_node_symbol>(record.tail()) == nullptr) {
+      model_.warnings().count(unexpected_parent_of_child);
     } else {
       // The same fact told from the parent's side shows the node instead. That is meant.
       child->set_visible(false);
     }
     return;
   }
-  if (auto* const parent = dm_.find_sym_as<node_symbol>(record.tail())) {
-    dm_.add_body(record.head(), *parent);
+  if (auto* const parent = model_.get_sym_as<node_symbol>(record.tail())) {
+    model_.add_body(record.head(), *parent);
   } else {
-    dm_.count_warning(unexpected_parent_of_child);
+    model_.warnings().count(unexpected_parent_of_child);
   }
 }
 
 void kzr_record_processor::is_parent_of(record_ref record, bool is_openmp) {
-  auto* const composite = dm_.find_sym_as<subgraph_node_symbol>(record.head());
+  auto* const composite = model_.get_sym_as<subgraph_node_symbol>(record.head());
   if (composite == nullptr) {
-    auto* const task = dm_.find_sym_as<implicit_task_symbol>(record.head());
-    if (enable_subgraph != 0 && task != nullptr) {
-      dm_.add_child_of_implicit_task(record.tail().d1, *task);
-    } else {
-      dm_.count_warning("Unexpected parent type in is_parent_of relation, relation ignored.");
+    // That an implicit task is a parent shows nowhere, but is no oddity where such tasks are looked at.
+    if (!subgraphs_ || model_.get_sym_as<implicit_task_symbol>(record.head()) == nullptr) {
+      model_.warnings().count("Unexpected parent type in is_parent_of relation, relation ignored.");
     }
     return;
   }
-  auto* const port = dm_.find_sym_as<port_symbol>(record.tail());
+  auto* const port = model_.get_sym_as<port_symbol>(record.tail());
   if (port == nullptr) {
-    if (auto* const child = dm_.find_sym_as<node_symbol>(record.tail())) {
+    if (auto* const child = model_.get_sym_as<node_symbol>(record.tail())) {
       child->set_visible(true);
     } else {
-      dm_.count_warning("Unexpected child type in is_parent_of relation, relation ignored.");
+      model_.warnings().count("Unexpected child type in is_parent_of relation, relation ignored.");
     }
     return;
   }
-  port_symbol* const inner =
-      is_openmp ? composite->get_omp_aliased_port(*port) : composite->own_graph().get_aliased_port(*port);
+  port_symbol* const inner = is_openmp ? composite->inner_graph().get_omp_aliased_port(*port)
+                                       : composite->own_graph().get_aliased_port(*port);
   if (inner != nullptr) composite->register_aliased_port(*inner);
 }

@@ -1,91 +1,95 @@
-#include <algorithm>
-
+#include "model/implicit_task_symbol.h"
+#include "model/kzr_data_manager.h"
+#include "model/parallel_region_symbol.h"
+#include "model/port_symbol.h"
 #include "processor/kzr_record_processor.h"
+#include "processor/messages.h"
+#include "reader/trace_record.h"
 
 void kzr_record_processor::task_group(record_ref record) {
   const DomainType domain = domain_of(record);
   if (domain == DomainType::unknown) return;
-  const bool omp_subgraphs = domain == DomainType::openmp && enable_subgraph != 0;
-  const string_handles& handles = dm_.handles();
+  openmp_subgraphs* const subgraphs = subgraphs_for(domain);
+  const string_handles& handles = model_.handles();
   const std::uint64_t name = record.name();
-  const ___onx_id& object = record.object();
-  const ___onx_id& parent = record.parent();
-  if (handles.is_input_port(name)) {
-    add_port_of(record, true);
-  } else if (handles.is_output_port(name)) {
-    add_port_of(record, false);
+  if (handles.is_input_port(name) || handles.is_output_port(name)) {
+    add_port(record, subgraphs);
   } else if (handles.is(vocabulary_word::graph, name)) {
-    const auto graph = dm_.add_graph(object, nullptr, name);
-    if (omp_subgraphs) graph->set_gml_id();
-    update_thread_and_core_set(record, false);
-    append_event(tml_event_t::graph_created, record, graph.get());
+    add_graph(record, subgraphs);
   } else if (handles.is_parallel_region(name)) {
-    auto* const region = dm_.find_sym_as<parallel_region_symbol>(parent);
-    if (region == nullptr) {
-      dm_.count_warning("Parallel region has unexpected parent type, using unknown parent instead.");
-    }
-    dm_.add_parallel_region(object, region, name);
-  } else if (handles.is_implicit_task(name) && enable_subgraph != 0) {
-    auto* const region = dm_.find_sym_as<parallel_region_symbol>(parent);
-    if (region == nullptr) {
-      dm_.count_warning("Implicit task has unexpected parent type, using unknown parent instead.");
-    }
-    dm_.add_implicit_task(object, region, name);
-  } else if (omp_subgraphs) {
-    openmp_add_node_of(record);
-  } else if (auto* const graph = symbol_cast<graph_symbol>(dm_.find_parent(parent))) {
-    add_node_to(*graph, record);
+    add_parallel_region(record);
+  } else if (handles.is_implicit_task(name) && subgraphs_) {
+    add_implicit_task(record);
   } else {
-    dm_.count_warning(node_without_graph);
+    add_node(record, subgraphs);
   }
 }
 
-void kzr_record_processor::add_port_of(record_ref record, bool is_input) {
-  auto* const node = symbol_cast<node_symbol>(dm_.find_parent(record.parent()));
+void kzr_record_processor::add_port(record_ref record, openmp_subgraphs* subgraphs) {
+  auto* const node = model_.get_sym_as<node_symbol>(record.parent());
   if (node == nullptr) {
-    dm_.count_warning("Port has unregistered parent node, dropping port.");
+    model_.warnings().count("Port has unregistered parent node, dropping port.");
     return;
   }
-  const std::uint64_t name = record.name();
-  const auto port = is_input ? dm_.add_input_port(record.object(), *node, name)
-                             : dm_.add_output_port(record.object(), *node, name);
-  if (domain_of(record) == DomainType::openmp && enable_subgraph != 0) openmp_tie_in(*port);
+  port_symbol& port = model_.add_port(record.object(), *node, record.name());
+  if (subgraphs != nullptr) subgraphs->tie_in(port);
 }
 
-std::shared_ptr<node_symbol> kzr_record_processor::add_node_to(graph_symbol& graph, record_ref record) {
-  auto node = dm_.add_node(record.object(), graph, record.name());
-  update_thread_and_core_set(record, false);
-  append_event(tml_event_t::node_created, record, node.get(), nullptr, node->handle());
-  return node;
+void kzr_record_processor::add_graph(record_ref record, openmp_subgraphs* subgraphs) {
+  graph_symbol& graph = model_.add_graph(record.object());
+  if (subgraphs != nullptr) graph.set_gml_id(model_.counts().graphs - 1);
+  events_.note_thread(record);
+  events_.append(tml_event_t::graph_created, record, &graph, nullptr);
+}
+
+void kzr_record_processor::add_node(record_ref record, openmp_subgraphs* subgraphs) {
+  graph_symbol* graph = nullptr;
+  if (subgraphs != nullptr) {
+    graph = subgraphs->find_graph_of(record.parent());
+  } else {
+    graph = model_.get_sym_as<graph_symbol>(record.parent());
+    if (graph == nullptr) model_.warnings().count(node_without_graph);
+  }
+  if (graph == nullptr) return;
+  const node_symbol& node = model_.add_node(record.object(), *graph, record.name());
+  events_.note_thread(record);
+  events_.append_node(record, node, node.handle());
+}
+
+void kzr_record_processor::add_parallel_region(record_ref record) {
+  const auto* const parent = model_.get_sym_as<parallel_region_symbol>(record.parent());
+  if (parent == nullptr) {
+    model_.warnings().count("Parallel region has unexpected parent type, using unknown parent instead.");
+  }
+  model_.add_parallel_region(record.object(), parent, record.name());
+}
+
+void kzr_record_processor::add_implicit_task(record_ref record) {
+  const auto* const region = model_.get_sym_as<parallel_region_symbol>(record.parent());
+  if (region == nullptr) {
+    model_.warnings().count("Implicit task has unexpected parent type, using unknown parent instead.");
+  }
+  model_.add_implicit_task(record.object(), region);
 }
 
 void kzr_record_processor::task_begin(record_ref record) {
   const DomainType domain = domain_of(record);
   if (domain == DomainType::unknown) return;
-  update_thread_and_core_set(record, true);
-  if (domain == DomainType::openmp && enable_subgraph != 0) return openmp_task_begin(record);
-  const kzr_symbol* const task = dm_.find_sym(record.object());
+  events_.note_core(record);
+  events_.note_thread(record);
+  if (openmp_subgraphs* const subgraphs = subgraphs_for(domain)) return subgraphs->task_begin(record);
+  const kzr_symbol* const task = model_.get_sym(record.object());
   if (domain == DomainType::openmp && task == nullptr) return;
-  append_event(tml_event_t::task_begun, record, task, dm_.find_parent(record.parent()), record.name(),
-               record.processor());
-  if (enable_subgraph != 0) ++openmp_tasks_[record.producer].open;
+  events_.append_begin(tml_event_t::task_begun, record, model_.domains().index_of(record.domain()), task,
+                       model_.get_sym(record.parent()));
+  if (subgraphs_) pairing_.note_begin(record.producer, false);
 }
 
 void kzr_record_processor::task_end(record_ref record) {
   const DomainType domain = domain_of(record);
   if (domain == DomainType::unknown) return;
-  update_thread_and_core_set(record, false);
-  append_event(tml_event_t::task_ended, record);
-  if (domain != DomainType::openmp && enable_subgraph == 0) return;
-  openmp_tasks& tasks = openmp_tasks_[record.producer];
-  std::uint64_t ended = 1;
-  // An OpenMP begin normally appends two events, so an end has two to close unless it is known to match a
-  // begin that appended one.
-  if (domain == DomainType::openmp && tasks.single_ends > 0) {
-    --tasks.single_ends;
-  } else if (domain == DomainType::openmp) {
-    append_event(tml_event_t::task_ended, record);
-    ended = 2;
-  }
-  tasks.open -= std::min(tasks.open, ended);
+  events_.note_thread(record);
+  const bool is_openmp = domain == DomainType::openmp;
+  const int events = is_openmp || subgraphs_ ? pairing_.end_task(record.producer, is_openmp) : 1;
+  for (int i = 0; i < events; ++i) events_.append(tml_event_t::task_ended, record);
 }

@@ -109,3 +109,8 @@ inline constexpr std::array<record_description, 18> record_descriptions = [] {
   while (position < fields.size() && fields[position].name != name) ++position;
   return position;
 }
+
+/// Where a record of the kind keeps the numeric field `name`, in `trace_record::f`.
+[[nodiscard]] consteval std::size_t field_index(record_kind kind, std::string_view name) {
+  return field_position(kind, name) + 2;
+}

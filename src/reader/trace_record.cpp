@@ -5,8 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "common/append_number.h"
-
 namespace {
 
 /// Whether all kinds with a field of that name have it at the same position, since one accessor reads it.
@@ -47,7 +45,7 @@ void append_hex(std::string& text, std::uint64_t number) {
 
 void append_indexed(std::string& text, const char* before, std::size_t index, const char* behind) {
   text += before;
-  append_number(text, index);
+  text += std::to_string(index);
   text += behind;
 }
 
@@ -63,7 +61,7 @@ void trace_record::dump() const {
     for (std::size_t i = 0; i < raw[0]; ++i) append_hex(text, raw[i]);
     text += '\n';
   }
-  append_number(text, producer);
+  text += std::to_string(producer);
   text += ": ";
   if (!is_described(kind)) {
     text += "  **** ERROR: Unknown opcode\n";
@@ -72,16 +70,16 @@ void trace_record::dump() const {
     text += '\n';
     for (std::size_t i = 0; i < f.size(); ++i) {
       append_indexed(text, "   f[", i, "] = ");
-      append_number(text, f[i]);
+      text += std::to_string(f[i]);
       text += '\n';
     }
     for (std::size_t k = 0; k < id.size(); ++k) {
       append_indexed(text, "   id[", k, "] = (");
-      append_number(text, id[k].d1);
+      text += std::to_string(id[k].d1);
       text += ", ";
-      append_number(text, id[k].d2);
+      text += std::to_string(id[k].d2);
       text += ", ";
-      append_number(text, id[k].d3);
+      text += std::to_string(id[k].d3);
       text += " )\n";
     }
     text += "   string = ";

@@ -21,20 +21,24 @@ class trace_record {
 
   // The fields by their names in `record_descriptions`, for the kinds that have them.
 
-  [[nodiscard]] std::uint64_t domain() const { return number<record_kind::task_begin>("domain"); }
+  [[nodiscard]] std::uint64_t domain() const { return f[field_index(record_kind::task_begin, "domain")]; }
   /// The domain handle or string handle that the record creates.
-  [[nodiscard]] std::uint64_t handle() const { return number<record_kind::domain_create_a>("handle"); }
+  [[nodiscard]] std::uint64_t handle() const {
+    return f[field_index(record_kind::domain_create_a, "handle")];
+  }
   /// String handle of a kind or name.
-  [[nodiscard]] std::uint64_t name() const { return number<record_kind::task_begin>("name"); }
+  [[nodiscard]] std::uint64_t name() const { return f[field_index(record_kind::task_begin, "name")]; }
   /// Number of the processor that a task begins on.
-  [[nodiscard]] std::uint64_t processor() const { return number<record_kind::task_begin>("processor"); }
+  [[nodiscard]] std::uint64_t processor() const {
+    return f[field_index(record_kind::task_begin, "processor")];
+  }
   /// String handle of what metadata is about.
-  [[nodiscard]] std::uint64_t key() const { return number<record_kind::metadata>("key"); }
+  [[nodiscard]] std::uint64_t key() const { return f[field_index(record_kind::metadata, "key")]; }
   /// Type and count of a metadata value.
-  [[nodiscard]] std::uint64_t type() const { return number<record_kind::metadata>("type"); }
-  [[nodiscard]] std::uint64_t count() const { return number<record_kind::metadata>("count"); }
+  [[nodiscard]] std::uint64_t type() const { return f[field_index(record_kind::metadata, "type")]; }
+  [[nodiscard]] std::uint64_t count() const { return f[field_index(record_kind::metadata, "count")]; }
   /// What the head of a relation is to its tail.
-  [[nodiscard]] std::uint64_t relation() const { return number<record_kind::relation>("relation"); }
+  [[nodiscard]] std::uint64_t relation() const { return f[field_index(record_kind::relation, "relation")]; }
 
   [[nodiscard]] const ___onx_id& object() const { return id[0]; }
   [[nodiscard]] const ___onx_id& parent() const { return id[1]; }
@@ -58,11 +62,4 @@ class trace_record {
   std::uint64_t raw_offset = 0;  ///< byte position in its binary file, for `dump` only
   /// `raw[0]` captured bytes, the bytes from `raw[1]` on, for `dump` only.
   std::array<std::uint8_t, 255> raw{};
-
- private:
-  /// The numeric field that records of `Kind` have under `name`; others of that name have it there too.
-  template <record_kind Kind>
-  [[nodiscard]] constexpr std::uint64_t number(std::string_view name) const {
-    return f[field_position(Kind, name) + 2];
-  }
 };

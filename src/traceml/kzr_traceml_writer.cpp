@@ -1,18 +1,19 @@
 #include "traceml/kzr_traceml_writer.h"
 
-#include <array>
-#include <charconv>
-#include <cstring>
 #include <iostream>
 
-#include "common/text_buffer.h"
+#include "common/hash.h"
+#include "model/body_symbol.h"
+#include "model/gml_accessor.h"
+#include "model/kzr_data_manager.h"
+#include "model/parallel_region_symbol.h"
+#include "model/port_symbol.h"
 
 namespace {
 
 constexpr std::string_view unknown = "unknown";
 constexpr std::string_view omp_parallel_region = "omp_parallel_region";
-constexpr char end_of_line[] = "/>\n";
-constexpr std::size_t longest_kept_tail = 1024;
+constexpr std::size_t longest_kept_end = 1024;
 
 /// The node that a task on `symbol` runs; null when the symbol has none.
 const node_symbol* find_running_node(kzr_symbol* symbol) {
@@ -23,7 +24,7 @@ const node_symbol* find_running_node(kzr_symbol* symbol) {
 
 }  // namespace
 
-kzr_traceml_writer::~kzr_traceml_writer() {
+void kzr_traceml_writer::close() {
   const std::uint64_t end = last_timestamp_ + 1;
   for (std::size_t tid = 0; tid < open_tasks_.size(); ++tid) {
     while (open_tasks_[tid] > 0) {
@@ -32,64 +33,29 @@ kzr_traceml_writer::~kzr_traceml_writer() {
     }
   }
   file_.write_line("</traceml>\n");
+  file_.close();
 }
-
-namespace {
-
-template <std::size_t Size>
-char* append_text(char* to, const char (&text)[Size]) {
-  std::memcpy(to, text, Size - 1);
-  return to + Size - 1;
-}
-
-/// Most threads and processors have one digit.
-template <class Number>
-char* append_digits(char* to, Number number) {
-  constexpr std::size_t most_digits = 20;
-  if (number >= 0 && number <= 9) {
-    *to = static_cast<char>('0' + number);
-    return to + 1;
-  }
-  return std::to_chars(to, to + most_digits, number).ptr;
-}
-
-/// The longest that the functions below write.
-constexpr std::size_t longest_start = 112;
-
-/// Behind the timestamp of a line.
-char* append_thread(char* to, int tid) {
-  to = append_text(to, "\" tid=\"");
-  to = append_digits(to, tid);
-  return append_text(to, "\"");
-}
-
-char* append_task_start(timestamp_digits& timestamps, char* to, std::uint64_t ts, int tid,
-                        unsigned long cid) {
-  to = append_text(to, "<task_begin ts=\"");
-  to = append_thread(timestamps.append(to, ts), tid);
-  to = append_text(to, " cid=\"");
-  to = append_digits(to, cid);
-  return append_text(to, "\"");
-}
-
-}  // namespace
 
 void kzr_traceml_writer::start_line(std::string_view element, std::uint64_t ts, int tid) {
-  std::array<char, longest_start> start;
   line_.clear();
   line_ += '<';
   line_ += element;
   line_ += " ts=\"";
-  line_ += std::string_view(start.data(), append_thread(timestamps_.append(start.data(), ts), tid));
+  line_.append_number(ts);
+  line_ += "\" tid=\"";
+  line_.append_number(tid);
+  line_ += '"';
 }
 
-void kzr_traceml_writer::start_task_line(std::uint64_t ts, int tid, unsigned long cid) {
-  std::array<char, longest_start> start;
-  line_.assign(start.data(), append_task_start(timestamps_, start.data(), ts, tid, cid));
+void kzr_traceml_writer::start_task_line(std::uint64_t ts, int tid, std::uint64_t cid) {
+  start_line("task_begin", ts, tid);
+  line_ += " cid=\"";
+  line_.append_number(cid);
+  line_ += '"';
 }
 
 void kzr_traceml_writer::finish_line(std::uint64_t ts) {
-  line_ += end_of_line;
+  line_ += "/>\n";
   file_.write_line(line_);
   last_timestamp_ = ts;
 }
@@ -113,83 +79,61 @@ void kzr_traceml_writer::add_text(std::string_view name, std::string_view value)
   line_ += '"';
 }
 
-void kzr_traceml_writer::add_id(std::string_view name, const node_symbol* node) {
+template <class Symbol>
+void kzr_traceml_writer::add_id(std::string_view name, const Symbol* symbol) {
+  if (symbol == nullptr) return add_text(name, unknown);
   line_ += ' ';
   line_ += name;
   line_ += "=\"";
-  if (node != nullptr) {
-    node->append_gml_id(line_);
-  } else {
-    line_ += unknown;
-  }
-  line_ += '"';
-}
-
-void kzr_traceml_writer::add_id(std::string_view name, const graph_symbol* graph) {
-  line_ += ' ';
-  line_ += name;
-  line_ += "=\"";
-  if (graph != nullptr) {
-    graph->append_gml_id(line_);
-  } else {
-    line_ += unknown;
-  }
+  symbol->append_gml_id(line_);
   line_ += '"';
 }
 
 void kzr_traceml_writer::add_id(std::string_view name, const parallel_region_symbol* region) {
-  if (region != nullptr) {
-    add_text(name, region->gml_id());
-  } else {
-    add_text(name, unknown);
-  }
+  add_text(name, region == nullptr ? std::string(unknown) : region->gml_id());
 }
 
-void kzr_traceml_writer::graph_creation(std::uint64_t ts, int tid,
-                                        const std::shared_ptr<graph_symbol>& graph) {
+void kzr_traceml_writer::graph_creation(std::uint64_t ts, int tid, const graph_symbol* graph) {
   start_line("graph", ts, tid);
-  add_id("id", graph.get());
+  add_id("id", graph);
   finish_line(ts);
 }
 
-void kzr_traceml_writer::node_creation(std::uint64_t ts, unsigned long kind, int tid,
-                                       const std::shared_ptr<node_symbol>& node) {
+void kzr_traceml_writer::node_creation(std::uint64_t ts, std::uint64_t kind, int tid,
+                                       const node_symbol& node) {
   start_line("node", ts, tid);
-  add_id("graph", &node->graph_for_ports());
-  add_text("node_type", dm_.handle_text(kind));
-  add_id("id", node.get());
+  add_id("graph", &node.graph_for_ports());
+  add_text("node_type", model_.handles().text(kind));
+  add_id("id", &node);
   finish_line(ts);
 }
 
-void kzr_traceml_writer::make_edge(std::uint64_t ts, int tid, const std::shared_ptr<edge_symbol>& edge) {
-  add_edge("make_edge", ts, tid, edge.get());
+void kzr_traceml_writer::make_edge(std::uint64_t ts, int tid, const edge_symbol& edge) {
+  add_edge("make_edge", ts, tid, edge);
 }
 
-void kzr_traceml_writer::remove_edge(std::uint64_t ts, int tid, const std::shared_ptr<edge_symbol>& edge) {
-  add_edge("remove_edge", ts, tid, edge.get());
+void kzr_traceml_writer::remove_edge(std::uint64_t ts, int tid, const edge_symbol* edge) {
+  if (edge != nullptr) add_edge("remove_edge", ts, tid, *edge);
+  last_timestamp_ = ts;
 }
 
 void kzr_traceml_writer::add_edge(std::string_view element, std::uint64_t ts, int tid,
-                                  const edge_symbol* edge) {
-  if (edge == nullptr) {
-    last_timestamp_ = ts;
-    return;
-  }
+                                  const edge_symbol& edge) {
   start_line(element, ts, tid);
-  add_id("graph", &edge->graph());
+  add_id("graph", &edge.graph());
   line_ += ' ';
-  edge->append_accessors(dm_.handles(), line_);
+  append_gml_accessors(edge, model_.handles(), line_);
   finish_line(ts);
 }
 
-void kzr_traceml_writer::region_begin(std::uint64_t ts, int tid, const std::shared_ptr<node_symbol>& node,
-                                      const std::shared_ptr<graph_symbol>& graph) {
-  add_region("region_begin", ts, tid, node.get(), graph.get());
+void kzr_traceml_writer::region_begin(std::uint64_t ts, int tid, const node_symbol* node,
+                                      const graph_symbol* graph) {
+  add_region("region_begin", ts, tid, node, graph);
 }
 
-void kzr_traceml_writer::region_end(std::uint64_t ts, int tid, const std::shared_ptr<node_symbol>& node,
-                                    const std::shared_ptr<graph_symbol>& graph) {
-  add_region("region_end", ts, tid, node.get(), graph.get());
+void kzr_traceml_writer::region_end(std::uint64_t ts, int tid, const node_symbol* node,
+                                    const graph_symbol* graph) {
+  add_region("region_end", ts, tid, node, graph);
 }
 
 void kzr_traceml_writer::add_region(std::string_view element, std::uint64_t ts, int tid,
@@ -210,103 +154,97 @@ void kzr_traceml_writer::user_event(std::uint64_t ts, int tid, std::string_view 
   finish_line(ts);
 }
 
-void kzr_traceml_writer::task_begin(std::uint64_t ts, int tid, const std::shared_ptr<kzr_symbol>& symbol,
-                                    unsigned long marker, unsigned long cid, std::string_view stream) {
-  const std::string& tail = tail_of_task(symbol.get(), marker, stream);
+void kzr_traceml_writer::task_begin(std::uint64_t ts, int tid, kzr_symbol* symbol, std::uint64_t marker,
+                                    std::uint64_t cid, std::string_view stream) {
+  const std::string& end = end_of_task_line(symbol, marker, stream);
   start_task_line(ts, tid, cid);
-  line_ += tail;
+  line_ += end;
   file_.write_line(line_);
   last_timestamp_ = ts;
   open_task(tid);
 }
 
-const std::string& kzr_traceml_writer::tail_of_task(kzr_symbol* symbol, unsigned long marker,
-                                                    std::string_view stream) {
-  const std::uint64_t spread = spread_bits(symbol_list::position_of(symbol) + marker);
-  task_tail& tail = task_tails_[spread % task_tails_.size()];
+const std::string& kzr_traceml_writer::end_of_task_line(kzr_symbol* symbol, std::uint64_t marker,
+                                                        std::string_view stream) {
+  const std::uint64_t position = symbol == nullptr ? 0 : symbol->position();
+  kept_end& end = kept_ends_[seeded_hash{}(position + marker) % kept_ends_.size()];
   // A few nodes deep inside others have ids of any length; theirs are not worth the room.
-  if (tail.text.size() > longest_kept_tail) tail.text = {};
-  if (tail.text.empty() || tail.symbol != symbol || tail.marker != marker || tail.stream != stream) {
+  if (end.text.size() > longest_kept_end) end.text = {};
+  if (end.text.empty() || end.symbol != symbol || end.marker != marker || end.stream != stream) {
     line_.clear();
     add_task(symbol, marker);
     add_text("stream", stream);
-    line_ += end_of_line;
-    tail = {symbol, marker, std::string(stream), std::string(line_.view())};
+    line_ += "/>\n";
+    end = {symbol, marker, std::string(stream), std::string(line_.view())};
   }
-  return tail.text;
+  return end.text;
 }
 
-void kzr_traceml_writer::add_task(kzr_symbol* symbol, unsigned long marker) {
+void kzr_traceml_writer::add_task(kzr_symbol* symbol, std::uint64_t marker) {
   const graph_symbol* parent = nullptr;
   if (const node_symbol* const node = find_running_node(symbol)) {
     add_id("id", node);
     parent = &node->graph_for_ports();
   } else {
-    const auto* const graph = symbol_cast<graph_symbol>(symbol);
-    add_id("id", graph);
-    if (graph != nullptr) parent = graph->get_enclosing_graph().get();
+    add_id("id", symbol_cast<graph_symbol>(symbol));
   }
   add_text("type", "node");
   add_id("parent", parent);
-  add_text("algorithm", dm_.handles().is_output_port(marker) ? "graph::async_try_put" : "graph::node_body");
+  const bool is_put = model_.handles().is_output_port(marker);
+  add_text("algorithm", is_put ? "graph::async_try_put" : "graph::node_body");
 }
 
 void kzr_traceml_writer::task_end(std::uint64_t ts, int tid) {
+  last_timestamp_ = ts;
   const auto thread = static_cast<std::size_t>(tid);
-  if (thread >= open_tasks_.size() || open_tasks_[thread] == 0) {
-    last_timestamp_ = ts;
-    return;
-  }
+  if (thread >= open_tasks_.size() || open_tasks_[thread] == 0) return;
   --open_tasks_[thread];
   start_line("task_end", ts, tid);
   finish_line(ts);
 }
 
-void kzr_traceml_writer::omp_parallel_region_begin(std::uint64_t ts, int tid,
-                                                   const std::shared_ptr<node_symbol>& node,
-                                                   const std::shared_ptr<graph_symbol>& graph, unsigned long,
-                                                   unsigned long cid, std::string_view stream) {
+void kzr_traceml_writer::omp_parallel_region_begin(std::uint64_t ts, int tid, const node_symbol* node,
+                                                   const graph_symbol* graph, std::uint64_t cid,
+                                                   std::string_view stream) {
   // Opens no task: the task of the region is opened by its parts.
   start_task_line(ts, tid, cid);
-  add_id("id", node.get());
+  add_id("id", node);
   add_text("type", "algorithm");
-  add_id("parent", graph.get());
+  add_id("parent", graph);
   add_text("algorithm", omp_parallel_region);
   finish_task_line(ts, stream);
 }
 
-void kzr_traceml_writer::explicit_task_begin(std::uint64_t ts, int tid,
-                                             const std::shared_ptr<node_symbol>& node,
-                                             const std::shared_ptr<graph_symbol>& graph, unsigned long,
-                                             unsigned long cid, std::string_view stream) {
+void kzr_traceml_writer::explicit_task_begin(std::uint64_t ts, int tid, const node_symbol* node,
+                                             const graph_symbol* graph, std::uint64_t cid,
+                                             std::string_view stream) {
   start_task_line(ts, tid, cid);
-  add_id("id", node.get());
+  add_id("id", node);
   add_text("type", "node");
-  add_id("parent", graph.get());
+  add_id("parent", graph);
   add_text("algorithm", omp_parallel_region);
   finish_task_line(ts, stream);
   open_task(tid);
 }
 
 void kzr_traceml_writer::parallel_region_begin(std::uint64_t ts, int tid,
-                                               const std::shared_ptr<parallel_region_symbol>& region,
-                                               unsigned long, unsigned long cid, std::string_view stream) {
+                                               const parallel_region_symbol& region, std::uint64_t cid,
+                                               std::string_view stream) {
   start_task_line(ts, tid, cid);
-  add_id("id", region.get());
+  add_id("id", &region);
   add_text("type", "algorithm");
-  add_id("parent", region ? region->parent() : nullptr);
-  add_text("algorithm", region ? dm_.handle_text(region->handle()) : "");
+  add_id("parent", region.parent());
+  add_text("algorithm", model_.handles().text(region.handle()));
   finish_task_line(ts, stream);
   open_task(tid);
 }
 
-void kzr_traceml_writer::parallel_task_begin(std::uint64_t ts, int tid,
-                                             const std::shared_ptr<parallel_region_symbol>& region,
-                                             unsigned long, unsigned long cid, std::string_view stream) {
-  const std::string_view name = region ? dm_.handle_text(region->handle()) : "";
+void kzr_traceml_writer::parallel_task_begin(std::uint64_t ts, int tid, const parallel_region_symbol& region,
+                                             std::uint64_t cid, std::string_view stream) {
+  const std::string_view name = model_.handles().text(region.handle());
   start_task_line(ts, tid, cid);
-  add_sequence_number(region ? region->gml_id() : std::string(unknown));
-  add_id("parent", region ? region->parent() : nullptr);
+  add_sequence_number(region.gml_id());
+  add_id("parent", region.parent());
   if (name == "pwl_flow_graph") {
     add_text("type", "node");
     add_text("algorithm", "graph");
@@ -318,14 +256,13 @@ void kzr_traceml_writer::parallel_task_begin(std::uint64_t ts, int tid,
   open_task(tid);
 }
 
-void kzr_traceml_writer::implicit_task_begin(std::uint64_t ts, int tid,
-                                             const std::shared_ptr<graph_symbol>& graph, unsigned long kind,
-                                             unsigned long cid, std::string_view stream) {
-  const std::string_view name = dm_.handle_text(kind);
+void kzr_traceml_writer::implicit_task_begin(std::uint64_t ts, int tid, const graph_symbol* graph,
+                                             std::uint64_t kind, std::uint64_t cid, std::string_view stream) {
+  const std::string_view name = model_.handles().text(kind);
   start_task_line(ts, tid, cid);
   add_sequence_number(name);
   add_text("type", name == "omp_barrier" ? "barrier" : "algorithm");
-  add_id("parent", graph.get());
+  add_id("parent", graph);
   add_text("algorithm", omp_parallel_region);
   finish_task_line(ts, stream);
   open_task(tid);
@@ -335,6 +272,6 @@ void kzr_traceml_writer::add_sequence_number(std::string_view name) {
   line_ += " id=\"";
   line_ += name;
   line_ += '_';
-  append_number(line_, task_sequence_number_++);
+  line_.append_number(task_sequence_number_++);
   line_ += '"';
 }

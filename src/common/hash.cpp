@@ -1,8 +1,8 @@
-#include "common/flat_map.h"
+#include "common/hash.h"
 
 #include <random>
 
-const std::uint64_t flat_hash_seed = [] {
+const std::uint64_t hash_seed = [] {
   std::random_device random;
   return std::uint64_t{random()} << 32 | random();
 }();

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "common/prefetch.h"
+#include "model/edge_symbol.h"
+#include "model/port_symbol.h"
+
+/// Starts to fetch the ends of an edge into the caches, for those who go through many edges: they have their
+/// ends anywhere. First the ports, then, when those are there, their nodes.
+inline void prefetch_ports(const edge_symbol& edge) {
+  prefetch_two_lines(&edge.first());
+  prefetch_two_lines(&edge.second());
+}
+inline void prefetch_nodes(const edge_symbol& edge) {
+  prefetch(&edge.first().node());
+  prefetch(&edge.second().node());
+}
