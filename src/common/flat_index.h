@@ -90,7 +90,7 @@ class flat_index {
 
   void grow() {
     const slot_array old = std::exchange(slots_, {});
-    slots_.resize(next_table_size<slot>(old.size()));
+    slots_.resize(old.empty() ? 4 : old.size() * 2);
     for (const slot& entry : old) {
       if (entry.number != 0) slots_[slot_of(entry.hash, [](std::uint32_t) { return false; })] = entry;
     }

@@ -17,18 +17,6 @@ struct free_deleter {
 /// pages. Free it with `std::free`; throws `std::bad_alloc`.
 [[nodiscard]] void* allocate_huge_pages(std::size_t size_bytes);
 
-/// How many slots a table has that was full with `size` of them, a power of two. Half a mebibyte and one are
-/// skipped where slots fill a huge page: a table that gets so large is better off in one at once, with less
-/// work to grow.
-template <class Slot>
-[[nodiscard]] constexpr std::size_t next_table_size(std::size_t size) {
-  constexpr std::size_t slots_of_page = huge_page_bytes / sizeof(Slot);
-  if (size == 0) return 4;
-  const bool is_next =
-      huge_page_bytes % sizeof(Slot) == 0 && size >= slots_of_page / 8 && size < slots_of_page;
-  return is_next ? slots_of_page : size * 2;
-}
-
 /// Memory that grows block by block: by small blocks at first, since most runs are small, then by huge pages.
 class block_source {
  public:

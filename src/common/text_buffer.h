@@ -1,61 +1,42 @@
 #pragma once
 
-#include <algorithm>
+#include <array>
 #include <charconv>
 #include <concepts>
 #include <cstddef>
-#include <cstring>
-#include <memory>
+#include <string>
 #include <string_view>
 
-/// A text that is put together from many short pieces: like `std::string`, but appending is a few
-/// instructions at the place of the call. What is appended must not be a part of the buffer.
+/// A text that is put together from many short pieces.
 class text_buffer {
  public:
-  text_buffer() = default;
-  text_buffer(const text_buffer&) = delete;
-  text_buffer& operator=(const text_buffer&) = delete;
-
   text_buffer& operator+=(std::string_view piece) {
-    std::memcpy(room_for(piece.size()), piece.data(), piece.size());
-    size_ += piece.size();
+    text_.append(piece);
     return *this;
   }
   text_buffer& operator+=(char letter) {
-    *room_for(1) = letter;
-    ++size_;
+    text_.push_back(letter);
     return *this;
   }
   /// Appends `number` in plain decimal.
   template <std::integral Number>
   void append_number(Number number) {
-    constexpr std::size_t most_digits = 20;
-    char* const start = room_for(most_digits);
-    size_ += static_cast<std::size_t>(std::to_chars(start, start + most_digits, number).ptr - start);
+    std::array<char, 20> digits;
+    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
+    text_.append(digits.data(), result.ptr);
   }
-
   /// Appends `size_bytes` bytes for the caller to fill and returns where they begin.
   [[nodiscard]] char* extend(std::size_t size_bytes) {
-    char* const start = room_for(size_bytes);
-    size_ += size_bytes;
-    return start;
+    text_.resize(text_.size() + size_bytes);
+    return text_.data() + text_.size() - size_bytes;
   }
 
-  void clear() { size_ = 0; }
-  [[nodiscard]] std::size_t size() const { return size_; }
+  void clear() { text_.clear(); }
+  [[nodiscard]] std::size_t size() const { return text_.size(); }
   /// The text; valid until the buffer changes.
-  [[nodiscard]] std::string_view view() const { return {bytes_.get(), size_}; }
-  operator std::string_view() const { return view(); }
+  [[nodiscard]] std::string_view view() const { return text_; }
+  operator std::string_view() const { return text_; }
 
  private:
-  char* room_for(std::size_t size_bytes) {
-    if (room_ - size_ < size_bytes) [[unlikely]]
-      grow(size_bytes);
-    return bytes_.get() + size_;
-  }
-  void grow(std::size_t size_bytes);
-
-  std::unique_ptr<char[]> bytes_;
-  std::size_t size_ = 0;
-  std::size_t room_ = 0;
+  std::string text_;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 
@@ -19,6 +20,8 @@ class edge_table {
   [[nodiscard]] const edge_symbol& get(std::uint32_t number) const { return edges_[number]; }
   /// How many edges were made; all numbers are below.
   [[nodiscard]] std::uint32_t size() const { return static_cast<std::uint32_t>(edges_.size()); }
+  /// How many of them were neither removed nor replaced.
+  [[nodiscard]] std::size_t count_live() const { return live_edges_.size(); }
 
   /// Starts to fetch the place of an edge between the two ports into the caches.
   void prefetch(const port_symbol& source, const port_symbol& target) const;

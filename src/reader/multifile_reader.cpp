@@ -1,6 +1,5 @@
 #include "reader/multifile_reader.h"
 
-#include <algorithm>
 #include <utility>
 
 multifile_reader::multifile_reader(const std::string& stem) {
@@ -16,19 +15,19 @@ multifile_reader::multifile_reader(const std::string& stem) {
       frequency_ = reader->freq();
       concurrency_ = reader->hwc();
     }
+    heap_.push(reader->timestamp(), static_cast<std::uint32_t>(readers_.size()));
     readers_.push_back(std::move(reader));
-    push(readers_.size() - 1);
   }
 }
 
 bool multifile_reader::next_record(trace_record& record) {
   while (!heap_.empty()) {
-    const std::size_t index = pop();
+    const std::uint32_t index = heap_.pop();
     trace_reader& reader = *readers_[index];
     reader.current_and_advance(record);
     if (record.kind < record_kind::end_of_records) {
       if (reader.has_current()) {
-        push(index);
+        heap_.push(reader.timestamp(), index);
       } else {
         ++damaged_files_;
       }
@@ -38,22 +37,6 @@ bool multifile_reader::next_record(trace_record& record) {
     readers_[index].reset();
   }
   return false;
-}
-
-namespace {
-constexpr auto is_later = [](const auto& a, const auto& b) { return a.timestamp > b.timestamp; };
-}  // namespace
-
-void multifile_reader::push(std::size_t reader) {
-  heap_.push_back({readers_[reader]->timestamp(), reader});
-  std::push_heap(heap_.begin(), heap_.end(), is_later);
-}
-
-std::size_t multifile_reader::pop() {
-  std::pop_heap(heap_.begin(), heap_.end(), is_later);
-  const std::size_t reader = heap_.back().reader;
-  heap_.pop_back();
-  return reader;
 }
 
 void multifile_reader::release_texts() {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/text_arena.h"
+#include "reader/merge_heap.h"
 #include "reader/trace_reader.h"
 
 /// Merges all trace files of one run into one stream of records by ascending timestamp. Owns the readers and
@@ -38,23 +39,13 @@ class multifile_reader {
   [[nodiscard]] const std::string& concurrency() const { return concurrency_; }
 
  private:
-  /// A reader that has a current record, and the record's timestamp.
-  struct heap_entry {
-    std::uint64_t timestamp;
-    std::size_t reader;
-  };
-
-  void push(std::size_t reader);
-  [[nodiscard]] std::size_t pop();
-
   text_arena texts_;
   std::string frequency_;
   std::string concurrency_;
   /// Every usable reader; null once its file is dropped.
   std::vector<std::unique_ptr<trace_reader>> readers_;
-  /// The smallest timestamp is at the front. In which order equal ones come out is part of the outputs: that
-  /// of the standard heap operations, one push for each record.
-  std::vector<heap_entry> heap_;
+  /// The readers that have a current record, by their index and that record's timestamp.
+  merge_heap heap_;
   std::size_t opened_files_ = 0;
   std::size_t damaged_files_ = 0;
 };

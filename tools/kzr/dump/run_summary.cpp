@@ -7,12 +7,13 @@
 #include <memory>
 #include <stdexcept>
 
-#include "graphml/graphml_file.h"
 #include "kzr/common/captured_output.h"
 #include "kzr/common/converter_end.h"
 #include "kzr/common/progress_bar.h"
 #include "kzr/dump/problems.h"
 #include "kzr/dump/record_size.h"
+#include "model/kzr_data_manager.h"
+#include "processor/image_table.h"
 #include "processor/kzr_record_processor.h"
 #include "reader/multifile_reader.h"
 
@@ -46,19 +47,20 @@ class run_surveyor {
     try {
       const std::unique_ptr<multifile_reader> reader = open();
       step = "reading imageload.csv";
-      kzr_record_processor processor("", run_.frequency, run_.concurrency, run_.omp_experimental ? 1 : 0,
-                                     run_outputs::none);
+      image_table images = read_image_table();
+      kzr_data_manager model("");
+      kzr_record_processor processor(model, images, run_.omp_experimental);
       step = "reading the records";
       try {
-        process_records(*reader, processor);
+        process_records(*reader, model, processor);
         step = "completing inner graphs";
-        complete(processor.data_manager());
+        model.complete_inner_graphs();
         step = "writing the timeline";
         check_concurrency();
       } catch (const std::exception& end) {
         tell_end(step, end);
       }
-      take_stock(processor.data_manager());
+      take_stock(model);
     } catch (const std::exception& end) {
       tell_end(step, end);
     }
@@ -86,17 +88,16 @@ class run_surveyor {
     }
   }
 
-  void process_records(multifile_reader& reader, kzr_record_processor& processor) {
-    const kzr_data_manager& dm = processor.data_manager();
+  void process_records(multifile_reader& reader, kzr_data_manager& model, kzr_record_processor& processor) {
     trace_record record;
     while (reader.next_record(record)) {
       if (is_binary(record)) progress_.add(binary_size_of(record));
-      count(record, dm);
+      count(record, model);
       processor.process_record(record);
     }
   }
 
-  void count(const trace_record& record, const kzr_data_manager& dm) {
+  void count(const trace_record& record, kzr_data_manager& model) {
     ++run_.record_count;
     if (record.kind == record_kind::domain_create_a || record.kind == record_kind::domain_create_w) {
       domain_summary& domain = run_.domains[record.handle()];
@@ -107,7 +108,7 @@ class run_surveyor {
     }
     if (!depends_on_domain(record.kind)) return;
     domain_of(record.domain()).record_count += 1;
-    if (dm.domain_type(record.domain()) == DomainType::unknown) {
+    if (model.domains().type_of(record.domain()) == DomainType::unknown) {
       ++run_.ignored_record_count;
       return;
     }
@@ -132,35 +133,22 @@ class run_surveyor {
     if (tasks.ended - tasks.unmatched_ends > tasks.begun) ++tasks.unmatched_ends;
   }
 
-  static void complete(kzr_data_manager& dm) {
-    for (std::size_t i = 0; i < dm.files().size(); ++i) {
-      const std::shared_ptr<graphml_file> file = dm.files()[i];
-      file->post_process(&dm);
-    }
-  }
-
-  void take_stock(const kzr_data_manager& dm) {
+  void take_stock(kzr_data_manager& model) {
     for (auto& [producer, tasks] : run_.tasks) {
       tasks.unmatched_begins = tasks.begun - (tasks.ended - tasks.unmatched_ends);
     }
-    for (auto& [handle, domain] : run_.domains) domain.type = dm.domain_type(handle);
-    run_.warnings = dm.warnings();
-    for (const graph_symbol* const graph : dm.graphs()) count_graph(*graph);
-    model_counts& model = run_.model;
-    model.edges_made = edge_symbol::edge_count;
-    model.parallel_regions = parallel_region_symbol::parallel_region_count;
-    model.implicit_tasks = implicit_task_symbol::implicit_task_count;
-    model.explicit_tasks = explicit_task_symbol::explicit_task_count;
-  }
-
-  void count_graph(const graph_symbol& graph) {
-    model_counts& model = run_.model;
-    ++(graph.composite_node() != nullptr ? model.composite_nodes : model.graphs);
-    model.edges += graph.count_edges();
-    for (const node_symbol* const node : graph.nodes_by_name()) {
-      ++model.nodes;
-      model.ports += node->input_ports().size() + node->output_ports().size();
-    }
+    for (auto& [handle, domain] : run_.domains) domain.type = model.domains().type_of(handle);
+    run_.warnings = model.warnings().counts();
+    const symbol_counts& made = model.counts();
+    run_.model = {.graphs = made.graphs - made.composite_nodes,
+                  .nodes = made.nodes,
+                  .composite_nodes = made.composite_nodes,
+                  .ports = made.ports,
+                  .edges_made = model.edges().size(),
+                  .edges = model.edges().count_live(),
+                  .parallel_regions = made.parallel_regions,
+                  .implicit_tasks = made.implicit_tasks,
+                  .explicit_tasks = made.explicit_tasks};
   }
 
   run_summary& run_;
