@@ -25,10 +25,10 @@ class flat_index {
   template <class Matches>
   std::uint32_t put(std::uint64_t hash, std::uint32_t number, Matches matches) {
     if ((size_ + 1) * 4 > slots_.size() * 3) grow();
-    slot& place = slots_[slot_of(short_hash(hash), matches)];
-    place.hash = short_hash(hash);
-    if (place.number == 0) ++size_;
-    return std::exchange(place.number, number);
+    slot& found = slots_[slot_of(short_hash(hash), matches)];
+    found.hash = short_hash(hash);
+    if (found.number == 0) ++size_;
+    return std::exchange(found.number, number);
   }
 
   /// Removes the number under the key with `hash` that `matches` and returns it; 0 when there is none.
@@ -50,7 +50,7 @@ class flat_index {
     return erased;
   }
 
-  /// Starts to fetch the place where the number under a key with `hash` is or would be into the caches.
+  /// Starts to fetch the slot of a key with `hash` into the caches.
   void prefetch(std::uint64_t hash) const {
     if (size_ > 0) ::prefetch(&slots_[home_of(short_hash(hash))]);
   }

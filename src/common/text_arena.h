@@ -8,7 +8,7 @@
 #include "common/huge_pages.h"
 
 /// Keeps what stays until the end of a run: texts and values of trace records, symbols. Bytes handed out stay
-/// where they are until the arena is destroyed, so consumers may keep pointers to them. Not copyable.
+/// where they are until the arena is cleared or destroyed, so consumers may keep pointers to them.
 class text_arena {
  public:
   text_arena() = default;
@@ -36,31 +36,4 @@ class text_arena {
   char* free_ = nullptr;
   std::size_t free_bytes_ = 0;
   std::size_t taken_bytes_ = 0;
-};
-
-/// Takes memory for objects from an arena, which must outlive them. Gives nothing back before the arena goes.
-template <class T>
-class arena_allocator {
- public:
-  using value_type = T;
-
-  explicit arena_allocator(text_arena& arena) : arena_(&arena) {}
-  template <class Other>
-  explicit arena_allocator(const arena_allocator<Other>& other) : arena_(&other.arena()) {}
-
-  /// Room for `count` objects. Throws `std::bad_alloc`.
-  [[nodiscard]] T* allocate(std::size_t count) {
-    // An array of pointers is meant when T is one.
-    return reinterpret_cast<T*>(
-        arena_->allocate(count * sizeof(T), alignof(T)));  // NOLINT(bugprone-sizeof-expression)
-  }
-  /// Does nothing: the memory goes with the arena.
-  void deallocate(T*, std::size_t) {}
-
-  /// The arena that the memory comes from.
-  [[nodiscard]] text_arena& arena() const { return *arena_; }
-  bool operator==(const arena_allocator&) const = default;
-
- private:
-  text_arena* arena_;
 };

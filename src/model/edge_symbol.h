@@ -23,7 +23,7 @@ class edge_symbol {
   [[nodiscard]] std::uint32_t number() const { return number_; }
 
   /// Gives the edge its final graph and the ports by which that graph shows its ends.
-  void place(graph_symbol& graph, port_symbol& first, port_symbol& second) {
+  void show_in(graph_symbol& graph, port_symbol& first, port_symbol& second) {
     graph_ = &graph;
     first_ = &first;
     second_ = &second;

@@ -23,7 +23,7 @@ class edge_table {
   /// How many of them were neither removed nor replaced.
   [[nodiscard]] std::size_t count_live() const { return live_edges_.size(); }
 
-  /// Starts to fetch the place of an edge between the two ports into the caches.
+  /// Starts to fetch the slot of an edge between the two ports into the caches.
   void prefetch(const port_symbol& source, const port_symbol& target) const;
 
  private:

@@ -14,7 +14,7 @@ void inner_graph_builder::build() {
   claim_boundary_nodes();
   fill_all();
   hide_insides();
-  place_edges();
+  show_edges();
 }
 
 void inner_graph_builder::collect_composites() {
@@ -334,7 +334,7 @@ port_symbol& inner_graph_builder::shown_end(const graph_symbol& graph, port_symb
   return *shown;
 }
 
-void inner_graph_builder::place_edges() {
+void inner_graph_builder::show_edges() {
   number_composites();
   for (std::uint32_t number = 0; number < dm_.edges().size(); ++number) {
     edge_symbol& edge = dm_.edges().get(number);
@@ -352,6 +352,6 @@ void inner_graph_builder::place_edges() {
     }
     graph_symbol* graph = find_common_graph(first->node().own_graph(), second->node().own_graph());
     if (graph == nullptr) graph = &edge.graph();
-    edge.place(*graph, shown_end(*graph, *first), shown_end(*graph, *second));
+    edge.show_in(*graph, shown_end(*graph, *first), shown_end(*graph, *second));
   }
 }

@@ -34,7 +34,7 @@ class inner_graph_builder {
   void count_unlinked_ports(const subgraph_node_symbol& composite);
   void measure_levels();
   void hide_insides();
-  void place_edges();
+  void show_edges();
 
   [[nodiscard]] port_symbol& innermost(port_symbol& port) const;
   [[nodiscard]] bool is_inside(const subgraph_node_symbol& inner, const subgraph_node_symbol& outer) const;

@@ -12,7 +12,7 @@ class graph_symbol;
 class text_arena;
 class text_buffer;
 
-/// A node of a graph, with its ports, kind, metadata and code location. Texts and further ports live in the
+/// A node of a graph, with its ports, kind, metadata and code location. Texts and further ports are in the
 /// model's arena.
 class node_symbol : public kzr_symbol {
  public:

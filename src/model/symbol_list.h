@@ -53,7 +53,7 @@ class symbol_list {
 
   /// Whether there are more symbols than the caches nearest to a processor hold.
   [[nodiscard]] bool is_large() const { return blocks_.size() > blocks_in_caches; }
-  /// Starts to fetch the place of `id` in the look-up into the caches.
+  /// Starts to fetch the slot of `id` in the look-up into the caches.
   void prefetch_slot(const ___onx_id& id) const { table_.prefetch(seeded_hash{}(id)); }
   /// The symbol that is most likely the one registered under `id`, which is not looked at; null when none is.
   [[nodiscard]] kzr_symbol* guess(const ___onx_id& id) const { return at(table_.guess(seeded_hash{}(id))); }

@@ -37,7 +37,7 @@ class xml_reader_v0 : public trace_reader {
   [[nodiscard]] const void* widen(const char* text);
 
   std::unique_ptr<xml::document> document_;  ///< let go when the last record was handed out
-  std::vector<xml::element*> records_;
+  std::vector<const xml::element*> records_;
   std::size_t cursor_ = 0;
   trace_record current_;                ///< its text or value comes to the arena when it is handed out
   const char* text_ = nullptr;          ///< of the current record, in the document

@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <new>
-#include <ostream>
 #include <type_traits>
 
 namespace xml {
@@ -11,9 +10,7 @@ static_assert(std::is_trivially_destructible_v<element> && std::is_trivially_des
               "the arena destroys nothing");
 
 document::document(const char* file_name)
-    : element("xml", ""),
-      tokens_(file_name),
-      text_buffer_(std::make_unique_for_overwrite<char[]>(text_bytes)) {}
+    : tokens_(file_name), text_buffer_(std::make_unique_for_overwrite<char[]>(text_bytes)) {}
 
 bool document::parse() {
   const bool understood = parse_top_level();
@@ -34,7 +31,7 @@ bool document::parse_top_level() {
         if (!parse_xml_tag()) return false;
         break;
       case tokenizer::start_tag:
-        if (root_ != nullptr || !parse_element(nullptr)) return false;
+        if (root_ != nullptr || !parse_element()) return false;
         break;
       default:
         return false;
@@ -45,14 +42,12 @@ bool document::parse_top_level() {
 bool document::parse_xml_tag() {
   char name[token_bytes];
   return tokens_.next_token(name, token_bytes) == tokenizer::name &&
-         read_attributes(*this) == tokenizer::declaration_end;
+         read_attributes(nullptr) == tokenizer::declaration_end;
 }
 
-bool document::parse_element(element* parent) {
-  element* last_child = parent == nullptr ? nullptr : parent->first_child();
-  while (last_child != nullptr && last_child->next_sibling() != nullptr)
-    last_child = last_child->next_sibling();
-  std::vector<open_element> open{{parent, last_child}};
+/// Reads the root element, whose "<" has been taken, with all that is in it.
+bool document::parse_element() {
+  std::vector<open_element> open{{nullptr, nullptr}};
   char token_text[token_bytes];
   int token = tokenizer::start_tag;
   while (token == tokenizer::start_tag) {
@@ -64,7 +59,7 @@ bool document::parse_element(element* parent) {
     }
     const kept_name name = keep_name(tag);
     element* const e = add_element(open.back(), name);
-    const int tag_ending = is_plain ? tokenizer::tag_end : read_attributes(*e);
+    const int tag_ending = is_plain ? tokenizer::tag_end : read_attributes(e);
     // The short cut matters: the text of elements with some names starts right behind ">", that of all others
     // behind the white space there, which the look ahead skips.
     if (tag_ending == tokenizer::tag_end && (name.holds_text || tokens_.look_ahead() != '<')) {
@@ -87,9 +82,9 @@ bool document::parse_element(element* parent) {
 }
 
 element* document::add_element(open_element& parent, const kept_name& name) {
-  auto* const e = new (storage_.allocate(sizeof(element), alignof(element))) element(name.text.data(), "");
+  auto* const e = new (storage_.allocate(sizeof(element), alignof(element))) element(name.text.data());
   if (parent.self == nullptr) {
-    set_root(e);
+    root_ = e;
   } else {
     parent.self->add_child(*e, parent.last_child);
     parent.last_child = e;
@@ -97,7 +92,9 @@ element* document::add_element(open_element& parent, const kept_name& name) {
   return e;
 }
 
-int document::read_attributes(element& owner) {
+/// Reads attributes up to the token behind them, which is returned, into `owner`; without one they are
+/// dropped.
+int document::read_attributes(element* owner) {
   char token_text[token_bytes];
   for (;;) {
     const int token = tokens_.next_token(token_text, token_bytes);
@@ -106,8 +103,9 @@ int document::read_attributes(element& owner) {
     if (tokens_.next_token(token_text, token_bytes) != tokenizer::equal_sign) return tokenizer::end_of_input;
     if (tokens_.next_token(token_text, token_bytes) != tokenizer::quoted_string)
       return tokenizer::end_of_input;
-    char* const place = storage_.allocate(sizeof(attribute), alignof(attribute));
-    owner.add_attribute(*new (place) attribute{name.text.data(), keep_text(token_text), nullptr});
+    if (owner == nullptr) continue;
+    char* const memory = storage_.allocate(sizeof(attribute), alignof(attribute));
+    owner->add_attribute(*new (memory) attribute{name.text.data(), keep_text(token_text), nullptr});
   }
 }
 
@@ -144,18 +142,9 @@ document::kept_name document::keep_name(std::string_view name) {
 
 const char* document::keep_text(std::string_view text) { return text.empty() ? "" : storage_.copy(text); }
 
-element* document::elem(const char* name) const {
-  return root_ == nullptr ? nullptr : root_->first_child(name);
-}
-
-std::vector<element*> document::elems(const char* name, const char* attribute, const char* value) const {
+std::vector<const element*> document::elems(const char* name) const {
   if (root_ == nullptr) return {};
-  return root_->children(name, attribute, value);
-}
-
-void document::dump(std::ostream& out) const {
-  element::dump(out);
-  if (root_ != nullptr) root_->dump(out);
+  return root_->children(name);
 }
 
 }  // namespace xml

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <iosfwd>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -12,9 +11,8 @@
 
 namespace xml {
 
-/// A file as a tree of elements, which it owns. Is itself the element "xml", which holds the attributes of
-/// the XML declaration. What was built before a damaged place stays in the tree.
-class document : public element {
+/// A file as a tree of elements, which it owns. What was built before a damaged place stays in the tree.
+class document {
  public:
   /// Opens the file; says on standard output when that fails, and is then empty.
   explicit document(const char* file_name);
@@ -22,26 +20,10 @@ class document : public element {
   /// Reads the file to its end, or to the first place that is not understood (then false), and closes it.
   bool parse();
 
-  /// Reads a declaration whose "<?" has been taken, up to its "?>".
-  bool parse_xml_tag();
-
-  /// Reads an element whose "<" has been taken, with all that is in it. It becomes the last child of
-  /// `parent`, or the root when there is none.
-  bool parse_element(element* parent);
-
   /// The root element, or null.
-  [[nodiscard]] element* root() const { return root_; }
-  /// Borrows `root`, which must live as long as the document.
-  void set_root(element* root) { root_ = root; }
-
-  /// The first element below the root with that name, or null.
-  [[nodiscard]] element* elem(const char* name) const;
-  /// The elements below the root that element::children() finds; none without a root.
-  [[nodiscard]] std::vector<element*> elems(const char* name, const char* attribute = nullptr,
-                                            const char* value = nullptr) const;
-
-  /// Writes the document, for people who look at it.
-  void dump(std::ostream& out) const;
+  [[nodiscard]] const element* root() const { return root_; }
+  /// The elements below the root with that name, in document order; none without a root.
+  [[nodiscard]] std::vector<const element*> elems(const char* name) const;
 
  private:
   /// An element whose content is being read.
@@ -58,8 +40,10 @@ class document : public element {
   };
 
   bool parse_top_level();
+  bool parse_xml_tag();
+  bool parse_element();
   element* add_element(open_element& parent, const kept_name& name);
-  int read_attributes(element& owner);
+  int read_attributes(element* owner);
   bool read_text_and_end(element& e, const kept_name& name);
   bool read_end_tag(std::string_view name);
   kept_name keep_name(std::string_view name);

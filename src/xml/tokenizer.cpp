@@ -78,8 +78,6 @@ tokenizer::tokenizer(const char* file_name) : file_(std::fopen(file_name, "r")) 
   buffer_ = std::make_unique_for_overwrite<signed char[]>(carried_bytes + block_bytes);
 }
 
-tokenizer::~tokenizer() = default;
-
 void tokenizer::close() {
   file_.reset();
   buffer_.reset();
@@ -88,7 +86,9 @@ void tokenizer::close() {
   end_ = next_ + 1;
 }
 
-int tokenizer::getc() {
+/// Reads the next block behind the room for carried characters; returns its first character, which counts as
+/// taken from it, or the end.
+int tokenizer::read_block() {
   signed char* const block = buffer_.get() + carried_bytes;
   const std::size_t count = std::fread(block, 1, block_bytes, file_.get());
   if (count == 0) return end_of_input;
@@ -102,7 +102,7 @@ void tokenizer::refill() {
   const std::size_t carried_count = std::min(static_cast<std::size_t>(end_ - next_), carried.size());
   std::copy_n(next_, carried_count, carried.begin());
   next_ = end_ = buffer_.get() + carried_bytes;
-  const int c = getc();
+  const int c = read_block();
   signed char* front = buffer_.get() + (next_ - buffer_.get());
   *--front = static_cast<signed char>(c);
   front -= carried_count;
@@ -225,17 +225,6 @@ void tokenizer::take_quoted(bounded_text& text) {
     if (peek() == end_character) return;
     take_one(text);
   }
-}
-
-bool tokenizer::capture_string(char* buffer, int size) {
-  bounded_text text(buffer, size - 1);
-  const bool quoted = next_char() == '"';
-  if (quoted) take_quoted(text);
-  text.terminate(size);
-  for (std::size_t i = 0; i < text.dropped(); ++i) {
-    std::cout << "WARNING: buffer " << size << " is too small for string, truncating" << std::endl;
-  }
-  return quoted;
 }
 
 void tokenizer::get_text(char* buffer, int size) {

@@ -33,7 +33,6 @@ class tokenizer {
   explicit tokenizer(const char* file_name);
   tokenizer(const tokenizer&) = delete;
   tokenizer& operator=(const tokenizer&) = delete;
-  ~tokenizer();
 
   /// Whether `c` only separates tokens: everything outside the visible ASCII characters, except the end.
   static constexpr bool is_whitespace(int c) { return (c < 33 || c > 126) && c != end_of_input; }
@@ -62,22 +61,12 @@ class tokenizer {
   /// Takes `tag_name` and the ">" right behind it; false when something else is there.
   bool take_rest_of_end_tag(std::string_view tag_name);
 
-  /// Takes a quoted string like next_token(), but says on standard output, for each character, that it was
-  /// dropped. Takes one character and returns false when it is not the opening quote.
-  bool capture_string(char* buffer, int size);
-
   /// Takes the content of an element, markup included, up to the "</" of its own end tag, or up to the end.
   /// Keeps `size` - 2 characters, and says once on standard output when there are more.
   void get_text(char* buffer, int size);
 
   /// Closes the file and frees the window; from here on the input is at its end.
   void close();
-
- protected:
-  /// Reads one byte of the file, as a signed character; -1 at the end. Called when all characters read so far
-  /// are taken. May leave bytes that follow in the window, which are then taken without a call: one read of a
-  /// block instead of a call per character.
-  virtual int getc();
 
  private:
   struct file_closer {
@@ -90,6 +79,7 @@ class tokenizer {
     return next_[distance];
   }
   void refill();
+  [[nodiscard]] int read_block();
   /// Where `tag_name` and ">" end that stand at `start`; null when they do not.
   [[nodiscard]] const signed char* find_end_behind(const signed char* start, std::string_view tag_name) const;
   template <unsigned char stop>

@@ -76,8 +76,6 @@ void write_json(const run_summary& run, std::ostream& out) {
     warnings.push_back({{"message", message}, {"count", count}});
   }
   const bool has_gap = !run.gap.unread.empty();
-  const std::optional<std::uint64_t> duration =
-      run.first_timestamp ? std::optional(*run.last_timestamp - *run.first_timestamp) : std::nullopt;
   const json summary = {
       {"stem", run.stem},
       {"omp_experimental", run.omp_experimental},
@@ -90,7 +88,8 @@ void write_json(const run_summary& run, std::ostream& out) {
       {"concurrency", run.concurrency},
       {"first_timestamp", or_null(run.first_timestamp)},
       {"last_timestamp", or_null(run.last_timestamp)},
-      {"duration_ticks", or_null(duration)},
+      {"duration_ticks",
+       run.first_timestamp ? json(*run.last_timestamp - *run.first_timestamp) : json(nullptr)},
       {"duration_seconds", run.duration_seconds ? json(*run.duration_seconds) : json(nullptr)},
       {"records", run.record_count},
       {"ignored_records", run.ignored_record_count},
