@@ -1,7 +1,6 @@
 // Writes the seeds of the fuzz corpora below a given directory: small runs with small numbers, so that
 // changed bytes often hit another known object.
 
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -11,49 +10,24 @@
 #include <vector>
 
 #include "fuzz/run_input.h"
-#include "recorder/trace_encoder.h"
+#include "recorder/sample_words.h"
 
 namespace {
 
+using namespace kzr::sample;
 using kzr::object_id;
 using kzr::relation_code;
 using kzr::trace_encoder;
 using kzr::trace_form;
 
-constexpr std::uint64_t domain = 1;
-constexpr std::uint64_t graph_kind = 10;
-constexpr std::uint64_t node_kind = 11;
-constexpr std::uint64_t input_kind = 12;
-constexpr std::uint64_t output_kind = 13;
-constexpr std::uint64_t name_key = 14;
-constexpr std::uint64_t address_key = 15;
-constexpr std::uint64_t composite_kind = 16;
-constexpr std::uint64_t special_kind = 17;
-constexpr std::uint64_t region_kind = 18;
-constexpr std::uint64_t implicit_kind = 19;
-constexpr std::uint64_t explicit_kind = 20;
-
-constexpr object_id graph{1, 1, 0};
 constexpr object_id source{2, 1, 0};
 constexpr object_id sink{3, 1, 0};
 constexpr object_id composite{4, 1, 0};
 constexpr object_id inner{5, 1, 0};
 
-trace_encoder words(trace_form form, const char* domain_name) {
+trace_encoder words(trace_form form, std::string_view domain_name) {
   trace_encoder encoder(form, 1000, 4);
-  encoder.domain(domain, domain_name)
-      .string_handle(graph_kind, "graph")
-      .string_handle(node_kind, "node")
-      .string_handle(input_kind, "input_port0")
-      .string_handle(output_kind, "output_port0")
-      .string_handle(name_key, "object_name")
-      .string_handle(address_key, "code_address")
-      .string_handle(composite_kind, "composite_node")
-      .string_handle(special_kind, "opencl_node")
-      .string_handle(region_kind, "omp_parallel")
-      .string_handle(implicit_kind, "omp_implicit")
-      .string_handle(explicit_kind, "omp_explicit");
-  return encoder;
+  return add_words(encoder, domain_name);
 }
 
 std::string flow_graph(trace_form form) {

@@ -10,24 +10,15 @@
 #include <map>
 #include <string>
 
-#include "recorder/trace_encoder.h"
+#include "recorder/sample_words.h"
 
 namespace {
 
+using namespace kzr::sample;
 using kzr::object_id;
 using kzr::relation_code;
 using kzr::trace_encoder;
 using kzr::trace_form;
-
-constexpr std::uint64_t domain = 1;
-constexpr std::uint64_t graph_kind = 10;
-constexpr std::uint64_t node_kind = 11;
-constexpr std::uint64_t input_kind = 12;
-constexpr std::uint64_t output_kind = 13;
-constexpr std::uint64_t name_key = 14;
-constexpr std::uint64_t composite_kind = 15;
-constexpr std::uint64_t address_key = 16;
-constexpr object_id graph{1, 1, 0};
 
 /// A trace file of a run that is written in blocks.
 class trace_file {
@@ -49,23 +40,15 @@ class trace_file {
   std::ofstream file_;
 };
 
-void add_words(trace_encoder& encoder) {
-  encoder.domain(domain, "pwl.flow")
-      .string_handle(graph_kind, "graph")
-      .string_handle(node_kind, "node")
-      .string_handle(input_kind, "input_port0")
-      .string_handle(output_kind, "output_port0")
-      .string_handle(name_key, "object_name")
-      .string_handle(composite_kind, "composite_node")
-      .string_handle(address_key, "code_address")
-      .task_group(domain, graph, {}, graph_kind);
+void add_graph(trace_encoder& encoder) {
+  add_words(encoder, "pwl.flow").task_group(domain, graph, {}, graph_kind);
 }
 
 using directory_ref = const std::filesystem::path&;
 
 void huge_length(directory_ref directory, std::size_t length) {
   trace_file file(directory, 0);
-  add_words(file.encoder);
+  add_graph(file.encoder);
   file.encoder.metadata_string(domain, graph, name_key, "");
   std::string bytes = file.encoder.take();
   for (std::size_t i = 0; i < 8; ++i) bytes[bytes.size() - 8 + i] = static_cast<char>(length >> (8 * i));
@@ -75,7 +58,7 @@ void huge_length(directory_ref directory, std::size_t length) {
 void damaged_files(directory_ref directory, std::size_t count) {
   for (std::size_t n = 0; n < count; ++n) {
     trace_file file(directory, n);
-    add_words(file.encoder);
+    add_graph(file.encoder);
     file.raw("\x0c half a record");
   }
 }
@@ -84,7 +67,7 @@ void many_files(directory_ref directory, std::size_t count) {
   constexpr int records = 250;
   for (std::size_t n = 0; n < count; ++n) {
     trace_file file(directory, n);
-    add_words(file.encoder);
+    add_graph(file.encoder);
     for (int i = 0; i < records; ++i) {
       file.encoder.task_begin(domain, graph, {}, node_kind, n % 64).task_end(domain);
     }
@@ -118,7 +101,7 @@ void open_brackets(directory_ref directory, std::size_t size_bytes) {
 
 void user_events(directory_ref directory, std::size_t count) {
   trace_file file(directory, 0);
-  add_words(file.encoder);
+  add_graph(file.encoder);
   for (std::size_t i = 0; i < count; ++i) {
     file.encoder.metadata_string(domain, {9, 9, 9}, name_key, "event " + std::to_string(i));
     file.flush();
@@ -129,7 +112,7 @@ void user_events(directory_ref directory, std::size_t count) {
 void many_ports(directory_ref directory, std::size_t count) {
   constexpr object_id node{2, 1, 0};
   trace_file file(directory, 0);
-  add_words(file.encoder);
+  add_graph(file.encoder);
   file.encoder.task_group(domain, node, graph, node_kind);
   for (std::size_t i = 0; i < count; ++i) {
     file.encoder.task_group(domain, {2, 2, i}, node, i % 2 == 0 ? input_kind : output_kind);
@@ -141,7 +124,7 @@ void many_ports(directory_ref directory, std::size_t count) {
 void same_edge(directory_ref directory, std::size_t count) {
   constexpr object_id node{2, 1, 0};
   trace_file file(directory, 0);
-  add_words(file.encoder);
+  add_graph(file.encoder);
   file.encoder.task_group(domain, node, graph, node_kind)
       .task_group(domain, {2, 2, 0}, node, output_kind)
       .task_group(domain, {2, 3, 0}, node, input_kind);
@@ -161,7 +144,7 @@ void wrap_in_composite(trace_encoder& encoder, object_id composite, std::uint64_
 
 void inner_chain(directory_ref directory, std::size_t length) {
   trace_file file(directory, 0);
-  add_words(file.encoder);
+  add_graph(file.encoder);
   constexpr std::uint64_t first = 100;
   // Outputs have first words of their own: the composite node's port stands for the input.
   constexpr std::uint64_t to_output = std::uint64_t{1} << 40;
@@ -179,7 +162,7 @@ void inner_chain(directory_ref directory, std::size_t length) {
 
 void nested_composites(directory_ref directory, std::size_t depth) {
   trace_file file(directory, 0);
-  add_words(file.encoder);
+  add_graph(file.encoder);
   constexpr std::uint64_t inner = 100;
   file.encoder.task_group(domain, {inner, 1, 0}, graph, node_kind)
       .task_group(domain, {inner, 2, 0}, {inner, 1, 0}, input_kind);
@@ -192,7 +175,7 @@ void nested_composites(directory_ref directory, std::size_t depth) {
 
 void repeated_word(directory_ref directory, std::size_t count) {
   trace_file file(directory, 0);
-  add_words(file.encoder);
+  add_graph(file.encoder);
   for (std::size_t i = 0; i < count; ++i) {
     file.encoder.string_handle(100 + i, "composite_node");
     file.flush();
@@ -202,7 +185,7 @@ void repeated_word(directory_ref directory, std::size_t count) {
 
 void many_names(directory_ref directory, std::size_t count) {
   trace_file file(directory, 0);
-  add_words(file.encoder);
+  add_graph(file.encoder);
   file.encoder.task_group(domain, {2, 1, 0}, graph, node_kind);
   for (std::size_t i = 0; i < count; ++i) {
     file.encoder.metadata_string(domain, {2, 1, 0}, count - i, "value");
@@ -213,7 +196,7 @@ void many_names(directory_ref directory, std::size_t count) {
 
 void many_domains(directory_ref directory, std::size_t count) {
   trace_file file(directory, 0);
-  add_words(file.encoder);
+  add_graph(file.encoder);
   for (std::size_t i = 0; i < count; ++i) {
     file.encoder.domain(100 + i, "pwl.flow").task_begin(100 + i, graph, {}, node_kind, i).task_end(100 + i);
     file.flush();

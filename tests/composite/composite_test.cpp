@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <random>
-#include <set>
 #include <string>
 
 #include "support/golden.h"
 #include "support/recorded.h"
+#include "support/run_model.h"
 #include "support/run_program.h"
 #include "support/scratch_directory.h"
 
@@ -19,7 +19,7 @@ using kzr::relation_code;
 /// A recorded flow graph. Objects are made in the order of the calls, nodes from "g0::n0" and edges from e0.
 class flow_run {
  public:
-  flow_run() {
+  explicit flow_run(kzr::trace_form form = kzr::trace_form::binary) : trace_(recorded(form)) {
     trace_.domain(1, "pwl.flow").string_handle(1, "graph").string_handle(2, "composite_node");
     trace_.string_handle(3, "opencl_node").string_handle(4, "function_node").string_handle(5, "body");
     for (std::uint64_t i = 0; i <= 10; ++i) {  // ':' follows '9': the ports with that name have the offset 10
@@ -56,17 +56,15 @@ class flow_run {
     trace_.task_begin(1, body, node, 5, 0).task_end(1);
   }
 
-  void convert_in(const std::filesystem::path& directory) {
+  void write_in(const std::filesystem::path& directory) {
     write_file(directory / "_kzr.0", trace_.end().bytes());
+  }
+  void convert_in(const std::filesystem::path& directory) {
+    write_in(directory);
     // With a small stack, so that nothing nests with the graphs unnoticed.
     const program_result result =
         run_program({"/bin/sh", "-c", "ulimit -s 256 && exec " KZR2XML_PROGRAM " run"}, directory);
     EXPECT_EQ(result.exit_status, 0) << result.err;
-  }
-  void expect_golden_case(const std::string& name) {
-    const scratch_directory directory;
-    convert_in(directory.path());
-    expect_golden(name, directory.path());
   }
 
  private:
@@ -76,7 +74,7 @@ class flow_run {
     return id;
   }
 
-  kzr::trace_encoder trace_ = recorded();
+  kzr::trace_encoder trace_;
   std::uint64_t last_ = 100;
   object_id graph_{100, 0, 0};
 };
@@ -84,8 +82,17 @@ class flow_run {
 constexpr std::uint64_t in = flow_run::input;
 constexpr std::uint64_t out = flow_run::output;
 
-TEST(composite, shows_its_inside_in_a_document_of_its_own) {
-  flow_run run;
+class composite_documents : public golden_run {
+ protected:
+  void expect_case(const std::string& name, flow_run& run) {
+    run.convert_in(directory_.path());
+    expect_golden(name);
+  }
+};
+KZR_IN_BOTH_FORMS(composite_documents);
+
+TEST_P(composite_documents, shows_its_inside_in_a_document_of_its_own) {
+  flow_run run{GetParam()};
   const object_id source = run.node(), composite = run.composite(), x = run.node(), y = run.node();
   const object_id sink = run.node(), hidden = run.node();
   const object_id source_out = run.port(source, out), x_in = run.port(x, in), x_out = run.port(x, out);
@@ -100,7 +107,7 @@ TEST(composite, shows_its_inside_in_a_document_of_its_own) {
   run.edge(x_out, y_in);  // replaces the second edge
   run.edge(source_out, y_in).relate(source_out, relation_code::removes_edge_to, y_in);
   run.run_body_of(x);
-  run.expect_golden_case("composite");
+  expect_case("composite", run);
 }
 
 /// A graph whose composite node `a` holds p, b and q; b holds x. One port of x goes out through both.
@@ -119,22 +126,22 @@ void record_nested(flow_run& run, const object_id& source, const object_id& a, c
   run.edge(q_out, sink_in).edge(q_out, p_in);
 }
 
-TEST(composite, nests_with_the_outer_one_announced_first) {
-  flow_run run;
+TEST_P(composite_documents, nests_with_the_outer_one_announced_first) {
+  flow_run run{GetParam()};
   const object_id source = run.node(), a = run.composite(), b = run.composite();
   record_nested(run, source, a, b);
-  run.expect_golden_case("composite_nested_outer_first");
+  expect_case("composite_nested_outer_first", run);
 }
 
-TEST(composite, nests_with_the_inner_one_announced_first) {
-  flow_run run;
+TEST_P(composite_documents, nests_with_the_inner_one_announced_first) {
+  flow_run run{GetParam()};
   const object_id source = run.node(), b = run.composite(), a = run.composite();
   record_nested(run, source, a, b);
-  run.expect_golden_case("composite_nested_inner_first");
+  expect_case("composite_nested_inner_first", run);
 }
 
-TEST(composite, of_the_streaming_kind_shows_nothing_of_its_inside) {
-  flow_run run;
+TEST_P(composite_documents, of_the_streaming_kind_shows_nothing_of_its_inside) {
+  flow_run run{GetParam()};
   const object_id streaming = run.composite(), x = run.node(), nested = run.composite(), y = run.node();
   const object_id source = run.node(), sink = run.node();
   run.make_streaming(streaming);
@@ -144,22 +151,22 @@ TEST(composite, of_the_streaming_kind_shows_nothing_of_its_inside) {
   run.outer(nested, in, y_in);
   run.outer(streaming, out, run.outer(nested, out, y_out));
   run.edge(source_out, x_in).edge(x_out, y_in).edge(y_out, sink_in);
-  run.expect_golden_case("composite_streaming");
+  expect_case("composite_streaming", run);
 }
 
-TEST(composite, with_eleven_inputs_has_data_for_ten) {
-  flow_run run;
+TEST_P(composite_documents, with_eleven_inputs_has_data_for_ten) {
+  flow_run run{GetParam()};
   const object_id composite = run.composite(), x = run.node(), other = run.node();
   for (std::uint64_t i = 0; i <= 10; ++i) run.outer(composite, in + i, run.port(x, in + i));
   // Neither names a port of the composite node: the first finds x's output, the second no port at all.
   const object_id other_in = run.outer(other, in, run.port(x, out));
   run.relate(composite, relation_code::is_parent_of, other_in);
   run.relate(composite, relation_code::is_parent_of, run.port(other, in + 1));
-  run.expect_golden_case("composite_eleven_inputs");
+  expect_case("composite_eleven_inputs", run);
 }
 
-TEST(composite, loses_no_edge_at_ends_without_alias_or_with_the_same_ends) {
-  flow_run run;
+TEST_P(composite_documents, loses_no_edge_at_ends_without_alias_or_with_the_same_ends) {
+  flow_run run{GetParam()};
   const object_id source = run.node(), composite = run.composite(), x = run.node(), z = run.node();
   const object_id sink = run.node(), m = run.node();
   const object_id source_out = run.port(source, out), x_in = run.port(x, in), x_left = run.port(x, out);
@@ -171,11 +178,11 @@ TEST(composite, loses_no_edge_at_ends_without_alias_or_with_the_same_ends) {
   run.edge(source_out, z_in);                    // only the way in by the composite's inputs is filled
   run.edge(source_out, x_in).edge(source_out, outer_in);
   run.edge(z_out, sink_in).edge(outer_out, sink_in);
-  run.expect_golden_case("composite_open_ends");
+  expect_case("composite_open_ends", run);
 }
 
-TEST(composite, shows_an_edge_in_the_innermost_graph_that_holds_both_ends) {
-  flow_run run;
+TEST_P(composite_documents, shows_an_edge_in_the_innermost_graph_that_holds_both_ends) {
+  flow_run run{GetParam()};
   const object_id sink = run.node(), a = run.composite(), b = run.composite();  // n0, n1, n2
   const object_id x = run.node(), y = run.node(), lost = run.node();            // n3, n4, n5
   const object_id sink_in = run.port(sink, in), x_in = run.port(x, in), x_out = run.port(x, out);
@@ -194,23 +201,7 @@ TEST(composite, shows_an_edge_in_the_innermost_graph_that_holds_both_ends) {
   for (const object_id& source : {a_out, y_free, b_lost}) {
     run.edge(source, sink_in).relate(source, relation_code::removes_edge_to, sink_in);
   }
-  run.expect_golden_case("composite_ends");
-}
-
-/// How often a node element with each id occurs in the GraphML documents of `directory`.
-std::multiset<std::string> find_node_ids(const std::filesystem::path& directory) {
-  std::multiset<std::string> ids;
-  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-    if (entry.path().extension() != ".graphml") continue;
-    const std::string text = read_file(entry.path());
-    const std::string opening = "<node  id=\"";
-    for (std::size_t at = text.find(opening); at != std::string::npos; at = text.find(opening, at)) {
-      at += opening.size();
-      std::string id = text.substr(at, text.find('"', at) - at);
-      ids.insert(id.substr(id.rfind('n')));
-    }
-  }
-  return ids;
+  expect_case("composite_ends", run);
 }
 
 TEST(composite, keeps_every_node_once_whatever_the_relations_say) {
@@ -232,10 +223,10 @@ TEST(composite, keeps_every_node_once_whatever_the_relations_say) {
       run.edge(any_of(ports), any_of(ports));
     }
     const scratch_directory directory;
-    run.convert_in(directory.path());
-    std::multiset<std::string> expected;
-    for (std::size_t i = 0; i < count; ++i) expected.insert("n" + std::to_string(i));
-    EXPECT_EQ(find_node_ids(directory.path()), expected);
+    run.write_in(directory.path());
+    run_model made(directory / "_kzr");
+    made.complete();
+    EXPECT_EQ(made.model.counts().nodes, count);
   }
 }
 
@@ -254,15 +245,6 @@ TEST(composite, nests_as_deep_as_the_trace_likes) {
     const std::string outermost = read_file(directory / "run.graphml");
     EXPECT_NE(outermost.find(outer_first ? "target=\"g0::n0\"" : "target=\"g0::n2999\""), std::string::npos);
   }
-}
-
-/// The name of a document and how many nodes it has.
-std::string count_of_nodes(const scratch_directory& directory, const std::string& file) {
-  const std::string document = read_file(directory / file);
-  const std::size_t begin = document.find("<graph ");
-  std::size_t count = 0;
-  for (std::size_t at = begin; (at = document.find("<node ", at)) != std::string::npos; ++at) ++count;
-  return file + ": " + std::to_string(count);
 }
 
 TEST(composite, has_the_nodes_that_are_innermost_in_it_whichever_came_first) {
@@ -288,11 +270,17 @@ TEST(composite, has_the_nodes_that_are_innermost_in_it_whichever_came_first) {
     const object_id x_out1 = run.port(x, out + 1);
     run.edge(p_out1, w_in1).edge(p_out, x_in).edge(x_out1, w_in);
     const scratch_directory directory;
-    run.convert_in(directory.path());
-    const std::string a_file = outer_first ? "run_sg0.graphml" : "run_sg1.graphml";
-    const std::string b_file = outer_first ? "run_sg0_sg1.graphml" : "run_sg1_sg0.graphml";
-    EXPECT_EQ(count_of_nodes(directory, a_file), a_file + ": 2");  // B and p
-    EXPECT_EQ(count_of_nodes(directory, b_file), b_file + ": 2");  // x and w
+    run.write_in(directory.path());
+    run_model made(directory / "_kzr");
+    made.complete();
+    const auto graph_around = [&made](const object_id& node) {
+      return &made.model.get_sym_as<node_symbol>({node.d1, 0, 0})->own_graph();
+    };
+    const auto graph_of = [&made](const object_id& composite) {
+      return made.model.get_sym_as<graph_symbol>({composite.d1, 0, 0});
+    };
+    for (const object_id& inner : {b, p}) EXPECT_EQ(graph_around(inner), graph_of(a));
+    for (const object_id& inner : {x, w}) EXPECT_EQ(graph_around(inner), graph_of(b));
   }
 }
 

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "driver/conversion.h"
 #include "support/golden.h"
 #include "support/recorded.h"
+#include "support/run_model.h"
 #include "support/run_program.h"
 #include "support/scratch_directory.h"
 
@@ -22,6 +22,7 @@ namespace {
 using kzr::object_id;
 using kzr::relation_code;
 using kzr::trace_encoder;
+using kzr::trace_form;
 using kzr::value_type;
 
 constexpr std::uint64_t openmp = 1;
@@ -37,8 +38,8 @@ constexpr object_id top = {}, region = {2, 0, 0}, region_node = {2, 1, 0};
 constexpr object_id implicit_0 = {2, 2, 0}, implicit_1 = {2, 3, 0};
 
 /// The words and, from time 100, the region with its first implicit task.
-trace_encoder recorded_region() {
-  trace_encoder file = recorded();
+trace_encoder recorded_region(trace_form form) {
+  trace_encoder file = recorded(form);
   file.domain(openmp, "openmp");
   for (std::uint64_t i = 0; i < std::size(words); ++i) file.string_handle(graph + i, words[i]);
   file.at(100)
@@ -49,8 +50,8 @@ trace_encoder recorded_region() {
   return file;
 }
 
-std::vector<std::string> region_on_two_threads() {
-  trace_encoder first = recorded_region();
+std::vector<std::string> region_on_two_threads(trace_form form) {
+  trace_encoder first = recorded_region(form);
   first.metadata_string(openmp, region_node, object_name, "sum");
   first.task_group(openmp, implicit_1, region, implicit);
   first.region_begin(openmp, region_node, top, parallel).task_begin(openmp, region, {}, parallel, 0);
@@ -58,7 +59,7 @@ std::vector<std::string> region_on_two_threads() {
   first.at(120).task_begin(openmp, implicit_0, region, barrier, 0);
   first.at(130).task_end(openmp).task_end(openmp);
   first.at(140).task_end(openmp).region_end(openmp, region_node).end();
-  trace_encoder second = recorded();
+  trace_encoder second = recorded(form);
   second.at(112).task_begin(openmp, implicit_1, region, implicit, 1);
   second.at(118).task_begin(openmp, implicit_1, region, barrier, 1);
   second.at(132).task_end(openmp).task_end(openmp).end();
@@ -66,12 +67,12 @@ std::vector<std::string> region_on_two_threads() {
 }
 
 /// Two variables: tasks 10 and 14 write the first one, 11 to 15 read it; 14 writes the second for 15.
-std::vector<std::string> tasks_with_dependences() {
+std::vector<std::string> tasks_with_dependences(trace_form form) {
   constexpr object_id data = {7, 0, 0}, other_data = {8, 0, 0}, no_task = {99, 0, 0}, no_node = {16, 0, 0};
   constexpr auto access = relation_code::makes_edge_to;
   const auto task = [](std::uint64_t number) { return object_id{number, 0, 0}; };
   const auto node_of = [](std::uint64_t number) { return object_id{number, 1, 0}; };
-  trace_encoder first = recorded_region();
+  trace_encoder first = recorded_region(form);
   first.metadata(openmp, region_node, code_address, value_type::u64, 1, 5000);
   first.at(111).task_begin(openmp, region, {}, parallel, 0);
   first.task_begin(openmp, implicit_0, region, implicit, 0);
@@ -92,7 +93,7 @@ std::vector<std::string> tasks_with_dependences() {
   first.at(190).task_begin(openmp, task(10), implicit_0, explicit_task, 0).task_end(openmp);
   first.at(209).region_end(openmp, {77, 0, 0});  // never begun
   first.task_end(openmp).task_end(openmp).end();
-  trace_encoder second = recorded();
+  trace_encoder second = recorded(form);
   second.at(200);
   for (const object_id& begun : {task(11), no_task, no_node}) {
     second.task_begin(openmp, begun, implicit_0, explicit_task, 1).task_end(openmp);
@@ -100,10 +101,10 @@ std::vector<std::string> tasks_with_dependences() {
   return {first.take(), second.end().take()};
 }
 
-std::vector<std::string> nested_region() {
+std::vector<std::string> nested_region(trace_form form) {
   constexpr object_id inner = {3, 0, 0}, inner_node = {3, 1, 0}, inner_0 = {3, 2, 0}, inner_1 = {3, 3, 0};
   constexpr object_id task_node = {10, 1, 0}, unknown = {50, 0, 0};
-  trace_encoder first = recorded_region();
+  trace_encoder first = recorded_region(form);
   first.task_group(openmp, {30, 0, 0}, region_node, input_0);
   first.at(110).task_begin(openmp, region, {}, parallel, 0);
   first.task_begin(openmp, implicit_0, region, implicit, 0);
@@ -117,7 +118,7 @@ std::vector<std::string> nested_region() {
   first.task_begin(openmp, inner, region, parallel, 0).task_begin(openmp, inner_0, inner, implicit, 0);
   first.at(140).task_end(openmp).task_end(openmp).region_end(openmp, inner_node);
   first.at(150).task_end(openmp).task_end(openmp).end();
-  trace_encoder second = recorded();
+  trace_encoder second = recorded(form);
   second.at(133).task_begin(openmp, inner_1, inner, implicit, 1);
   second.task_begin(openmp, unknown, inner, barrier, 1).task_end(openmp).task_end(openmp).end();
   return {first.take(), second.take()};
@@ -146,34 +147,76 @@ void expect_paired_tasks(const std::string& document) {
   EXPECT_TRUE(document.ends_with("</traceml>\n"));
 }
 
-TEST(openmp_runs, give_the_golden_documents_with_and_without_the_option) {
-  struct {
-    std::string name;
-    std::vector<std::string> files;
-    std::vector<std::string> with_option, without_option;
-  } const cases[] = {
-      {"omp_region", region_on_two_threads(), {"run", "--omp_experimental"}, {"run"}},
-      {"omp_tasks", tasks_with_dependences(), {"--omp_experimental", "run"}, {"run"}},
-      {"omp_nested", nested_region(), {".", "run", "7"}, {".", "run", "0"}},
-  };
-  for (const auto& run : cases) {
-    for (const bool has_option : {true, false}) {
-      const std::string name = run.name + (has_option ? "" : "_plain");
-      SCOPED_TRACE(name);
-      const scratch_directory scratch;
-      for (std::size_t i = 0; i < run.files.size(); ++i) {
-        write_file(scratch / ("_kzr." + std::to_string(i)), run.files[i]);
-      }
-      write_file(scratch / "imageload.csv", "app,4096,8191,0,1\n");
-      const auto result = run_kzr2xml(has_option ? run.with_option : run.without_option, scratch.path(),
-                                      {"QZD_DIR=" + scratch.path().string()});
-      EXPECT_EQ(result.exit_status, 0);
-      EXPECT_EQ(result.err, "");
-      expect_golden(name, scratch.path());
-      expect_paired_tasks(read_file(scratch / "run.traceml"));
-    }
+class openmp_documents : public golden_run {
+ protected:
+  void expect_run(const char* case_name, const std::vector<std::string>& files,
+                  const std::vector<std::string>& arguments) {
+    write_traces(files);
+    write_file(directory_ / "imageload.csv", "app,4096,8191,0,1\n");
+    const program_result result =
+        run_kzr2xml(arguments, directory_.path(), {"QZD_DIR=" + directory_.path().string()});
+    EXPECT_EQ(result.exit_status, 0);
+    EXPECT_EQ(result.err, "");
+    expect_golden(case_name);
+    expect_paired_tasks(read_file(directory_ / "run.traceml"));
   }
+};
+KZR_IN_BOTH_FORMS(openmp_documents);
+
+TEST_P(openmp_documents, of_a_region_with_the_option) {
+  expect_run("omp_region", region_on_two_threads(GetParam()), {"run", "--omp_experimental"});
 }
+TEST_P(openmp_documents, of_a_region) {
+  expect_run("omp_region_plain", region_on_two_threads(GetParam()), {"run"});
+}
+TEST_P(openmp_documents, of_tasks_with_the_option) {
+  expect_run("omp_tasks", tasks_with_dependences(GetParam()), {"--omp_experimental", "run"});
+}
+TEST_P(openmp_documents, of_tasks) {
+  expect_run("omp_tasks_plain", tasks_with_dependences(GetParam()), {"run"});
+}
+TEST_P(openmp_documents, of_a_nested_region_with_the_option) {
+  expect_run("omp_nested", nested_region(GetParam()), {".", "run", "7"});
+}
+TEST_P(openmp_documents, of_a_nested_region) {
+  expect_run("omp_nested_plain", nested_region(GetParam()), {".", "run", "0"});
+}
+
+enum record_kind { group, relation, begin, end, any_region, text };
+// The second words of identifiers, by what these are of.
+enum : std::uint64_t { a_region, a_node, a_task, a_graph, a_data, a_output = 35, a_input = 37 };
+struct shape {
+  record_kind kind;
+  std::uint64_t first, second;
+  std::uint64_t value;  ///< handle or code
+};
+constexpr shape shapes[] = {{group, a_graph, a_graph, graph},
+                            {group, a_node, a_graph, composite},
+                            {group, a_node, a_node, composite},
+                            {group, a_node, a_task, composite},
+                            {group, a_node, a_graph, node},
+                            {group, a_node, a_node, node},
+                            {group, a_node, a_task, node},
+                            {group, a_region, a_region, parallel},
+                            {group, a_task, a_region, implicit},
+                            {group, a_input, a_node, input_0},
+                            {group, a_output, a_node, output_0},
+                            {relation, a_region, a_task, 5},
+                            {relation, a_node, a_node, 5},
+                            {relation, a_node, a_input, 3},
+                            {relation, a_node, a_output, 3},
+                            {relation, a_node, a_node, 3},
+                            {relation, a_output, a_input, 7},
+                            {relation, a_output, a_input, 2},
+                            {relation, a_node, a_data, 7},
+                            {relation, a_data, a_node, 7},
+                            {begin, a_region, a_region, parallel},
+                            {begin, a_task, a_region, implicit},
+                            {begin, a_task, a_region, barrier},
+                            {begin, a_region, a_task, explicit_task},
+                            {end, a_graph, a_graph, 0},
+                            {any_region, a_node, a_graph, parallel},
+                            {text, a_node, a_graph, object_name}};
 
 /// Random records on few identifiers, so that they meet all the time. Most fit together: the second word of
 /// an identifier then says what it is of. Others have any identifier or handle.
@@ -191,43 +234,6 @@ class random_records {
   }
 
  private:
-  enum record_kind { group, relation, begin, end, open, close, number, text };
-  // What an identifier with this second word is of.
-  enum : std::uint64_t { of_region, of_node, of_task, of_graph, of_data, of_output = 35, of_input = 37 };
-  struct shape {
-    record_kind kind;
-    std::uint64_t first, second;  ///< second words of the identifiers
-    std::uint64_t value;          ///< handle or code
-  };
-  static constexpr shape shapes[] = {{group, of_graph, of_graph, graph},
-                                     {group, of_node, of_graph, composite},
-                                     {group, of_node, of_node, composite},
-                                     {group, of_node, of_task, composite},
-                                     {group, of_node, of_graph, node},
-                                     {group, of_node, of_node, node},
-                                     {group, of_node, of_task, node},
-                                     {group, of_region, of_region, parallel},
-                                     {group, of_task, of_region, implicit},
-                                     {group, of_input, of_node, input_0},
-                                     {group, of_output, of_node, output_0},
-                                     {relation, of_region, of_task, 5},
-                                     {relation, of_node, of_node, 5},
-                                     {relation, of_node, of_input, 3},
-                                     {relation, of_node, of_output, 3},
-                                     {relation, of_node, of_node, 3},
-                                     {relation, of_output, of_input, 7},
-                                     {relation, of_output, of_input, 2},
-                                     {relation, of_node, of_data, 7},
-                                     {relation, of_data, of_node, 7},
-                                     {begin, of_region, of_region, parallel},
-                                     {begin, of_task, of_region, implicit},
-                                     {begin, of_task, of_region, barrier},
-                                     {begin, of_region, of_task, explicit_task},
-                                     {end, of_graph, of_graph, 0},
-                                     {open, of_node, of_graph, parallel},
-                                     {close, of_node, of_graph, 0},
-                                     {number, of_region, of_graph, code_address},
-                                     {text, of_node, of_graph, object_name}};
   static constexpr std::array more_words = {
       "opencl_node",    "queue_node",      "split_node", "priority_queue_node",
       "sequencer_node", "write_once_node", "async_node", "omp_p",
@@ -264,12 +270,9 @@ class random_records {
         return void(file_.task_begin(domain, first, second, value, below(4)));
       case end:
         return void(file_.task_end(domain));
-      case open:
-        return void(file_.region_begin(domain, first, second, value));
-      case close:
-        return void(file_.region_end(domain, first));
-      case number:
-        return void(file_.metadata(domain, first, value, value_type::u64, 1, below(100)));
+      case any_region:
+        return void(below(2) == 0 ? file_.region_begin(domain, first, second, value)
+                                  : file_.region_end(domain, first));
       case text:
         return void(file_.metadata_string(domain, first, value, "text"));
     }
@@ -286,7 +289,9 @@ TEST(openmp_runs, end_well_whatever_the_records_say) {
     SCOPED_TRACE(seed);
     write_file(scratch / "_kzr.0", random_records(seed).make(400));
     write_file(scratch / "_kzr.1", random_records(~seed).make(100));
-    convert({.trace_stem = scratch / "_kzr", .run_name = scratch / "run", .omp_experimental = seed % 4 != 0});
+    run_model run(scratch / "_kzr", seed % 4 != 0);
+    run.complete();
+    run.write_timeline(scratch / "run.traceml");
     expect_paired_tasks(read_file(scratch / "run.traceml"));
   }
   std::cerr.rdbuf(messages);

@@ -1,12 +1,9 @@
 #include "support/golden.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <set>
-
-#include "support/recorded.h"
+#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -24,39 +21,45 @@ std::set<std::string> find_outputs(const fs::path& directory) {
   return names;
 }
 
-/// The line of `text` that holds the position `at`.
-std::string line_around(const std::string& text, std::size_t at) {
-  const std::size_t before = at == 0 ? std::string::npos : text.rfind('\n', at - 1);
-  const std::size_t first = before == std::string::npos ? 0 : before + 1;
-  return text.substr(first, text.find('\n', first) - first);
-}
-
 void expect_same_bytes(const std::string& name, const std::string& expected, const std::string& actual) {
   if (expected == actual) return;
-  const auto [in_expected, in_actual] =
-      std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end());
-  const auto at = static_cast<std::size_t>(in_expected - expected.begin());
-  const auto line = 1 + std::count(expected.begin(), in_expected, '\n');
-  ADD_FAILURE() << name << ':' << line << ": differs at byte " << at
-                << "\n  expected: " << line_around(expected, at)
-                << "\n  actual:   " << line_around(actual, at);
+  std::istringstream expected_lines(expected);
+  std::istringstream actual_lines(actual);
+  std::string line;
+  std::string other;
+  int number = 0;
+  do {
+    ++number;
+    line = other = "(end of file)";
+    std::getline(expected_lines, line);
+    std::getline(actual_lines, other);
+  } while (line == other && expected_lines);
+  ADD_FAILURE() << name << ':' << number << "\n  expected: " << line << "\n  actual:   " << other;
 }
 
 }  // namespace
 
-void expect_golden(const std::string& case_name, const fs::path& directory) {
+void golden_run::write_traces(const std::vector<std::string>& files) const {
+  for (std::size_t n = 0; n < files.size(); ++n) {
+    write_file(directory_ / ("_kzr." + std::to_string(n)), files[n]);
+  }
+}
+
+void golden_run::expect_golden(const std::string& case_name) const {
   SCOPED_TRACE(case_name);
   const fs::path golden = fs::path(KZR_GOLDEN_DIR) / case_name;
-  const std::set<std::string> actual_names = find_outputs(directory);
+  const std::set<std::string> actual_names = find_outputs(directory_.path());
   if (std::getenv("KZR_WRITE_GOLDEN") != nullptr) {
+    if (GetParam() != kzr::trace_form::binary) return;
     fs::remove_all(golden);
-    for (const std::string& name : actual_names) write_file(golden / name, read_file(directory / name));
+    for (const std::string& name : actual_names) write_file(golden / name, read_file(directory_ / name));
     return;
   }
   const std::set<std::string> expected_names = find_outputs(golden);
   EXPECT_EQ(expected_names, actual_names) << "not the expected set of output files";
   for (const std::string& name : expected_names) {
-    if (actual_names.count(name) == 0) continue;
-    expect_same_bytes(name, read_file(golden / name), read_file(directory / name));
+    if (actual_names.contains(name)) {
+      expect_same_bytes(name, read_file(golden / name), read_file(directory_ / name));
+    }
   }
 }

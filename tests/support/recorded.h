@@ -11,6 +11,10 @@
   return {form, 1000, 4};
 }
 
+/// A small run with a record of every kind whose objects know each other. The wide string handle, at which
+/// the converter ends, comes last.
+[[nodiscard]] std::string every_kind(kzr::trace_form form);
+
 /// Makes the file `path` hold exactly `bytes`; directories on the way are created.
 void write_file(const std::filesystem::path& path, std::string_view bytes);
 

@@ -5,6 +5,8 @@
 #include <iostream>
 #include <sstream>
 
+#include "model/kzr_data_manager.h"
+#include "model/parallel_region_symbol.h"
 #include "support/recorded.h"
 #include "support/scratch_directory.h"
 
@@ -17,10 +19,9 @@ class traceml_writer_test : public testing::Test {
   template <class Write>
   std::string written(Write write) {
     std::streambuf* const standard = std::cerr.rdbuf(warnings_.rdbuf());
-    {
-      kzr_traceml_writer writer(dm_, directory_ / "run.traceml", "2400", "8");
-      write(writer);
-    }
+    kzr_traceml_writer writer(dm_, directory_ / "run.traceml", "2400", "8");
+    write(writer);
+    writer.close();
     std::cerr.rdbuf(standard);
     std::string text = read_file(directory_ / "run.traceml");
     EXPECT_EQ(text.substr(0, text.find("<traceml")),
@@ -33,7 +34,7 @@ class traceml_writer_test : public testing::Test {
   }
 
   scratch_directory directory_;
-  kzr_data_manager dm_{"no such directory/run", "", ""};
+  kzr_data_manager dm_{"run"};
   std::ostringstream warnings_;
 };
 
@@ -42,11 +43,11 @@ TEST_F(traceml_writer_test, ends_tasks_that_are_open_and_drops_ends_that_match_n
     writer.task_end(5, 3);
     writer.task_begin(10, 12, nullptr, 0, 1, "a");
     writer.task_begin(11, 12, nullptr, 0, 1, "a");
-    writer.explicit_task_begin(12, 3, nullptr, nullptr, 0, 1, "a");
+    writer.explicit_task_begin(12, 3, nullptr, nullptr, 1, "a");
     writer.task_end(13, 3);
     writer.task_end(14, 3);
     writer.task_begin(15, 3, nullptr, 0, 1, "a");
-    writer.omp_parallel_region_begin(16, 4, nullptr, nullptr, 0, 1, "a");  // opens no task
+    writer.omp_parallel_region_begin(16, 4, nullptr, nullptr, 1, "a");  // opens no task
     writer.remove_edge(20, 1, nullptr);
     writer.task_end(30, 4);  // writes nothing, but is the latest event
   });
@@ -63,18 +64,20 @@ TEST_F(traceml_writer_test, ends_tasks_that_are_open_and_drops_ends_that_match_n
 }
 
 TEST_F(traceml_writer_test, numbers_parallel_and_implicit_tasks_together) {
-  dm_.add_string_handle(1, 0, "pwl_flow_graph");
-  dm_.add_string_handle(2, 0, "omp_parallel");
-  dm_.add_string_handle(3, 0, "omp_barrier");
-  const auto outer = dm_.add_parallel_region({1, 0, 0}, nullptr, 1);
-  const auto inner = dm_.add_parallel_region({2, 0, 0}, outer.get(), 2);
-  const auto graph = dm_.add_graph({3, 0, 0}, nullptr, 9);
+  dm_.add_string_handle(1, "pwl_flow_graph");
+  dm_.add_string_handle(2, "omp_parallel");
+  dm_.add_string_handle(3, "omp_barrier");
+  dm_.add_parallel_region({1, 0, 0}, nullptr, 1);
+  const auto& outer = *dm_.get_sym_as<parallel_region_symbol>({1, 0, 0});
+  dm_.add_parallel_region({2, 0, 0}, &outer, 2);
+  const auto& inner = *dm_.get_sym_as<parallel_region_symbol>({2, 0, 0});
+  const graph_symbol& graph = dm_.add_graph({3, 0, 0});
   const std::string text = written([&](kzr_traceml_writer& writer) {
-    writer.parallel_region_begin(1, 0, inner, 7, 1, "s");
-    writer.parallel_task_begin(2, 0, outer, 7, 1, "s");
-    writer.implicit_task_begin(3, 0, graph, 3, 1, "s");
+    writer.parallel_region_begin(1, 0, inner, 1, "s");
+    writer.parallel_task_begin(2, 0, outer, 1, "s");
+    writer.implicit_task_begin(3, 0, &graph, 3, 1, "s");
     writer.implicit_task_begin(4, 0, nullptr, 2, 1, "s");
-    writer.parallel_task_begin(5, 0, inner, 7, 1, "s");
+    writer.parallel_task_begin(5, 0, inner, 1, "s");
   });
   EXPECT_EQ(
       text.substr(0, text.find("<task_end")),
@@ -84,23 +87,6 @@ TEST_F(traceml_writer_test, numbers_parallel_and_implicit_tasks_together) {
 <task_begin ts="4" tid="0" cid="1" id="omp_parallel_2" type="algorithm" parent="unknown" algorithm="omp_parallel_region" stream="s"/>
 <task_begin ts="5" tid="0" cid="1" id="p1_3" parent="p0" type="algorithm" algorithm="omp_parallel" stream="s"/>
 )");
-}
-
-TEST_F(traceml_writer_test, lists_cores_and_threads_in_ascending_order) {
-  const std::string text = written([](kzr_traceml_writer& writer) {
-    writer.platform_creation(-4);
-    writer.meta_head_creation({7, -1, 10}, {});
-  });
-  EXPECT_NE(text.find("<total_cores> -4 </total_cores>\n"), std::string::npos);
-  EXPECT_NE(text.find(R"(<attribute name="Core" description="Core">
-<description label="Core -1" value="-1" />
-<description label="Core 7" value="7" />
-<description label="Core 10" value="10" />
-</attribute>
-<attribute name="Thread" description="Thread">
-</attribute>
-)"),
-            std::string::npos);
 }
 
 }  // namespace

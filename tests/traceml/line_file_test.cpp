@@ -7,20 +7,14 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
+
+#include "support/recorded.h"
+#include "support/scratch_directory.h"
 
 namespace {
 
 std::string nth_line(std::size_t n) {
   return "<line n=\"" + std::to_string(n) + "\" " + std::string(n * 7 % 331, 'x') + "/>\n";
-}
-
-std::string read_file(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
 }
 
 /// The numbered lines that fit into `size_bytes` bytes without cutting one.
@@ -30,14 +24,14 @@ std::string whole_lines(std::size_t size_bytes) {
   return text;
 }
 
-const std::string path = testing::TempDir() + "line_file_" + std::to_string(getpid());
-const struct path_remover {
-  ~path_remover() { unlink(path.c_str()); }
-} remover;
+class line_file_test : public testing::Test {
+ protected:
+  const scratch_directory directory_;
+  const std::string path_ = directory_ / "lines";
+};
 
-/// Starts a process that writes numbered lines to `path` until it is stopped; `limit` is the size of file
-/// that it may write.
-pid_t start_writer(rlim_t limit) {
+/// Starts a process that writes numbered lines to `path` until the file, of at most `limit` bytes, is full.
+pid_t start_writer(const std::string& path, rlim_t limit) {
   const pid_t child = fork();
   if (child != 0) return child;
   const rlimit bounds{limit, limit};
@@ -47,27 +41,27 @@ pid_t start_writer(rlim_t limit) {
   _exit(0);
 }
 
-TEST(line_file, holds_what_was_written_at_once_and_nothing_else_after_the_close) {
-  std::ofstream(path) << "what an earlier run left\n";
+TEST_F(line_file_test, holds_what_was_written_at_once_and_nothing_else_after_the_close) {
+  write_file(path_, "what an earlier run left\n");
   std::string expected = "<head>\n<more/>\n";
-  line_file file(path);
+  line_file file(path_);
   file.write_plain(expected);
-  EXPECT_EQ(read_file(path), expected);
+  EXPECT_EQ(read_file(path_), expected);
   for (std::size_t n = 0; n < 4000; ++n) {
     std::string line = nth_line(n);
-    if (n % 2000 == 1999) line.insert(9, n * 200, 'y');  // 400 KB and more: longer than any window
+    if (n % 2000 == 1999) line.insert(9, n * 200, 'y');  // 400 KB and 800 KB in one line
     file.write_line(line);
     file.write_line("");
     expected += line;
     if (n % 500 != 0) continue;
-    const std::string now = read_file(path);
+    const std::string now = read_file(path_);
     ASSERT_EQ(now.substr(0, expected.size()), expected);
     ASSERT_EQ(now.find_first_not_of('\n', expected.size()), std::string::npos);
   }
   file.write_plain("</head>\n");
   file.close();
   file.write_line("lost\n");
-  EXPECT_EQ(read_file(path), expected + "</head>\n");
+  EXPECT_EQ(read_file(path_), expected + "</head>\n");
 }
 
 TEST(line_file, writes_the_same_bytes_to_a_pipe) {
@@ -89,29 +83,29 @@ TEST(line_file, loses_silently_what_cannot_be_written) {
   }
 }
 
-TEST(line_file, ends_with_the_last_line_that_fits_where_it_may_not_grow) {
+TEST_F(line_file_test, ends_with_the_last_line_that_fits_where_it_may_not_grow) {
   for (const rlim_t limit : {10u, 5000u, 262144u, 262145u, 1000000u}) {
     SCOPED_TRACE(limit);
     int status = -1;
-    waitpid(start_writer(limit), &status, 0);
+    waitpid(start_writer(path_, limit), &status, 0);
     EXPECT_EQ(status, 0);
-    EXPECT_EQ(read_file(path), whole_lines(limit));
+    EXPECT_EQ(read_file(path_), whole_lines(limit));
   }
 }
 
-TEST(line_file, is_left_with_whole_lines_and_newlines_by_a_kill) {
+TEST_F(line_file_test, is_left_with_whole_lines_and_newlines_by_a_kill) {
   for (const std::size_t count : {0u, 1u, 1500u, 20000u}) {
     SCOPED_TRACE(count);
     const pid_t child = fork();
     if (child == 0) {
-      line_file file(path);
+      line_file file(path_);
       for (std::size_t n = 0; n < count; ++n) file.write_line(nth_line(n));
       kill(getpid(), SIGKILL);
     }
     waitpid(child, nullptr, 0);
     std::string lines;
     for (std::size_t n = 0; n < count; ++n) lines += nth_line(n);
-    const std::string left = read_file(path);
+    const std::string left = read_file(path_);
     EXPECT_EQ(left.substr(0, lines.size()), lines);
     EXPECT_EQ(left.find_first_not_of('\n', lines.size()), std::string::npos);
   }

@@ -1,15 +1,25 @@
-#include "fuzz/prescribed_ends.h"
+#include "fuzz/expected_end.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "common/kzr_assert.h"
 
+namespace {
+/// Thrown where the program would abort with a message.
+class fatal_end : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+}  // namespace
+
 // Takes the place of the program's own fatal check, so that a target can go on after an end that is meant.
-void kzr_fail(const std::string& message) { throw prescribed_end(message); }
+void kzr_fail(const std::string& message) { throw fatal_end(message); }
 
 void KZR_ASSERT(bool condition, const std::string& message) {
   if (!condition) kzr_fail(message);
@@ -34,13 +44,11 @@ bool is_uncaught_conversion(std::string_view what) {
 
 }  // namespace
 
-void expect_prescribed_end(const std::function<void()>& work) {
+void allow_expected_end(const std::function<void()>& work) {
   try {
     work();
-  } catch (const prescribed_end& end) {
-    const bool known =
-        std::find(fatal_messages.begin(), fatal_messages.end(), end.what()) != fatal_messages.end();
-    if (!known) report(end.what());
+  } catch (const fatal_end& end) {
+    if (std::ranges::find(fatal_messages, end.what()) == fatal_messages.end()) report(end.what());
   } catch (const std::logic_error& error) {
     if (!is_uncaught_conversion(error.what())) report(error.what());
   }
