@@ -35,7 +35,7 @@ install_tool_libraries() {
 }
 
 install_test_tools() {
-  install_missing g++:g++ cmake:cmake make:make /usr/include/gtest/gtest.h:libgtest-dev
+  install_missing g++:g++ cmake:cmake make:make strace:strace /usr/include/gtest/gtest.h:libgtest-dev
   install_tool_libraries
 }
 
