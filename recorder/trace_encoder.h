@@ -16,7 +16,9 @@ struct object_id {
   std::uint64_t d2 = 0;
   std::uint64_t d3 = 0;
 
-  friend constexpr bool operator==(const object_id&, const object_id&) = default;
+  friend constexpr bool operator==(const object_id& left, const object_id& right) {
+    return left.d1 == right.d1 && left.d2 == right.d2 && left.d3 == right.d3;
+  }
 };
 
 /// What a `relation` record can say of its two objects, as numbered in the file.
@@ -96,6 +98,8 @@ class trace_encoder {
   [[nodiscard]] std::string take();
   /// Drops the bytes and keeps their room for the next block.
   void clear() { bytes_.clear(); }
+  /// Makes room for so many bytes between two calls of `clear`, so that records within it allocate nothing.
+  void reserve(std::size_t size_bytes) { bytes_.reserve(size_bytes); }
 
  private:
   void begin_record(std::uint8_t kind);
