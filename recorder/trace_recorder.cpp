@@ -3,12 +3,12 @@
 #include <sched.h>
 
 #include <chrono>
-#include <ctime>
 #include <fstream>
 #include <system_error>
 #include <thread>
 
 #include "recorder/image_list.h"
+#include "recorder/run_directory.h"
 #include "recorder/trace_file.h"
 
 namespace kzr {
@@ -30,18 +30,6 @@ void wait_until_after(std::uint64_t ticks) {
 std::uint64_t get_processor() {
   const int number = sched_getcpu();
   return number < 0 ? 0 : static_cast<std::uint64_t>(number);
-}
-
-/// Makes a directory of its own for a run. A second run in the same second takes the next free second.
-std::filesystem::path create_run_directory(const std::filesystem::path& parent) {
-  for (std::time_t second = std::time(nullptr);; ++second) {
-    std::tm local{};
-    localtime_r(&second, &local);
-    char name[32];
-    const std::size_t length = std::strftime(name, sizeof name, "_qzd_%Y%m%d_%H%M%S", &local);
-    std::filesystem::path directory = parent / std::string_view(name, length);
-    if (std::filesystem::create_directories(directory)) return directory;
-  }
 }
 
 std::uint64_t next_run() {

@@ -1,0 +1,31 @@
+#include "recorder/run_directory.h"
+
+#include <ctime>
+#include <string>
+#include <string_view>
+
+namespace kzr {
+
+namespace fs = std::filesystem;
+
+fs::path create_run_directory(const fs::path& parent) {
+  for (std::time_t second = std::time(nullptr);; ++second) {
+    std::tm local{};
+    localtime_r(&second, &local);
+    char name[32];
+    const std::size_t length = std::strftime(name, sizeof name, "_qzd_%Y%m%d_%H%M%S", &local);
+    fs::path directory = parent / std::string_view(name, length);
+    if (fs::create_directories(directory)) return directory;
+  }
+}
+
+fs::path create_numbered_directory(const fs::path& wanted) {
+  if (wanted.has_parent_path()) fs::create_directories(wanted.parent_path());
+  fs::path directory = wanted;
+  for (unsigned number = 2; !fs::create_directory(directory); ++number) {
+    directory = wanted.string() + '.' + std::to_string(number);
+  }
+  return directory;
+}
+
+}  // namespace kzr
