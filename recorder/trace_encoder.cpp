@@ -1,8 +1,10 @@
 #include "recorder/trace_encoder.h"
 
+#include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
-#include <utility>
+#include <cstring>
 
 namespace kzr {
 namespace {
@@ -51,19 +53,74 @@ constexpr std::array<const char*, 18> kind_names = {"definition",
 
 constexpr std::size_t longest_name = 255;
 
-std::uint8_t name_length(std::size_t length) { return static_cast<std::uint8_t>(length); }
+/// What a byte in the file tells the length of.
+std::string_view short_name(std::string_view text) { return text.substr(0, longest_name); }
+std::uint8_t length_of(std::string_view text) { return static_cast<std::uint8_t>(text.size()); }
+
+// Fields in binary form: how many bytes they take, and putting them where `next` is.
+
+template <class Number>
+void put_little_endian(char*& next, Number value) {
+  if constexpr (std::endian::native == std::endian::little) {
+    std::memcpy(next, &value, sizeof value);
+  } else {
+    for (std::size_t index = 0; index < sizeof value; ++index) {
+      next[index] = static_cast<char>(value >> (8 * index) & 0xff);
+    }
+  }
+  next += sizeof value;
+}
+
+constexpr std::size_t size_of(std::uint8_t) { return 1; }
+constexpr std::size_t size_of(std::uint32_t) { return 4; }
+constexpr std::size_t size_of(std::uint64_t) { return 8; }
+constexpr std::size_t size_of(const object_id&) { return 24; }
+constexpr std::size_t size_of(std::string_view text) { return text.size(); }
+
+void put(char*& next, std::uint8_t value) { put_little_endian(next, value); }
+void put(char*& next, std::uint32_t value) { put_little_endian(next, value); }
+void put(char*& next, std::uint64_t value) { put_little_endian(next, value); }
+void put(char*& next, const object_id& id) {
+  put_little_endian(next, id.d1);
+  put_little_endian(next, id.d2);
+  put_little_endian(next, id.d3);
+}
+void put(char*& next, std::string_view text) { next += text.copy(next, text.size()); }
 
 }  // namespace
+
+template <class... Fields>
+void trace_encoder::add_record(std::uint8_t kind, const Fields&... fields) {
+  if (form_ == trace_form::binary) {
+    reserve(size_ + size_of(kind) + size_of(time_) + (size_of(fields) + ... + 0));
+    char* next = bytes_.data() + size_;
+    put(next, kind);
+    put(next, time_);
+    (put(next, fields), ...);
+    size_ = static_cast<std::size_t>(next - bytes_.data());
+  } else {
+    append("<record><kind>");
+    append(kind_names[kind]);
+    append("</kind>");
+    add_number_element("time", time_);
+    (add_element(fields), ...);
+    append("</record>\n");
+  }
+  ++time_;
+}
 
 trace_encoder::trace_encoder(trace_form form, std::uint64_t frequency, std::uint64_t concurrency)
     : form_(form) {
   if (form_ == trace_form::binary) {
-    bytes_ += 'A';
-    add_little_endian(frequency, 8);
-    add_little_endian(concurrency, 8);
+    reserve(1 + size_of(frequency) + size_of(concurrency));
+    char* next = bytes_.data();
+    put(next, std::uint8_t{'A'});
+    put(next, frequency);
+    put(next, concurrency);
+    size_ = static_cast<std::size_t>(next - bytes_.data());
   } else {
-    bytes_ += "<trace version=\"0\" ts_frequency=\"" + std::to_string(frequency) +
-              "\" hardware_concurrency=\"" + std::to_string(concurrency) + "\">\n";
+    append("<trace version=\"0\" ts_frequency=\"" + std::to_string(frequency) + "\" hardware_concurrency=\"" +
+           std::to_string(concurrency) + "\">\n");
   }
 }
 
@@ -74,285 +131,175 @@ trace_encoder& trace_encoder::at(std::uint64_t timestamp) {
 
 trace_encoder& trace_encoder::definition(std::uint8_t first, std::string_view text, std::uint8_t second,
                                          std::uint8_t third) {
-  text = text.substr(0, longest_name);
-  begin_record(kind_definition);
-  add_byte(first);
-  add_byte(name_length(text.size()));
-  add_text(text);
-  add_byte(second);
-  add_byte(third);
-  end_record();
+  text = short_name(text);
+  add_record(kind_definition, first, length_of(text), text, second, third);
   return *this;
 }
 
 trace_encoder& trace_encoder::api_version(std::string_view text) {
-  text = text.substr(0, longest_name);
-  begin_record(kind_api_version);
-  add_byte(name_length(text.size()));
-  add_text(text);
-  end_record();
+  text = short_name(text);
+  add_record(kind_api_version, length_of(text), text);
   return *this;
 }
 
 trace_encoder& trace_encoder::domain(std::uint64_t handle, std::string_view name) {
-  name = name.substr(0, longest_name);
-  begin_record(kind_domain);
-  add_number(handle);
-  add_byte(name_length(name.size()));
-  add_text(name);
-  end_record();
+  name = short_name(name);
+  add_record(kind_domain, handle, length_of(name), name);
   return *this;
 }
 
 trace_encoder& trace_encoder::wide_domain(std::uint64_t handle, std::u16string_view name) {
   name = name.substr(0, longest_name);
-  begin_record(kind_wide_domain);
-  add_number(handle);
-  add_byte(name_length(name.size()));
-  add_wide_text(name);
-  end_record();
+  add_record(kind_wide_domain, handle, static_cast<std::uint8_t>(name.size()),
+             std::string_view(bytes_of(name)));
   return *this;
 }
 
 trace_encoder& trace_encoder::id_create(std::uint64_t domain, const object_id& id) {
-  begin_record(kind_id_create);
-  add_number(domain);
-  add_id(id);
-  end_record();
+  add_record(kind_id_create, domain, id);
   return *this;
 }
 
 trace_encoder& trace_encoder::id_destroy(std::uint64_t domain, const object_id& id) {
-  begin_record(kind_id_destroy);
-  add_number(domain);
-  add_id(id);
-  end_record();
+  add_record(kind_id_destroy, domain, id);
   return *this;
 }
 
 trace_encoder& trace_encoder::metadata(std::uint64_t domain, const object_id& id, std::uint64_t key,
                                        value_type type, std::uint64_t count, std::uint64_t value) {
-  begin_record(kind_metadata);
-  add_number(domain);
-  add_id(id);
-  add_number(key);
-  add_byte(static_cast<std::uint8_t>(type));
-  add_number(count);
-  if (count == 1) {
-    if (form_ == trace_form::xml) {
-      add_element("value", type == value_type::u32 ? static_cast<std::uint32_t>(value) : value);
-    } else if (type == value_type::u64 || type == value_type::u32) {
-      add_little_endian(value, type == value_type::u64 ? 8 : 4);
-    }
+  const auto kind_of_value = static_cast<std::uint8_t>(type);
+  // In XML form every single value is there, in binary form those of known width.
+  const bool has_value = count == 1;
+  if (has_value && type == value_type::u32) {
+    add_record(kind_metadata, domain, id, key, kind_of_value, count, static_cast<std::uint32_t>(value));
+  } else if (has_value && (type == value_type::u64 || form_ == trace_form::xml)) {
+    add_record(kind_metadata, domain, id, key, kind_of_value, count, value);
+  } else {
+    add_record(kind_metadata, domain, id, key, kind_of_value, count);
   }
-  end_record();
   return *this;
 }
 
 trace_encoder& trace_encoder::metadata_string(std::uint64_t domain, const object_id& id, std::uint64_t key,
                                               std::string_view value) {
-  begin_record(kind_metadata_string);
-  add_number(domain);
-  add_id(id);
-  add_number(key);
-  add_number(value.size());
-  add_text(value);
-  end_record();
+  add_record(kind_metadata_string, domain, id, key, std::uint64_t{value.size()}, value);
   return *this;
 }
 
 trace_encoder& trace_encoder::wide_metadata_string(std::uint64_t domain, const object_id& id,
                                                    std::uint64_t key, std::u16string_view value) {
-  begin_record(kind_wide_metadata_string);
-  add_number(domain);
-  add_id(id);
-  add_number(key);
-  add_number(value.size());
-  add_wide_text(value);
-  end_record();
+  add_record(kind_wide_metadata_string, domain, id, key, std::uint64_t{value.size()},
+             std::string_view(bytes_of(value)));
   return *this;
 }
 
 trace_encoder& trace_encoder::relation(std::uint64_t domain, const object_id& head, relation_code code,
                                        const object_id& tail) {
-  begin_record(kind_relation);
-  add_number(domain);
-  add_id(head);
-  add_byte(static_cast<std::uint8_t>(code));
-  add_id(tail);
-  end_record();
+  add_record(kind_relation, domain, head, static_cast<std::uint8_t>(code), tail);
   return *this;
 }
 
 trace_encoder& trace_encoder::string_handle(std::uint64_t handle, std::string_view text) {
-  text = text.substr(0, longest_name);
-  begin_record(kind_string_handle);
-  add_number(handle);
-  add_byte(name_length(text.size()));
-  add_text(text);
-  end_record();
+  text = short_name(text);
+  add_record(kind_string_handle, handle, length_of(text), text);
   return *this;
 }
 
 trace_encoder& trace_encoder::wide_string_handle(std::uint64_t handle, std::u16string_view text) {
   text = text.substr(0, longest_name);
-  begin_record(kind_wide_string_handle);
-  add_number(handle);
-  add_byte(name_length(text.size()));
-  add_wide_text(text);
-  end_record();
+  add_record(kind_wide_string_handle, handle, static_cast<std::uint8_t>(text.size()),
+             std::string_view(bytes_of(text)));
   return *this;
 }
 
 trace_encoder& trace_encoder::task_begin(std::uint64_t domain, const object_id& id, const object_id& parent,
                                          std::uint64_t name, std::uint64_t extra) {
-  begin_record(kind_task_begin);
-  add_number(domain);
-  add_id(id);
-  add_id(parent);
-  add_number(name);
-  add_number(extra);
-  end_record();
+  add_record(kind_task_begin, domain, id, parent, name, extra);
   return *this;
 }
 
 trace_encoder& trace_encoder::task_end(std::uint64_t domain) {
-  begin_record(kind_task_end);
-  add_number(domain);
-  end_record();
+  add_record(kind_task_end, domain);
   return *this;
 }
 
 trace_encoder& trace_encoder::task_group(std::uint64_t domain, const object_id& id, const object_id& parent,
                                          std::uint64_t name) {
-  begin_record(kind_task_group);
-  add_number(domain);
-  add_id(id);
-  add_id(parent);
-  add_number(name);
-  end_record();
+  add_record(kind_task_group, domain, id, parent, name);
   return *this;
 }
 
 trace_encoder& trace_encoder::region_begin(std::uint64_t domain, const object_id& id, const object_id& parent,
                                            std::uint64_t name) {
-  begin_record(kind_region_begin);
-  add_number(domain);
-  add_id(id);
-  add_id(parent);
-  add_number(name);
-  end_record();
+  add_record(kind_region_begin, domain, id, parent, name);
   return *this;
 }
 
 trace_encoder& trace_encoder::region_end(std::uint64_t domain, const object_id& id) {
-  begin_record(kind_region_end);
-  add_number(domain);
-  add_id(id);
-  end_record();
+  add_record(kind_region_end, domain, id);
   return *this;
 }
 
 trace_encoder& trace_encoder::end() {
-  begin_record(kind_end_of_records);
-  end_record();
+  add_record(kind_end_of_records);
   return close_document();
 }
 
 trace_encoder& trace_encoder::close_document() {
-  if (form_ == trace_form::xml) bytes_ += "</trace>\n";
+  if (form_ == trace_form::xml) append("</trace>\n");
   return *this;
 }
 
-std::string trace_encoder::take() { return std::exchange(bytes_, {}); }
-
-void trace_encoder::begin_record(std::uint8_t kind) {
-  if (form_ == trace_form::binary) {
-    bytes_ += static_cast<char>(kind);
-    add_little_endian(time_, 8);
-  } else {
-    bytes_ += "<record><kind>";
-    bytes_ += kind_names[kind];
-    bytes_ += "</kind>";
-    add_element("time", time_);
-  }
-  ++time_;
+std::string trace_encoder::take() {
+  std::string taken = bytes();
+  clear();
+  return taken;
 }
 
-void trace_encoder::end_record() {
-  if (form_ == trace_form::xml) bytes_ += "</record>\n";
+void trace_encoder::reserve(std::size_t size_bytes) {
+  if (size_bytes > bytes_.size()) bytes_.resize(std::max(size_bytes, 2 * bytes_.size()));
 }
 
-void trace_encoder::add_number(std::uint64_t value) {
-  if (form_ == trace_form::binary) {
-    add_little_endian(value, 8);
-  } else {
-    add_element("number", value);
-  }
+void trace_encoder::add_element(std::uint64_t value) { add_number_element("number", value); }
+
+void trace_encoder::add_element(const object_id& id) {
+  append("<id>");
+  for (const std::uint64_t word : {id.d1, id.d2, id.d3}) add_number_element("word", word);
+  append("</id>");
 }
 
-void trace_encoder::add_byte(std::uint8_t value) {
-  if (form_ == trace_form::binary) {
-    bytes_ += static_cast<char>(value);
-  } else {
-    add_element("number", value);
-  }
+void trace_encoder::add_element(std::string_view text) {
+  // Readers keep leading blanks in elements of this name, and of few others.
+  append("<text>");
+  append(text);
+  append("</text>");
 }
 
-void trace_encoder::add_id(const object_id& id) {
-  if (form_ == trace_form::binary) {
-    add_little_endian(id.d1, 8);
-    add_little_endian(id.d2, 8);
-    add_little_endian(id.d3, 8);
-  } else {
-    bytes_ += "<id>";
-    add_element("word", id.d1);
-    add_element("word", id.d2);
-    add_element("word", id.d3);
-    bytes_ += "</id>";
-  }
-}
-
-void trace_encoder::add_text(std::string_view text) {
-  if (form_ == trace_form::binary) {
-    bytes_ += text;
-  } else {
-    // Readers keep leading blanks in elements of this name, and of few others.
-    bytes_ += "<text>";
-    bytes_ += text;
-    bytes_ += "</text>";
-  }
-}
-
-void trace_encoder::add_wide_text(std::u16string_view text) {
-  if (form_ == trace_form::xml) bytes_ += "<text>";
-  for (const char16_t character : text) {
-    bytes_ += static_cast<char>(character & 0xff);
-    if (form_ == trace_form::binary) bytes_ += static_cast<char>(character >> 8);
-  }
-  if (form_ == trace_form::xml) bytes_ += "</text>";
-}
-
-void trace_encoder::add_little_endian(std::uint64_t value, int size_bytes) {
-  std::array<char, 8> buffer{};
-  for (char& byte : buffer) {
-    byte = static_cast<char>(value & 0xff);
-    value >>= 8;
-  }
-  bytes_.append(buffer.data(), static_cast<std::size_t>(size_bytes));
-}
-
-void trace_encoder::add_element(const char* name, std::uint64_t value) {
+void trace_encoder::add_number_element(std::string_view name, std::uint64_t value) {
   std::array<char, 20> digits;
   const auto [last, error] = std::to_chars(digits.begin(), digits.end(), value);
   static_cast<void>(error);  // 20 digits hold every 64-bit number
-  bytes_ += '<';
-  bytes_ += name;
-  bytes_ += '>';
-  bytes_.append(digits.data(), static_cast<std::size_t>(last - digits.data()));
-  bytes_ += "</";
-  bytes_ += name;
-  bytes_ += '>';
+  append("<");
+  append(name);
+  append(">");
+  append({digits.data(), static_cast<std::size_t>(last - digits.data())});
+  append("</");
+  append(name);
+  append(">");
+}
+
+std::string trace_encoder::bytes_of(std::u16string_view text) const {
+  std::string bytes;
+  for (const char16_t character : text) {
+    bytes += static_cast<char>(character & 0xff);
+    if (form_ == trace_form::binary) bytes += static_cast<char>(character >> 8);
+  }
+  return bytes;
+}
+
+void trace_encoder::append(std::string_view text) {
+  reserve(size_ + text.size());
+  size_ += text.copy(bytes_.data() + size_, text.size());
 }
 
 }  // namespace kzr

@@ -92,29 +92,34 @@ class trace_encoder {
   /// Ends the document in XML form, without a record; nothing in binary form.
   trace_encoder& close_document();
 
-  /// What was made since the start or the last `take`; valid until the next call of another method.
-  [[nodiscard]] const std::string& bytes() const { return bytes_; }
-  /// Moves the bytes out, so that a long recording can be written in blocks.
+  /// What was made since the start or the last `take` or `clear`; valid until the next call of another
+  /// method.
+  [[nodiscard]] std::string_view view() const { return {bytes_.data(), size_}; }
+  /// The same as bytes of the caller's own.
+  [[nodiscard]] std::string bytes() const { return std::string(view()); }
+  /// Gives the bytes out, so that a long recording can be written in blocks.
   [[nodiscard]] std::string take();
   /// Drops the bytes and keeps their room for the next block.
-  void clear() { bytes_.clear(); }
-  /// Makes room for so many bytes between two calls of `clear`, so that records within it allocate nothing.
-  void reserve(std::size_t size_bytes) { bytes_.reserve(size_bytes); }
+  void clear() { size_ = 0; }
 
  private:
-  void begin_record(std::uint8_t kind);
-  void end_record();
-  void add_number(std::uint64_t value);
-  void add_byte(std::uint8_t value);
-  void add_id(const object_id& id);
-  void add_text(std::string_view text);
-  void add_wide_text(std::u16string_view text);
-  void add_little_endian(std::uint64_t value, int size_bytes);
-  void add_element(const char* name, std::uint64_t value);
+  /// Appends a record of these fields, each a number, a byte, an identifier or a text.
+  template <class... Fields>
+  void add_record(std::uint8_t kind, const Fields&... fields);
+  void add_element(std::uint64_t value);
+  void add_element(const object_id& id);
+  void add_element(std::string_view text);
+  void add_number_element(std::string_view name, std::uint64_t value);
+  [[nodiscard]] std::string bytes_of(std::u16string_view text) const;
+  void append(std::string_view text);
+  void reserve(std::size_t size_bytes);
 
   trace_form form_;
   std::uint64_t time_ = 1;
+  // The first `size_` bytes are what was made. The others are there in advance: to let a string grow with
+  // each field takes three times as long.
   std::string bytes_;
+  std::size_t size_ = 0;
 };
 
 }  // namespace kzr

@@ -12,9 +12,6 @@
 namespace kzr {
 namespace {
 
-/// Room behind a full block for the records of one more event of the program.
-constexpr std::size_t spare_bytes = 4096;
-
 /// While it is there, no signal handler runs on this thread, it cannot be cancelled, and a write beyond the
 /// limit for the size of files is an error of that write and not the end of the program.
 class undisturbed {
@@ -66,9 +63,7 @@ int write_all(int file, std::string_view bytes, std::uint64_t offset) {
 }  // namespace
 
 trace_file::trace_file(trace_form form, std::uint64_t frequency, std::uint64_t concurrency)
-    : encoder_(form, frequency, concurrency) {
-  encoder_.reserve(block_bytes + spare_bytes);
-}
+    : encoder_(form, frequency, concurrency) {}
 
 bool trace_file::create(const std::string& path) {
   path_ = path;
@@ -79,7 +74,7 @@ bool trace_file::write_block(std::size_t replaced_bytes) { return write_at_end(0
 
 bool trace_file::write_at_end(int open_flags, std::size_t replaced_bytes) {
   undisturbed guard;
-  const std::string_view bytes = encoder_.bytes();
+  const std::string_view bytes = encoder_.view();
   const int file = open(path_.c_str(), O_WRONLY | O_CLOEXEC | open_flags, 0666);
   if (file < 0) {
     error_ = errno;

@@ -16,9 +16,9 @@ namespace kzr {
 class trace_file {
  public:
   /// A block is written when it has grown beyond this.
-  static constexpr std::size_t block_bytes = 64 * 1024;
+  static constexpr std::size_t block_bytes = std::size_t{256} * 1024;
 
-  /// `frequency` is in ticks per second. Allocates the room of a block.
+  /// `frequency` is in ticks per second.
   trace_file(trace_form form, std::uint64_t frequency, std::uint64_t concurrency);
 
   /// Makes the file, which must not be there, and writes what the encoder holds, at least the header. False,
@@ -27,7 +27,7 @@ class trace_file {
 
   /// Takes the records of the next block; the header is there from the start.
   [[nodiscard]] trace_encoder& encoder() { return encoder_; }
-  [[nodiscard]] bool has_full_block() const { return encoder_.bytes().size() >= block_bytes; }
+  [[nodiscard]] bool has_full_block() const { return encoder_.view().size() >= block_bytes; }
 
   /// Writes what the encoder holds and empties it. What comes next takes the place of the last
   /// `replaced_bytes`. False, with error(), when not everything could be written: of a binary file what is

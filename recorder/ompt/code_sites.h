@@ -22,11 +22,14 @@ struct code_site {
   std::string name;       ///< of the function around it
 };
 
-/// All places that were seen, by number. Number 0 stands for an unknown place. Any thread may ask at any
-/// time; only a place that is seen for the first time takes a lock, and reads the symbols of its image when
-/// that is seen for the first time.
+/// All places that were seen, by number below `most_sites`. Number 0 stands for an unknown place. Any thread
+/// may ask at any time; only a place that is seen for the first time takes a lock, and reads the symbols of
+/// its image when that is seen for the first time.
 class code_sites {
  public:
+  /// The places that come when there are so many have no number of their own.
+  static constexpr std::uint16_t most_sites = 1 << 14;
+
   /// Called with the lines of the list of images at the start and whenever images have come.
   using list_writer = std::function<void(const std::string& lines)>;
 
@@ -53,7 +56,7 @@ class code_sites {
 
   loaded_image runtime_;
   list_writer write_list_;
-  std::array<std::atomic<const code_site*>, 65536> sites_{};
+  std::array<std::atomic<const code_site*>, most_sites> sites_{};
 
   std::mutex lock_;  ///< for the members below
   std::vector<std::unique_ptr<const code_site>> known_;

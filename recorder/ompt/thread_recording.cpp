@@ -3,7 +3,7 @@
 #include <sched.h>
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <thread>
 
 #include "recorder/ompt/run_recording.h"
@@ -45,8 +45,9 @@ constexpr object_id implicit_id(std::uint64_t region, std::uint64_t index) {
 }
 
 std::uint64_t get_ticks() {
-  const auto now = std::chrono::steady_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
+  std::timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<std::uint64_t>(now.tv_sec) * ticks_per_second + static_cast<std::uint64_t>(now.tv_nsec);
 }
 
 std::uint64_t get_processor() {
@@ -119,7 +120,7 @@ task_tag thread_recording::begin_implicit_task(parallel_region& region, std::uin
   now().task_begin(domain, task, id_of(region.id), implicit_text, get_processor());
   push(opened::implicit_task, &region, index);
   implicit_task_ = open_.size();
-  return task_tag::make(region.id, region.site, task_tag::implicit_task);
+  return task_tag::make(region.id, index, region.site, task_tag::implicit_task);
 }
 
 void thread_recording::end_implicit_task() {
@@ -172,7 +173,8 @@ task_tag thread_recording::create_task(task_tag creator, std::uint64_t address, 
   std::uint64_t flags = task_tag::explicit_task;
   if (is_untied) flags |= task_tag::untied;
   if (is_held) flags |= task_tag::held;
-  const task_tag task = task_tag::make(new_id(), site, flags);
+  const task_tag task =
+      task_tag::make(new_id(), implicit_task_ == 0 ? 0 : implicit_task()->number, site, flags);
   scope_ = scope_around(task);
   if (!is_held) record_creation(task, event_time_);
   return task;
@@ -225,7 +227,7 @@ thread_recording::system_error thread_recording::write_when_due() {
 
 thread_recording::system_error thread_recording::write_completed() {
   trace_encoder& encoder = file_->encoder();
-  const std::size_t size_bytes = encoder.bytes().size();
+  const std::size_t size_bytes = encoder.view().size();
   const std::uint64_t now = std::max(record_time_, get_ticks());
   std::uint64_t tick = record_time_;
   for (auto entry = open_.rbegin(); entry != open_.rend(); ++entry) {
@@ -233,7 +235,7 @@ thread_recording::system_error thread_recording::write_completed() {
     record_end(*entry, encoder, tick);
   }
   encoder.at(tick).end();
-  return file_->write_block(encoder.bytes().size() - size_bytes) ? 0 : file_->error();
+  return file_->write_block(encoder.view().size() - size_bytes) ? 0 : file_->error();
 }
 
 void thread_recording::close() {
@@ -363,16 +365,19 @@ void thread_recording::settle() {
   if (open_.empty() || open_.back().what != opened::held_task) return;
   open_entry& entry = open_.back();
   entry.what = opened::explicit_task;
-  record_creation(task_tag::of(entry.number), entry.begun);
-  record_begin(task_tag::of(entry.number), entry.begun, entry.processor);
+  const task_tag task = task_tag::of(entry.number);
+  record_creation(task, entry.begun);
+  record_begin(task, entry.begun, entry.processor);
+}
+
+object_id thread_recording::parent_of(task_tag task) const {
+  return implicit_task_ == 0 ? graph_id : implicit_id(implicit_task()->region->id, task.creator());
 }
 
 void thread_recording::record_creation(task_tag task, std::uint64_t tick) {
   const object_id node = node_of(task.id());
-  const open_entry* const creator = implicit_task();
-  object_id parent = graph_id;
-  if (creator != nullptr) {
-    parent = implicit_id(creator->region->id, creator->number);
+  const object_id parent = parent_of(task);
+  if (implicit_task_ != 0) {
     at(tick).relation(domain, id_of(task.id()), relation_code::is_child_of, parent);
   }
   at(tick).task_group(domain, node, parent, node_text);
@@ -384,14 +389,9 @@ void thread_recording::record_creation(task_tag task, std::uint64_t tick) {
 }
 
 void thread_recording::record_begin(task_tag task, std::uint64_t tick, std::uint64_t processor) {
-  const open_entry* const creator = implicit_task();
-  if (creator == nullptr) {
-    // Outside all regions there is no task that made it: it is a node like any other.
-    at(tick).task_begin(domain, node_of(task.id()), graph_id, explicit_text, processor);
-  } else {
-    at(tick).task_begin(domain, id_of(task.id()), implicit_id(creator->region->id, creator->number),
-                        explicit_text, processor);
-  }
+  // Outside all regions no implicit task made it: it is a node like any other.
+  const object_id id = implicit_task_ == 0 ? node_of(task.id()) : id_of(task.id());
+  at(tick).task_begin(domain, id, parent_of(task), explicit_text, processor);
 }
 
 }  // namespace kzr

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "recorder/ompt/code_sites.h"
 #include "recorder/trace_file.h"
 
 namespace kzr {
@@ -36,16 +37,21 @@ class task_tag {
     /// Its creation is not recorded before it begins, see `thread_recording::settle`.
     held = 8,
   };
+  static constexpr std::uint64_t last_creator = (1 << 12) - 1;
+
   static constexpr task_tag of(std::uint64_t value) { return task_tag(value); }
-  static constexpr task_tag make(std::uint64_t id, std::uint16_t site, std::uint64_t flags) {
-    return task_tag(id << 20 | std::uint64_t{site} << 4 | flags);
+  /// `creator` is the index of the implicit task that makes it.
+  static constexpr task_tag make(std::uint64_t id, std::uint64_t creator, std::uint16_t site,
+                                 std::uint64_t flags) {
+    if (creator > last_creator) creator = last_creator;
+    return task_tag(id << 30 | creator << 18 | std::uint64_t{site} << 4 | flags);
   }
 
   [[nodiscard]] constexpr bool is(flag wanted) const { return (value_ & wanted) != 0; }
-  [[nodiscard]] constexpr std::uint64_t id() const { return value_ >> 20; }
-  [[nodiscard]] constexpr std::uint16_t site() const { return static_cast<std::uint16_t>(value_ >> 4); }
+  [[nodiscard]] constexpr std::uint64_t id() const { return value_ >> 30; }
+  [[nodiscard]] constexpr std::uint64_t creator() const { return value_ >> 18 & last_creator; }
+  [[nodiscard]] constexpr std::uint16_t site() const { return value_ >> 4 & (code_sites::most_sites - 1); }
   [[nodiscard]] constexpr std::uint64_t value() const { return value_; }
-  friend constexpr bool operator==(task_tag, task_tag) = default;
 
  private:
   explicit constexpr task_tag(std::uint64_t value) : value_(value) {}
@@ -153,6 +159,7 @@ class thread_recording {
   /// they make a task in the name of another one, so tasks whose address is in the runtime are recorded only
   /// after they did anything else.
   void settle();
+  [[nodiscard]] object_id parent_of(task_tag task) const;
   void record_creation(task_tag task, std::uint64_t tick);
   void record_begin(task_tag task, std::uint64_t tick, std::uint64_t processor);
 
