@@ -1,5 +1,5 @@
 # Gives the files of a package the form that Debian asks for: manual pages and changelog compressed, the latter, the
-# copyright file and the notices of the libraries in kzrdump beside the other documents. `cmake --install` leaves pages
+# copyright file and the notices of the libraries in kzr beside the other documents. `cmake --install` leaves pages
 # readable, since other systems want that.
 find_program(gzip gzip REQUIRED)
 
@@ -10,7 +10,7 @@ file(COPY ${CPACK_KZR_PACKAGING_DIRECTORY}/copyright ${CPACK_KZR_PACKAGING_DIREC
      FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 foreach(library libcli11-dev nlohmann-json3-dev)
   set(notice /usr/share/doc/${library}/copyright)
-  if(EXISTS ${root}/bin/kzrdump AND EXISTS ${notice})
+  if(EXISTS ${root}/bin/kzr AND EXISTS ${notice})
     configure_file(${notice} ${documents}/notices/${library} COPYONLY)
   endif()
 endforeach()

@@ -21,6 +21,6 @@ set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
     "kzr2xml reads the trace files that an instrumented program left behind, one
 for each of its threads, rebuilds the flow graphs and OpenMP regions that
 the program made, and writes their structure as GraphML and their timeline
-as TraceML. kzrdump shows what is in such trace files, damaged ones too.")
+as TraceML. kzr shows what is in such trace files, damaged ones too.")
 
 include(CPack)

@@ -29,14 +29,14 @@ install_missing() {
 
 install_build_tools() { install_missing g++:g++ cmake:cmake make:make; }
 
-# What kzrdump needs beyond that; without it the build leaves kzrdump out.
-install_dump_libraries() {
+# What kzr needs beyond that; without it the build leaves kzr out.
+install_tool_libraries() {
   install_missing /usr/include/CLI/CLI.hpp:libcli11-dev /usr/include/nlohmann/json.hpp:nlohmann-json3-dev
 }
 
 install_test_tools() {
   install_missing g++:g++ cmake:cmake make:make /usr/include/gtest/gtest.h:libgtest-dev
-  install_dump_libraries
+  install_tool_libraries
 }
 
 # configure DIRECTORY [CMAKE_ARGUMENT...]: the configuration's output is shown when it fails only.

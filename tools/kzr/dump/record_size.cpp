@@ -1,4 +1,4 @@
-#include "kzrdump/record_size.h"
+#include "kzr/dump/record_size.h"
 
 #include "reader/record_descriptions.h"
 #include "reader/trace_record.h"

@@ -1,10 +1,10 @@
-#include "kzrdump/text_table.h"
+#include "kzr/common/text_table.h"
 
 #include <algorithm>
 #include <ostream>
 #include <sstream>
 
-#include "kzrdump/printable.h"
+#include "kzr/common/printable.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "kzrdump/problems.h"
+#include "kzr/dump/problems.h"
 
 #include <algorithm>
 #include <filesystem>
 
-#include "kzrdump/run_summary.h"
+#include "kzr/dump/run_summary.h"
 
 namespace {
 

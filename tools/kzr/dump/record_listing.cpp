@@ -1,18 +1,18 @@
-#include "kzrdump/record_listing.h"
+#include "kzr/dump/record_listing.h"
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <iostream>
 #include <memory>
 
-#include "kzrdump/captured_output.h"
-#include "kzrdump/dump_options.h"
-#include "kzrdump/file_survey.h"
-#include "kzrdump/printable.h"
-#include "kzrdump/progress_bar.h"
-#include "kzrdump/record_size.h"
+#include "kzr/common/captured_output.h"
+#include "kzr/common/complaint.h"
+#include "kzr/common/printable.h"
+#include "kzr/common/progress_bar.h"
+#include "kzr/dump/dump_options.h"
+#include "kzr/dump/file_survey.h"
+#include "kzr/dump/record_size.h"
 #include "reader/multifile_reader.h"
 
 namespace {
@@ -25,7 +25,12 @@ class terminal_guard {
   }
   terminal_guard(const terminal_guard&) = delete;
   terminal_guard& operator=(const terminal_guard&) = delete;
-  ~terminal_guard() { std::cout.rdbuf(standard_); }
+  ~terminal_guard() {
+    // A change of the buffer forgets that something could not be written.
+    const std::ios::iostate state = std::cout.rdstate();
+    std::cout.rdbuf(standard_);
+    std::cout.setstate(state);
+  }
 
  private:
   std::streambuf* standard_;
@@ -52,8 +57,7 @@ bool is_whole(const file_inventory& files, const numbering_gap& gap, const multi
   const bool has_damage = reader.damaged_files() > 0 || reader.opened_files() < files.count ||
                           !gap.unread.empty() || files.count == 0;
   if (has_damage) {
-    std::fprintf(stderr, "kzrdump: %s: not all records could be read; the summary says why\n",
-                 printable(stem).c_str());
+    complain(stem + ": not all records could be read; the summary says why");
   }
   return !has_damage;
 }

@@ -1,4 +1,4 @@
-#include "kzrdump/progress_bar.h"
+#include "kzr/common/progress_bar.h"
 
 #include <unistd.h>
 

@@ -2,9 +2,12 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
+
+namespace CLI {
+class App;
+}
 
 /// Which records are listed. Everything is let through unless something is named.
 struct record_filter {
@@ -14,7 +17,7 @@ struct record_filter {
   std::uint64_t to = UINT64_MAX;
 };
 
-/// What one run of the program is asked to do.
+/// What the dump is asked to do.
 struct dump_options {
   std::string stem;  ///< path of the trace files without point and number
   bool omp_experimental = false;
@@ -23,12 +26,5 @@ struct dump_options {
   record_filter filter;
 };
 
-/// What reading the arguments came to: options, or the exit status when there is nothing (more) to do.
-struct parsed_command_line {
-  std::optional<dump_options> options;
-  int exit_status = 0;
-};
-
-/// Reads the arguments. Answers --help and --version itself, and tells on standard error what is wrong with
-/// the others.
-[[nodiscard]] parsed_command_line parse_command_line(int argc, const char* const* argv);
+/// Gives `command` the arguments of the dump, which fill `options` when they are parsed.
+void add_dump_options(CLI::App& command, dump_options& options);

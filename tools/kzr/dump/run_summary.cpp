@@ -1,4 +1,4 @@
-#include "kzrdump/run_summary.h"
+#include "kzr/dump/run_summary.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,11 +8,11 @@
 #include <stdexcept>
 
 #include "graphml/graphml_file.h"
-#include "kzrdump/captured_output.h"
-#include "kzrdump/converter_end.h"
-#include "kzrdump/problems.h"
-#include "kzrdump/progress_bar.h"
-#include "kzrdump/record_size.h"
+#include "kzr/common/captured_output.h"
+#include "kzr/common/converter_end.h"
+#include "kzr/common/progress_bar.h"
+#include "kzr/dump/problems.h"
+#include "kzr/dump/record_size.h"
 #include "processor/kzr_record_processor.h"
 #include "reader/multifile_reader.h"
 

@@ -1,4 +1,4 @@
-#include "kzrdump/summary_text.h"
+#include "kzr/dump/summary_text.h"
 
 #include <algorithm>
 #include <array>
@@ -6,10 +6,10 @@
 #include <filesystem>
 #include <ostream>
 
-#include "kzrdump/printable.h"
-#include "kzrdump/problems.h"
-#include "kzrdump/run_summary.h"
-#include "kzrdump/text_table.h"
+#include "kzr/common/printable.h"
+#include "kzr/common/text_table.h"
+#include "kzr/dump/problems.h"
+#include "kzr/dump/run_summary.h"
 #include "reader/record_descriptions.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "kzrdump/printable.h"
+#include "kzr/common/printable.h"
 
 #include <cstddef>
 

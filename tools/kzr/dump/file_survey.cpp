@@ -1,4 +1,4 @@
-#include "kzrdump/file_survey.h"
+#include "kzr/dump/file_survey.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,9 +10,9 @@
 #include <memory>
 #include <stdexcept>
 
-#include "kzrdump/captured_output.h"
-#include "kzrdump/progress_bar.h"
-#include "kzrdump/record_size.h"
+#include "kzr/common/captured_output.h"
+#include "kzr/common/progress_bar.h"
+#include "kzr/dump/record_size.h"
 #include "reader/record_descriptions.h"
 #include "reader/record_store.h"
 #include "reader/trace_reader.h"

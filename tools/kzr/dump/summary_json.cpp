@@ -1,10 +1,10 @@
-#include "kzrdump/summary_json.h"
+#include "kzr/dump/summary_json.h"
 
 #include <nlohmann/json.hpp>
 #include <ostream>
 
-#include "kzrdump/problems.h"
-#include "kzrdump/run_summary.h"
+#include "kzr/dump/problems.h"
+#include "kzr/dump/run_summary.h"
 #include "reader/record_descriptions.h"
 
 namespace {

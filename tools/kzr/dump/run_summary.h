@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "kzrdump/file_survey.h"
+#include "kzr/dump/file_survey.h"
 #include "model/kzr_data_manager.h"
 
 /// The tasks of one thread. An unmatched begin has no end behind it, an unmatched end no begin before it.

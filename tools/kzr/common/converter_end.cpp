@@ -1,4 +1,4 @@
-#include "kzrdump/converter_end.h"
+#include "kzr/common/converter_end.h"
 
 #include "common/kzr_assert.h"
 

@@ -1,11 +1,9 @@
-# bash completion for kzrdump.
+# bash completion for kzr: a command, then what a function with its name completes.
 
-_kzrdump() {
-  local current=${COMP_WORDS[COMP_CWORD]}
+_kzr_dump() {
   local kinds='definition api_version domain_createA domain_createW id_create id_destroy metadata metadata_stringA
     metadata_stringW relation string_handle_createA string_handle_createW task_begin task_end task_group
     region_begin region_end'
-  COMPREPLY=()
   case ${COMP_WORDS[COMP_CWORD - 1]} in
     --kind) mapfile -t COMPREPLY < <(compgen -W "$kinds" -- "$current") ;;
     --producer | --from | --to) ;;
@@ -20,4 +18,18 @@ _kzrdump() {
       ;;
   esac
 }
-complete -F _kzrdump kzrdump
+
+_kzr_help() {
+  ((COMP_CWORD > 2)) || mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$current")
+}
+
+_kzr() {
+  local current=${COMP_WORDS[COMP_CWORD]} commands='dump help'
+  COMPREPLY=()
+  if ((COMP_CWORD == 1)); then
+    mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$current")
+  elif [[ " $commands " == *" ${COMP_WORDS[1]} "* ]]; then
+    "_kzr_${COMP_WORDS[1]}"
+  fi
+}
+complete -F _kzr kzr

@@ -1,0 +1,29 @@
+function __kzr_does -d 'True behind the command, or in front of any when there is none'
+    set -l words (commandline -opc)
+    test "$words[2]" = "$argv[1]"
+end
+
+set -l kinds definition api_version domain_createA domain_createW id_create id_destroy metadata metadata_stringA \
+    metadata_stringW relation string_handle_createA string_handle_createW task_begin task_end task_group \
+    region_begin region_end
+complete -c kzr -f
+complete -c kzr -s h -l help -d 'Print a short help'
+complete -c kzr -l version -d 'Print the version'
+complete -c kzr -n __kzr_does -a dump -d 'Tell what is in a run, and what about it is damaged or odd'
+complete -c kzr -n __kzr_does -a help -d 'Show help, or that of a command'
+
+complete -c kzr -n '__kzr_does dump' -a '(__fish_complete_directories)'
+complete -c kzr -n '__kzr_does dump' -l omp_experimental -d 'Look into OpenMP regions'
+complete -c kzr -n '__kzr_does dump; and not __fish_seen_argument -l records' -l json -d 'Write the summary as JSON'
+complete -c kzr -n '__kzr_does dump; and not __fish_seen_argument -l json' -l records \
+    -d 'List all records instead of the summary'
+complete -c kzr -n '__kzr_does dump; and __fish_seen_argument -l records' -l kind -x -a "$kinds" \
+    -d 'Only records of this kind'
+complete -c kzr -n '__kzr_does dump; and __fish_seen_argument -l records' -l producer -x \
+    -d 'Only records of this trace file'
+complete -c kzr -n '__kzr_does dump; and __fish_seen_argument -l records' -l from -x \
+    -d 'Only records from this timestamp on'
+complete -c kzr -n '__kzr_does dump; and __fish_seen_argument -l records' -l to -x \
+    -d 'Only records up to this timestamp'
+
+complete -c kzr -n '__kzr_does help' -a 'dump help'

@@ -1,0 +1,40 @@
+#compdef kzr
+# A command, then what a function with its name completes.
+
+local -a commands
+commands=('dump:tell what is in a run, and what about it is damaged or odd' 'help:show help, or that of a command')
+
+_kzr_dump() {
+  local -a kinds
+  kinds=(definition api_version domain_createA domain_createW id_create id_destroy metadata metadata_stringA
+    metadata_stringW relation string_handle_createA string_handle_createW task_begin task_end task_group
+    region_begin region_end)
+  _arguments \
+    '(-h --help)'{-h,--help}'[print a short help]' \
+    '--version[print the version]' \
+    '--omp_experimental[look into OpenMP regions]' \
+    '(--records)--json[write the summary as JSON]' \
+    '(--json)--records[list all records instead of the summary]' \
+    '*--kind[only records of this kind]:kind:($kinds)' \
+    '*--producer[only records of this trace file]:number:' \
+    '--from[only records from this timestamp on]:ticks:' \
+    '--to[only records up to this timestamp]:ticks:' \
+    ':run:_directories'
+}
+
+_kzr_help() {
+  _arguments '(-h --help)'{-h,--help}'[print a short help]' ':command:(dump help)'
+}
+
+if ((CURRENT == 2)); then
+  if [[ $PREFIX == -* ]]; then
+    _arguments '(-h --help)'{-h,--help}'[print a short help]' '--version[print the version]'
+  else
+    _describe command commands
+  fi
+elif (($+functions[_kzr_$words[2]])); then
+  # Its words are counted from the command on.
+  shift words
+  ((CURRENT--))
+  "_kzr_$words[1]"
+fi

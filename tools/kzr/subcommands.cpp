@@ -1,0 +1,17 @@
+#include "kzr/subcommands.h"
+
+#include <array>
+
+#include "kzr/dump/dump_command.h"
+#include "kzr/help/help_command.h"
+
+namespace {
+
+constexpr std::array table = {
+    subcommand{"dump", "Tell what is in a run, and what about it is damaged or odd", set_up_dump},
+    subcommand{"help", "Show this help, or that of a command", set_up_help},
+};
+
+}  // namespace
+
+std::span<const subcommand> subcommands() { return table; }
