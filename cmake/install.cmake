@@ -17,5 +17,9 @@ foreach(program kzr2xml kzr)
   endif()
 endforeach()
 
+if(TARGET kzr_ompt)
+  install(TARGETS kzr_ompt LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/kzr)
+endif()
+
 install(FILES README.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")

@@ -19,13 +19,4 @@ fs::path create_run_directory(const fs::path& parent) {
   }
 }
 
-fs::path create_numbered_directory(const fs::path& wanted) {
-  if (wanted.has_parent_path()) fs::create_directories(wanted.parent_path());
-  fs::path directory = wanted;
-  for (unsigned number = 2; !fs::create_directory(directory); ++number) {
-    directory = wanted.string() + '.' + std::to_string(number);
-  }
-  return directory;
-}
-
 }  // namespace kzr

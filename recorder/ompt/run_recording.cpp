@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -113,7 +114,6 @@ thread_recording* run_recording::enter_first() {
   thread_recording* thread = nullptr;
   {
     const std::lock_guard guard(lock_);
-    if (directory_.empty()) start();
     if (unused_threads_.empty()) {
       threads_.push_back(std::make_unique<thread_recording>(*this));
       thread = threads_.back().get();
@@ -122,10 +122,9 @@ thread_recording* run_recording::enter_first() {
       unused_threads_.pop_back();
       thread->is_busy = true;
     }
-    const std::string path = directory_ / ("_kzr." + std::to_string(file_count_));
-    const int error = thread->open(path, file_count_++);
+    const int error = file_count_ == 0 ? start(*thread) : open_file(*thread);
     if (error != 0) {
-      stop(path + ": " + message_of(error));
+      stop(message_of(error));
       return nullptr;
     }
   }
@@ -134,17 +133,32 @@ thread_recording* run_recording::enter_first() {
   return enter_slowly(*thread) ? thread : nullptr;
 }
 
-void run_recording::start() {
-  directory_ = wanted_directory_.empty() ? create_run_directory(current_directory_)
-                                         : create_numbered_directory(wanted_directory_);
+int run_recording::open_file(thread_recording& thread) {
+  const int error = thread.open(directory_ / ("_kzr." + std::to_string(file_count_)), file_count_);
+  if (error == 0) ++file_count_;
+  return error;
+}
+
+int run_recording::start(thread_recording& thread) {
+  directory_ = wanted_directory_.empty() ? create_run_directory(current_directory_) : wanted_directory_;
+  // Whichever process makes the first file has the directory.
+  int error = 0;
+  unsigned number = 1;
+  do {
+    if (number > 1) directory_ = wanted_directory_.string() + '.' + std::to_string(number);
+    fs::create_directories(directory_);
+    error = open_file(thread);
+    ++number;
+  } while (error == EEXIST);
+  if (error != 0) return error;
   sites_.start(runtime_address_, [this](const std::string& lines) {
     // Readers find the old list or the new one.
-    const fs::path list = directory_ / "imageload.csv";
     const fs::path next = directory_ / "imageload.csv.new";
     std::ofstream(next) << lines;
     std::error_code failure;
-    fs::rename(next, list, failure);
+    fs::rename(next, directory_ / "imageload.csv", failure);
   });
+  return 0;
 }
 
 void run_recording::leave(thread_recording& thread) {

@@ -59,7 +59,9 @@ class run_recording {
 
   [[nodiscard]] thread_recording* enter_first();
   [[nodiscard]] bool enter_slowly(thread_recording& thread);
-  void start();
+  /// Takes the directory of the run, with the file of its first thread.
+  [[nodiscard]] int start(thread_recording& thread);
+  [[nodiscard]] int open_file(thread_recording& thread);
   [[nodiscard]] bool wait_until_idle(const thread_recording& thread) const;
 
   std::atomic<state> state_ = state::unprepared;
