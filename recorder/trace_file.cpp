@@ -65,9 +65,9 @@ int write_all(int file, std::string_view bytes, std::uint64_t offset) {
 trace_file::trace_file(trace_form form, std::uint64_t frequency, std::uint64_t concurrency)
     : encoder_(form, frequency, concurrency) {}
 
-bool trace_file::create(const std::string& path) {
+bool trace_file::create(const std::string& path, std::size_t replaced_bytes) {
   path_ = path;
-  return write_at_end(O_CREAT | O_EXCL, 0);
+  return write_at_end(O_CREAT | O_EXCL, replaced_bytes);
 }
 
 bool trace_file::write_block(std::size_t replaced_bytes) { return write_at_end(0, replaced_bytes); }

@@ -21,9 +21,9 @@ class trace_file {
   /// `frequency` is in ticks per second.
   trace_file(trace_form form, std::uint64_t frequency, std::uint64_t concurrency);
 
-  /// Makes the file, which must not be there, and writes what the encoder holds, at least the header. False,
-  /// with error(), when the system refuses.
-  [[nodiscard]] bool create(const std::string& path);
+  /// Makes the file, which must not be there, and writes what the encoder holds as `write_block` does, at
+  /// least the header. False, with error(), when the system refuses.
+  [[nodiscard]] bool create(const std::string& path, std::size_t replaced_bytes = 0);
 
   /// Takes the records of the next block; the header is there from the start.
   [[nodiscard]] trace_encoder& encoder() { return encoder_; }

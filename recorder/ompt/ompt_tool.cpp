@@ -174,11 +174,11 @@ int initialize(ompt_function_lookup_t lookup, int, ompt_data_t*) {
   return 1;
 }
 
-void finalize(ompt_data_t*) { get_run().finish(); }
+void finalize(ompt_data_t*) { get_run().finish(true); }
 
-/// The runtime calls `finalize` only when the program leaves all regions before it ends. This comes either
-/// way, though regions may follow.
-[[gnu::destructor]] void finish_with_process() { get_run().finish(); }
+/// The runtime calls `finalize` only when the program has left all regions. This is called whenever it ends
+/// by itself, though regions may follow.
+[[gnu::destructor]] void finish_with_process() { get_run().finish(true); }
 
 }  // namespace
 

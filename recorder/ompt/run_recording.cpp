@@ -141,6 +141,9 @@ int run_recording::open_file(thread_recording& thread) {
 
 int run_recording::start(thread_recording& thread) {
   directory_ = wanted_directory_.empty() ? create_run_directory(current_directory_) : wanted_directory_;
+  // The runtime's own handler was there before, so this one is called earlier. Some programs do not survive
+  // the other one, since their threads still use the runtime.
+  std::atexit([] { get_run().finish(false); });
   // Whichever process makes the first file has the directory.
   int error = 0;
   unsigned number = 1;
@@ -183,7 +186,7 @@ bool run_recording::wait_until_idle(const thread_recording& thread) const {
   return true;
 }
 
-void run_recording::finish() {
+void run_recording::finish(bool is_last) {
   const state before = state_.load();
   if ((before != state::open && before != state::finished) || getpid() != process_) return;
   const std::unique_lock guard(finish_lock_, std::try_to_lock);
@@ -201,7 +204,7 @@ void run_recording::finish() {
     if (wait_until_idle(*thread) && thread->is_open() && error == 0) error = thread->write_completed();
   }
   state paused = state::paused;
-  state_.compare_exchange_strong(paused, state::finished);
+  state_.compare_exchange_strong(paused, is_last ? state::finished : before);
   if (error != 0) stop(message_of(error));
 }
 

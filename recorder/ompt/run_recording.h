@@ -32,8 +32,9 @@ class run_recording {
   [[nodiscard]] thread_recording* enter_again();
   void leave(thread_recording& thread);
 
-  /// Completes all files as they are now. What comes later is added to them.
-  void finish();
+  /// Completes all files as they are now. What comes later is added to them: at once, event by event, when
+  /// this `is_last`, as nothing will tell of the end of the process any more.
+  void finish(bool is_last);
   /// The same for the file of the calling thread.
   void complete_this_thread();
   /// Completes the file of a thread that ends, and frees what it holds for another one.

@@ -71,7 +71,10 @@ thread_recording::system_error thread_recording::open(const std::string& path, s
     for (const char* const text : texts) now().string_handle(handle++, text);
     now().task_group(domain, graph_id, {}, graph_text);
   }
-  return file_->create(path) ? 0 : file_->error();
+  // The file is complete from the start: the process may end before the first block is written.
+  const std::size_t size_bytes = file_->encoder().view().size();
+  now().end();
+  return file_->create(path, file_->encoder().view().size() - size_bytes) ? 0 : file_->error();
 }
 
 parallel_region& thread_recording::begin_region(std::uint64_t address) {
