@@ -83,8 +83,8 @@ void tell(const std::vector<recorded_run>& runs) {
              (run.replaced_runtime ? " (LLVM's OpenMP runtime in front of GCC's)" : ""));
   }
   const std::string first = runs.front().directory.string();
-  complain("look at it with: kzr dump " + first + ", or QZD_DIR=" + first +
-           " kzr2xml NAME --omp_experimental");
+  complain("look at it with \"kzr dump --omp_experimental " + first + "\" and \"QZD_DIR=" + first +
+           " kzr2xml NAME --omp_experimental\"");
 }
 
 std::string why_nothing(bool has_llvm_runtime) {
