@@ -53,7 +53,7 @@ std::string code_sites::name_of(std::uint64_t address, std::uint16_t around, std
     const std::string file = image->path.substr(image->path.rfind('/') + 1);
     return make_printable(file + '+' + in_hexadecimal(offset));
   }
-  const std::string name = name_construct(symbol);
+  std::string name = name_construct(symbol);
   if (!name.empty()) return name;
   return around == 0 ? make_printable(symbol) : at(around).name;
 }

@@ -26,6 +26,8 @@ std::uint64_t address_of(const void* code) { return reinterpret_cast<std::uintpt
 
 task_tag tag_of(const ompt_data_t* task) { return task_tag::of(task == nullptr ? 0 : task->value); }
 
+bool has_flag(int flags, unsigned flag) { return (static_cast<unsigned>(flags) & flag) != 0; }
+
 /// Calls `record` with the recording of this thread, when it has one or `begins` to have one.
 template <class F>
 void on_event(bool begins, const F& record) noexcept {
@@ -42,7 +44,7 @@ void on_event(bool begins, const F& record) noexcept {
 void on_parallel_begin(ompt_data_t* creator, const ompt_frame_t*, ompt_data_t* region, unsigned int,
                        int flags, const void* code) {
   region->value = 0;
-  if ((flags & ompt_parallel_league) != 0) {
+  if (has_flag(flags, ompt_parallel_league)) {
     region->value = league;
     return;
   }
@@ -63,7 +65,7 @@ void on_implicit_task(ompt_scope_endpoint_t endpoint, ompt_data_t* region, ompt_
   if (endpoint == ompt_scope_begin) {
     task->value = 0;
     if (region == nullptr || region->value == 0) return;
-    if ((flags & ompt_task_initial) != 0) {
+    if (has_flag(flags, ompt_task_initial)) {
       task->value = region->value == league ? task_in_league : 0;
       return;
     }
@@ -107,13 +109,13 @@ void on_sync_region(ompt_sync_region_t kind, ompt_scope_endpoint_t endpoint, omp
 void on_task_create(ompt_data_t* creator, const ompt_frame_t*, ompt_data_t* task, int flags, int,
                     const void* code) {
   task->value = 0;
-  if ((flags & ompt_task_explicit) == 0) {
+  if (!has_flag(flags, ompt_task_explicit)) {
     on_event(false, [&](thread_recording& thread) { thread.note_wait_for_dependences(address_of(code)); });
     return;
   }
   on_event(true, [&](thread_recording& thread) {
-    const bool is_undeferred = (flags & ompt_task_undeferred) != 0;
-    const bool is_untied = (flags & ompt_task_untied) != 0;
+    const bool is_undeferred = has_flag(flags, ompt_task_undeferred);
+    const bool is_untied = has_flag(flags, ompt_task_untied);
     task->value = thread.create_task(tag_of(creator), address_of(code), is_undeferred, is_untied).value();
   });
 }

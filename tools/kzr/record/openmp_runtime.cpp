@@ -46,7 +46,7 @@ std::optional<fs::path> find_llvm_runtime() {
 fs::path find_recording_library() {
   const fs::path here = fs::read_symlink("/proc/self/exe").parent_path();
   for (const char* const place : {KZR_OMPT_WHEN_BUILT, KZR_OMPT_WHEN_INSTALLED}) {
-    const fs::path library = (here / place).lexically_normal();
+    fs::path library = (here / place).lexically_normal();
     if (fs::exists(library)) return library;
   }
   throw std::runtime_error("libkzr_ompt.so is not there; it is built where LLVM's OpenMP headers are");
