@@ -36,9 +36,10 @@ void decode_tasks(benchmark::State& state) {
   const std::string bytes = task_records(trace_form::binary, pairs, 1, 1'000);
   write_file(scratch.file("t.0"), bytes);
   for ([[maybe_unused]] auto _ : state) {
-    record_store store;
-    const auto reader = trace_reader::create_reader(scratch.file("t"), 0, store);
-    while (const auto record = reader->current_and_advance()) benchmark::DoNotOptimize(record->f[1]);
+    text_arena texts;
+    const auto reader = trace_reader::create_reader(scratch.file("t"), 0, texts);
+    trace_record record;
+    while (reader->current_and_advance(record)) benchmark::DoNotOptimize(record.f[1]);
   }
   state.SetItemsProcessed(state.iterations() * pairs * 2);
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
@@ -52,9 +53,10 @@ void decode_texts(benchmark::State& state) {
   for (int i = 0; i < count; ++i) encoder.metadata_string(1, {5, 0, 0}, 2, "a text of some thirty letters");
   write_file(scratch.file("t.0"), encoder.end().bytes());
   for ([[maybe_unused]] auto _ : state) {
-    record_store store;
-    const auto reader = trace_reader::create_reader(scratch.file("t"), 0, store);
-    while (const auto record = reader->current_and_advance()) benchmark::DoNotOptimize(record->string);
+    text_arena texts;
+    const auto reader = trace_reader::create_reader(scratch.file("t"), 0, texts);
+    trace_record record;
+    while (reader->current_and_advance(record)) benchmark::DoNotOptimize(record.string);
   }
   state.SetItemsProcessed(state.iterations() * count);
 }
@@ -71,8 +73,9 @@ void merge_files(benchmark::State& state) {
                task_records(trace_form::binary, pairs / files, static_cast<std::uint64_t>(number), step));
   }
   for ([[maybe_unused]] auto _ : state) {
-    multifile_reader reader(scratch.file("t").c_str());
-    while (const auto record = reader.next_record()) benchmark::DoNotOptimize(record->f[1]);
+    multifile_reader reader(scratch.file("t"));
+    trace_record record;
+    while (reader.next_record(record)) benchmark::DoNotOptimize(record.f[1]);
   }
   state.SetItemsProcessed(state.iterations() * (pairs / files) * files * 2);
 }

@@ -7,11 +7,11 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const scratch_file file(data, size);
   expect_prescribed_end([&file] {
-    record_store store;
-    const auto reader = open_xml_trace(file.path(), 0, store);
+    text_arena texts;
+    const auto reader = open_xml_trace(file.path(), 0, texts);
     if (!reader) return;
-    while (const auto record = reader->current_and_advance()) {
-      if (record->kind == trace_record::bad_record) break;
+    trace_record record;
+    while (reader->current_and_advance(record) && record.kind != record_kind::bad_record) {
     }
   });
   return 0;

@@ -6,50 +6,10 @@
 #include <charconv>
 #include <cstring>
 
+#include "reader/record_descriptions.h"
+
 namespace kzr {
 namespace {
-
-/// Numbers of the record kinds in the binary form.
-enum record_kind : std::uint8_t {
-  kind_definition,
-  kind_api_version,
-  kind_domain,
-  kind_wide_domain,
-  kind_id_create,
-  kind_id_destroy,
-  kind_metadata,
-  kind_metadata_string,
-  kind_wide_metadata_string,
-  kind_relation,
-  kind_string_handle,
-  kind_wide_string_handle,
-  kind_task_begin,
-  kind_task_end,
-  kind_task_group,
-  kind_region_begin,
-  kind_region_end,
-  kind_end_of_records,
-};
-
-/// Names of the record kinds in the XML form.
-constexpr std::array<const char*, 18> kind_names = {"definition",
-                                                    "api_version",
-                                                    "domain_createA",
-                                                    "domain_createW",
-                                                    "id_create",
-                                                    "id_destroy",
-                                                    "metadata",
-                                                    "metadata_stringA",
-                                                    "metadata_stringW",
-                                                    "relation",
-                                                    "string_handle_createA",
-                                                    "string_handle_createW",
-                                                    "task_begin",
-                                                    "task_end",
-                                                    "task_group",
-                                                    "region_begin",
-                                                    "region_end",
-                                                    "end_of_records"};
 
 constexpr std::size_t longest_name = 255;
 
@@ -90,17 +50,18 @@ void put(char*& next, std::string_view text) { next += text.copy(next, text.size
 }  // namespace
 
 template <class... Fields>
-void trace_encoder::add_record(std::uint8_t kind, const Fields&... fields) {
+void trace_encoder::add_record(record_kind kind, const Fields&... fields) {
   if (form_ == trace_form::binary) {
-    reserve(size_ + size_of(kind) + size_of(time_) + (size_of(fields) + ... + 0));
+    const auto kind_byte = static_cast<std::uint8_t>(kind);
+    reserve(size_ + size_of(kind_byte) + size_of(time_) + (size_of(fields) + ... + 0));
     char* next = bytes_.data() + size_;
-    put(next, kind);
+    put(next, kind_byte);
     put(next, time_);
     (put(next, fields), ...);
     size_ = static_cast<std::size_t>(next - bytes_.data());
   } else {
     append("<record><kind>");
-    append(kind_names[kind]);
+    append(describe(kind).name);
     append("</kind>");
     add_number_element("time", time_);
     (add_element(fields), ...);
@@ -132,36 +93,36 @@ trace_encoder& trace_encoder::at(std::uint64_t timestamp) {
 trace_encoder& trace_encoder::definition(std::uint8_t first, std::string_view text, std::uint8_t second,
                                          std::uint8_t third) {
   text = short_name(text);
-  add_record(kind_definition, first, length_of(text), text, second, third);
+  add_record(record_kind::definition, first, length_of(text), text, second, third);
   return *this;
 }
 
 trace_encoder& trace_encoder::api_version(std::string_view text) {
   text = short_name(text);
-  add_record(kind_api_version, length_of(text), text);
+  add_record(record_kind::api_version, length_of(text), text);
   return *this;
 }
 
 trace_encoder& trace_encoder::domain(std::uint64_t handle, std::string_view name) {
   name = short_name(name);
-  add_record(kind_domain, handle, length_of(name), name);
+  add_record(record_kind::domain_create_a, handle, length_of(name), name);
   return *this;
 }
 
 trace_encoder& trace_encoder::wide_domain(std::uint64_t handle, std::u16string_view name) {
   name = name.substr(0, longest_name);
-  add_record(kind_wide_domain, handle, static_cast<std::uint8_t>(name.size()),
+  add_record(record_kind::domain_create_w, handle, static_cast<std::uint8_t>(name.size()),
              std::string_view(bytes_of(name)));
   return *this;
 }
 
 trace_encoder& trace_encoder::id_create(std::uint64_t domain, const object_id& id) {
-  add_record(kind_id_create, domain, id);
+  add_record(record_kind::id_create, domain, id);
   return *this;
 }
 
 trace_encoder& trace_encoder::id_destroy(std::uint64_t domain, const object_id& id) {
-  add_record(kind_id_destroy, domain, id);
+  add_record(record_kind::id_destroy, domain, id);
   return *this;
 }
 
@@ -171,77 +132,78 @@ trace_encoder& trace_encoder::metadata(std::uint64_t domain, const object_id& id
   // In XML form every single value is there, in binary form those of known width.
   const bool has_value = count == 1;
   if (has_value && type == value_type::u32) {
-    add_record(kind_metadata, domain, id, key, kind_of_value, count, static_cast<std::uint32_t>(value));
+    add_record(record_kind::metadata, domain, id, key, kind_of_value, count,
+               static_cast<std::uint32_t>(value));
   } else if (has_value && (type == value_type::u64 || form_ == trace_form::xml)) {
-    add_record(kind_metadata, domain, id, key, kind_of_value, count, value);
+    add_record(record_kind::metadata, domain, id, key, kind_of_value, count, value);
   } else {
-    add_record(kind_metadata, domain, id, key, kind_of_value, count);
+    add_record(record_kind::metadata, domain, id, key, kind_of_value, count);
   }
   return *this;
 }
 
 trace_encoder& trace_encoder::metadata_string(std::uint64_t domain, const object_id& id, std::uint64_t key,
                                               std::string_view value) {
-  add_record(kind_metadata_string, domain, id, key, std::uint64_t{value.size()}, value);
+  add_record(record_kind::metadata_string_a, domain, id, key, std::uint64_t{value.size()}, value);
   return *this;
 }
 
 trace_encoder& trace_encoder::wide_metadata_string(std::uint64_t domain, const object_id& id,
                                                    std::uint64_t key, std::u16string_view value) {
-  add_record(kind_wide_metadata_string, domain, id, key, std::uint64_t{value.size()},
+  add_record(record_kind::metadata_string_w, domain, id, key, std::uint64_t{value.size()},
              std::string_view(bytes_of(value)));
   return *this;
 }
 
 trace_encoder& trace_encoder::relation(std::uint64_t domain, const object_id& head, relation_code code,
                                        const object_id& tail) {
-  add_record(kind_relation, domain, head, static_cast<std::uint8_t>(code), tail);
+  add_record(record_kind::relation, domain, head, static_cast<std::uint8_t>(code), tail);
   return *this;
 }
 
 trace_encoder& trace_encoder::string_handle(std::uint64_t handle, std::string_view text) {
   text = short_name(text);
-  add_record(kind_string_handle, handle, length_of(text), text);
+  add_record(record_kind::string_handle_create_a, handle, length_of(text), text);
   return *this;
 }
 
 trace_encoder& trace_encoder::wide_string_handle(std::uint64_t handle, std::u16string_view text) {
   text = text.substr(0, longest_name);
-  add_record(kind_wide_string_handle, handle, static_cast<std::uint8_t>(text.size()),
+  add_record(record_kind::string_handle_create_w, handle, static_cast<std::uint8_t>(text.size()),
              std::string_view(bytes_of(text)));
   return *this;
 }
 
 trace_encoder& trace_encoder::task_begin(std::uint64_t domain, const object_id& id, const object_id& parent,
                                          std::uint64_t name, std::uint64_t extra) {
-  add_record(kind_task_begin, domain, id, parent, name, extra);
+  add_record(record_kind::task_begin, domain, id, parent, name, extra);
   return *this;
 }
 
 trace_encoder& trace_encoder::task_end(std::uint64_t domain) {
-  add_record(kind_task_end, domain);
+  add_record(record_kind::task_end, domain);
   return *this;
 }
 
 trace_encoder& trace_encoder::task_group(std::uint64_t domain, const object_id& id, const object_id& parent,
                                          std::uint64_t name) {
-  add_record(kind_task_group, domain, id, parent, name);
+  add_record(record_kind::task_group, domain, id, parent, name);
   return *this;
 }
 
 trace_encoder& trace_encoder::region_begin(std::uint64_t domain, const object_id& id, const object_id& parent,
                                            std::uint64_t name) {
-  add_record(kind_region_begin, domain, id, parent, name);
+  add_record(record_kind::region_begin, domain, id, parent, name);
   return *this;
 }
 
 trace_encoder& trace_encoder::region_end(std::uint64_t domain, const object_id& id) {
-  add_record(kind_region_end, domain, id);
+  add_record(record_kind::region_end, domain, id);
   return *this;
 }
 
 trace_encoder& trace_encoder::end() {
-  add_record(kind_end_of_records);
+  add_record(record_kind::end_of_records);
   return close_document();
 }
 

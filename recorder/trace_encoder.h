@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+enum class record_kind : std::int32_t;
+
 namespace kzr {
 
 /// The two forms of a trace file; both carry the same records.
@@ -105,7 +107,7 @@ class trace_encoder {
  private:
   /// Appends a record of these fields, each a number, a byte, an identifier or a text.
   template <class... Fields>
-  void add_record(std::uint8_t kind, const Fields&... fields);
+  void add_record(record_kind kind, const Fields&... fields);
   void add_element(std::uint64_t value);
   void add_element(const object_id& id);
   void add_element(std::string_view text);

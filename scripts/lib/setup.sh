@@ -62,52 +62,8 @@ build() {
   cmake --build "$directory" --parallel "$jobs" ${1+--target "$@"}
 }
 
-# build_plain DIRECTORY TARGET...: a release build of the targets, also where a trained one was.
-build_plain() {
-  rm -f "$1/trained"
-  configure "$1" -DCMAKE_BUILD_TYPE=Release -DKZR_TRAINING=
+# build_release DIRECTORY TARGET...: a release build of the targets.
+build_release() {
+  configure "$1" -DCMAKE_BUILD_TYPE=Release
   build "$@"
 }
-
-# build_trained DIRECTORY TARGET...: a release build of the targets in which the converter is optimised for what it
-# does when it converts small runs of all workloads, not trained again while no source is newer than the last
-# training. Plain where the compiler is not GCC.
-build_trained() {
-  directory=$1
-  shift
-  stamp=$directory/trained
-  if [ -e "$stamp" ] && [ -z "$(find CMakeLists.txt cmake src recorder tools bench -newer "$stamp" -type f)" ]; then
-    build "$directory" "$@"
-    return
-  fi
-  rm -rf "$stamp" "$directory/profile"
-  mkdir -p "$directory"
-  touch "$directory/training_begun"
-  configure "$directory" -DCMAKE_BUILD_TYPE=Release -DKZR_TRAINING=
-  if grep -q 'CMAKE_CXX_COMPILER_ID "GNU"' "$directory"/CMakeFiles/*/CMakeCXXCompiler.cmake; then
-    configure "$directory" -DKZR_TRAINING=record
-    build "$directory" kzr2xml generate_run
-    echo "== training runs"
-    for workload in timeline manyfiles strings structure chain xml; do
-      train "$directory" $workload
-    done
-    configure "$directory" -DKZR_TRAINING=use
-  else
-    echo "== not trained: the compiler is not GCC"
-  fi
-  build "$directory" "$@"
-  mv "$directory/training_begun" "$stamp"
-}
-
-# train DIRECTORY WORKLOAD: generates a run of the workload and converts it with the converter of that build.
-train() (
-  programs=$(cd "$1" && pwd)
-  run=$programs/training
-  rm -rf "$run"
-  mkdir -p "$run"
-  export QZD_DIR="$run"
-  "$programs/bench/generate_run" "$2" "$run" 0.05 >"$run/events"
-  cd "$run" || return
-  "$programs/kzr2xml" trained
-  rm -rf "$run"
-)

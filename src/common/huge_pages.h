@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <future>
 #include <new>
 
 /// Size and alignment of the pages that the kernel can give large blocks of memory.
@@ -39,18 +38,6 @@ class block_source {
     std::size_t size_bytes;
   };
 
-  /// Whether the next huge page is made ready by another thread, once there are some: clearing memory that is
-  /// used for the first time can cost more than what it is used for.
-  enum class readiness : std::uint8_t { on_demand, ahead };
-
-  /// A source of which nothing was taken.
-  explicit block_source(readiness next_page) : next_page_(next_page) {}
-  block_source(const block_source&) = delete;
-  block_source& operator=(const block_source&) = delete;
-  /// Goes on where `other` was.
-  block_source& operator=(block_source&& other) noexcept;
-  ~block_source();
-
   /// A block that nobody uses, of `small_block_bytes` or a huge page. Throws `std::bad_alloc`.
   [[nodiscard]] block take();
 
@@ -59,14 +46,8 @@ class block_source {
  private:
   // What is left unused of the last block then counts for little.
   static constexpr std::size_t small_blocks = 16;
-  static constexpr std::size_t blocks_before_ready_ones = small_blocks + 4;
 
-  char* take_page();
-  static char* make_ready(char* page);
-
-  readiness next_page_;
   std::size_t taken_ = 0;
-  std::future<char*> ready_page_;
 };
 
 /// Allocator for arrays whose elements are visited in no order: large ones are in huge pages, which spares

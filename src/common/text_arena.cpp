@@ -15,6 +15,13 @@ void text_arena::keep(block_source::block added) {
   taken_bytes_ += added.size_bytes;
 }
 
+void text_arena::clear() {
+  blocks_.clear();
+  free_ = nullptr;
+  free_bytes_ = 0;
+  taken_bytes_ = 0;
+}
+
 char* text_arena::allocate(std::size_t size_bytes, std::size_t alignment) {
   if (size_bytes >= large_bytes) {
     void* const memory = std::malloc(size_bytes);

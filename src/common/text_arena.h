@@ -14,9 +14,9 @@ class text_arena {
   text_arena() = default;
   text_arena(const text_arena&) = delete;
   text_arena& operator=(const text_arena&) = delete;
-  /// Gives all bytes handed out so far back and takes over those of `other`, which is not to be used any
-  /// more.
-  text_arena& operator=(text_arena&& other) = default;
+
+  /// Gives back all bytes handed out so far.
+  void clear();
 
   /// Room for `size_bytes` bytes at an address that is a multiple of `alignment` (a power of two up to 16);
   /// its content is undefined. Throws `std::bad_alloc`.
@@ -31,7 +31,7 @@ class text_arena {
  private:
   void keep(block_source::block added);
 
-  block_source source_{block_source::readiness::on_demand};
+  block_source source_;
   std::vector<std::unique_ptr<char, free_deleter>> blocks_;
   char* free_ = nullptr;
   std::size_t free_bytes_ = 0;

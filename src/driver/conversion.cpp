@@ -11,9 +11,7 @@
 
 #include "graphml/graphml_file.h"
 #include "processor/kzr_record_processor.h"
-#include "processor/model_prefetcher.h"
 #include "reader/multifile_reader.h"
-#include "reader/read_ahead.h"
 
 void raise_open_file_limit() {
   rlimit limit{};
@@ -49,25 +47,20 @@ class reserved_files {
 };
 
 /// Opens the trace files of the run.
-std::unique_ptr<multifile_reader> open_traces(const std::string& stem) {
+multifile_reader open_traces(const std::string& stem) {
   const reserved_files reserved;
-  return std::make_unique<multifile_reader>(stem.c_str());
+  return multifile_reader(stem);
 }
 
 }  // namespace
 
 void convert(const run_settings& settings) {
   // The reader keeps the texts that the model points at, so it goes last.
-  const std::unique_ptr<multifile_reader> traces = open_traces(settings.trace_stem);
-  multifile_reader& reader = *traces;
+  multifile_reader reader = open_traces(settings.trace_stem);
   kzr_record_processor processor(settings.run_name, reader.frequency(), reader.concurrency(),
                                  settings.omp_experimental);
-  read_ahead records(reader);
-  model_prefetcher prefetcher(processor.data_manager());
-  while (std::shared_ptr<trace_record> record = records.next_record()) {
-    prefetcher.expect(records);
-    processor.process_record(std::move(record));
-  }
+  trace_record record;
+  while (reader.next_record(record)) processor.process_record(record);
   processor.write_zup_output();
   kzr_data_manager& dm = processor.data_manager();
   // Post-processing may append files, which are post-processed too.

@@ -5,7 +5,6 @@
 #include "graphml/graphml_file.h"
 #include "model/edge_symbol.h"
 #include "model/graph_symbol.h"
-#include "model/handle_texts.h"
 #include "model/kzr_data_manager.h"
 #include "model/node_symbol.h"
 
@@ -49,16 +48,15 @@ void graph_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const
   // The ids of all nodes of a graph carry the same number, the graph's, and so do those of its edges: by that
   // number they are equal. Nodes then keep the order of their names; edges go by their own number.
   const std::string inner_indent = indent + "  ";
-  handle_texts texts(dm.handles());
   text.clear();
   for (const node_symbol* const node : nodes_by_name()) {
-    node->append_graphml(dm, texts, text, inner_indent);
+    node->append_graphml(dm, dm.handles(), text, inner_indent);
     write_full_block(text, os);
   }
   const std::vector<edge_symbol*> edges = edges_by_number();
   for (std::size_t i = 0; i < edges.size(); ++i) {
     fetch_ends(edges, i);
-    edges[i]->append_graphml(texts, text, inner_indent);
+    edges[i]->append_graphml(dm.handles(), text, inner_indent);
     write_full_block(text, os);
   }
   os << text.view() << indent << "</graph>\n";

@@ -1,8 +1,7 @@
 #include "graphml/graphml_file.h"
 
-#include <ostream>
+#include <fstream>
 
-#include "common/write_behind_buffer.h"
 #include "graphml/dump_sorted_map.h"
 #include "model/kzr_data_manager.h"
 
@@ -11,9 +10,8 @@ void graphml_file::post_process(kzr_data_manager* dm) {
 }
 
 void graphml_file::write(kzr_data_manager& dm) {
-  write_behind_buffer file(path());
-  std::ostream stream(&file);
-  if (file.is_open()) dump_as_graphml(dm, stream);
+  std::ofstream file(name_ + ".graphml");
+  if (file) dump_as_graphml(dm, file);
 }
 
 void graphml_file::dump_as_graphml(kzr_data_manager& dm, std::ostream& os) {

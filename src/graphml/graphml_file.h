@@ -30,8 +30,6 @@ class graphml_file {
   /// file that cannot be written is not reported.
   void write(kzr_data_manager& dm);
 
-  /// Where the document is written, in the working directory.
-  [[nodiscard]] std::string path() const { return name_ + ".graphml"; }
   /// Base name of the file, without extension.
   [[nodiscard]] const std::string& name() const { return name_; }
   /// The graphs in the order in which they were added, which is that of the document.

@@ -4,7 +4,6 @@
 
 #include "common/text_buffer.h"
 #include "graphml/graphml_lines.h"
-#include "model/handle_texts.h"
 #include "model/kzr_data_manager.h"
 
 void append_node_opening(const node_symbol& node, const kzr_data_manager& dm, const std::string& indent,
@@ -17,7 +16,8 @@ void append_node_opening(const node_symbol& node, const kzr_data_manager& dm, co
   node.append_gml_id(text);
   const std::size_t id_size = text.size() - id_begin;
   text += "\">\n";
-  const std::string_view name = node.find_metadata(dm.handles().remembered(vocabulary_word::object_name));
+  const auto& name_key = dm.handles().remembered(vocabulary_word::object_name);
+  const std::string_view name = name_key ? node.find_metadata(*name_key) : std::string_view();
   if (name.empty()) {
     append_data_opening(text, data_indent, keys.object_name());
     text.append_again(id_begin, id_size);
@@ -34,10 +34,10 @@ void append_node_opening(const node_symbol& node, const kzr_data_manager& dm, co
   }
 }
 
-void append_ports(const node_symbol& node, handle_texts& texts, const std::string& indent,
+void append_ports(const node_symbol& node, const string_handles& handles, const std::string& indent,
                   text_buffer& text) {
-  for (const port_symbol* const port : node.input_ports()) port->append_graphml(texts, text, indent);
-  for (const port_symbol* const port : node.output_ports()) port->append_graphml(texts, text, indent);
+  for (const port_symbol* const port : node.input_ports()) port->append_graphml(handles, text, indent);
+  for (const port_symbol* const port : node.output_ports()) port->append_graphml(handles, text, indent);
 }
 
 namespace {
@@ -45,22 +45,21 @@ namespace {
 /// The policy of a join node with such a kind handle; null for every other kind. A key-matching join is none
 /// of these: it is written with its full kind text.
 const char* find_join_policy(const string_handles& handles, std::uint64_t kind) {
-  if (kind == handles.remembered(vocabulary_word::join_queueing)) return "queueing";
-  if (kind == handles.remembered(vocabulary_word::join_reserving)) return "reserving";
-  if (kind == handles.remembered(vocabulary_word::join_tag_matching)) return "tag_matching";
+  if (handles.is(vocabulary_word::join_queueing, kind)) return "queueing";
+  if (handles.is(vocabulary_word::join_reserving, kind)) return "reserving";
+  if (handles.is(vocabulary_word::join_tag_matching, kind)) return "tag_matching";
   return nullptr;
 }
 
 }  // namespace
 
 void node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) {
-  handle_texts texts(dm.handles());
   text_buffer text;
-  append_graphml(dm, texts, text, indent);
+  append_graphml(dm, dm.handles(), text, indent);
   os << text.view();
 }
 
-void node_symbol::append_graphml(const kzr_data_manager& dm, handle_texts& texts, text_buffer& text,
+void node_symbol::append_graphml(const kzr_data_manager& dm, const string_handles& handles, text_buffer& text,
                                  const std::string& indent) const {
   if (!visible_) return;
   const graphml_keys& keys = dm.keys();
@@ -71,9 +70,9 @@ void node_symbol::append_graphml(const kzr_data_manager& dm, handle_texts& texts
     append_data_line(text, inner_indent, keys.node_type(), "join_node");
     append_data_line(text, inner_indent, keys.join_policy(), policy);
   } else {
-    append_data_line(text, inner_indent, keys.node_type(), texts.view(handle_));
+    append_data_line(text, inner_indent, keys.node_type(), handles.text(handle_));
   }
-  append_ports(*this, texts, inner_indent, text);
+  append_ports(*this, handles, inner_indent, text);
   text += indent;
   text += "</node>\n";
 }

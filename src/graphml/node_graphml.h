@@ -2,7 +2,7 @@
 
 #include <string>
 
-class handle_texts;
+class string_handles;
 class kzr_data_manager;
 class node_symbol;
 class text_buffer;
@@ -12,4 +12,5 @@ void append_node_opening(const node_symbol& node, const kzr_data_manager& dm, co
                          text_buffer& text);
 
 /// Appends the lines of the node's ports, inputs first, each behind `indent`.
-void append_ports(const node_symbol& node, handle_texts& texts, const std::string& indent, text_buffer& text);
+void append_ports(const node_symbol& node, const string_handles& handles, const std::string& indent,
+                  text_buffer& text);

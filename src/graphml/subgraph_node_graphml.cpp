@@ -3,7 +3,6 @@
 #include "graphml/graphml_file.h"
 #include "graphml/graphml_lines.h"
 #include "graphml/node_graphml.h"
-#include "model/handle_texts.h"
 #include "model/kzr_data_manager.h"
 
 namespace {
@@ -13,7 +12,7 @@ bool has_port_key(int offset) { return offset >= 0 && offset <= 9; }
 
 /// Names the inner end of each port that has one and a key of its own.
 void append_port_data(std::span<port_symbol* const> ports, const std::string& key_name,
-                      const kzr_data_manager& dm, handle_texts& texts, const std::string& indent,
+                      const kzr_data_manager& dm, const string_handles& handles, const std::string& indent,
                       text_buffer& text) {
   for (const port_symbol* const port : ports) {
     const port_symbol* const inner = port->aliased_child();
@@ -21,7 +20,7 @@ void append_port_data(std::span<port_symbol* const> ports, const std::string& ke
     append_data_opening(text, indent, dm.get_key_id(key_name + std::to_string(port->offset())));
     inner->node().append_gml_id(text);
     text += ':';
-    inner->append_name(texts, text);
+    inner->append_name(handles, text);
     text += data_closing;
   }
 }
@@ -58,8 +57,8 @@ void subgraph_node_symbol::dump_as_graphml(kzr_data_manager& dm, std::ostream& o
   node_symbol::dump_as_graphml(dm, os, indent);
 }
 
-void subgraph_node_symbol::append_graphml(const kzr_data_manager& dm, handle_texts& texts, text_buffer& text,
-                                          const std::string& indent) const {
+void subgraph_node_symbol::append_graphml(const kzr_data_manager& dm, const string_handles& handles,
+                                          text_buffer& text, const std::string& indent) const {
   if (!visible()) return;
   const graphml_keys& keys = dm.keys();
   const std::string inner_indent = indent + "  ";
@@ -73,13 +72,13 @@ void subgraph_node_symbol::append_graphml(const kzr_data_manager& dm, handle_tex
     append_data_line(text, inner_indent, keys.plugin(), "qzd");
     append_data_line(text, inner_indent, keys.node_type(), "subgraph_node");
   }
-  append_port_data(input_ports(), "Input ", dm, texts, inner_indent, text);
-  append_port_data(output_ports(), "Output ", dm, texts, inner_indent, text);
+  append_port_data(input_ports(), "Input ", dm, handles, inner_indent, text);
+  append_port_data(output_ports(), "Output ", dm, handles, inner_indent, text);
   if (own_file() != nullptr) {
     append_data_line(text, inner_indent, dm.get_key_id("subgraph_reference"),
                      own_file()->name() + ".graphml");
   }
-  append_ports(*this, texts, inner_indent, text);
+  append_ports(*this, handles, inner_indent, text);
   text += indent;
   text += "</node>\n";
 }

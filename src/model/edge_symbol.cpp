@@ -31,8 +31,8 @@ unsigned long edge_symbol::handle() const { return first_->handle(); }
 
 void* edge_symbol::as(symbol_class wanted) { return wanted == own_class ? this : nullptr; }
 
-void edge_symbol::append_accessors(handle_texts& texts, text_buffer& text) const {
-  first_->append_gml_accessor(texts, text);
+void edge_symbol::append_accessors(const string_handles& handles, text_buffer& text) const {
+  first_->append_gml_accessor(handles, text);
   text += ' ';
-  second_->append_gml_accessor(texts, text);
+  second_->append_gml_accessor(handles, text);
 }

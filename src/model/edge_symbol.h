@@ -6,7 +6,7 @@
 
 #include "model/kzr_symbol.h"
 
-class handle_texts;
+class string_handles;
 class port_symbol;
 class text_buffer;
 
@@ -33,9 +33,9 @@ class edge_symbol : public kzr_symbol {
   /// Appends `gml_id()` to `text`.
   void append_gml_id(text_buffer& text) const;
   /// Appends the accessors of both ends, separated by a blank.
-  void append_accessors(handle_texts& texts, text_buffer& text) const;
+  void append_accessors(const string_handles& handles, text_buffer& text) const;
   /// Appends the edge's GraphML line.
-  void append_graphml(handle_texts& texts, text_buffer& text, const std::string& indent) const;
+  void append_graphml(const string_handles& handles, text_buffer& text, const std::string& indent) const;
 
   /// True while the edge is one of a graph: from its addition until it is removed or replaced.
   [[nodiscard]] bool live() const { return live_; }

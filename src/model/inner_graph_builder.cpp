@@ -279,28 +279,88 @@ graph_symbol* inner_graph_builder::find_common_graph(graph_symbol& first, graph_
   return a;
 }
 
-/// The port by which a node of `graph` shows the inner port `port`; `port` itself when there is no such node.
-port_symbol& inner_graph_builder::seen_from(const graph_symbol& graph, port_symbol& port) const {
-  port_symbol* seen = &port;
-  while (&seen->node().own_graph() != &graph) {
-    port_symbol* const outer = seen->outer_port();
-    // Every step must lead outwards, or ports that stand for each other would keep it going for ever.
-    if (outer == nullptr || level_of(outer->node().own_graph()) >= level_of(seen->node().own_graph())) {
-      return port;
+void inner_graph_builder::number_composites() {
+  // The composite nodes inside one another get consecutive numbers, so that being inside is one comparison.
+  // They are sorted by depth, the innermost first: sizes are summed up that way, numbers given the other way.
+  insides_.assign(composites_.size(), {});
+  for (const subgraph_node_symbol* const composite : composites_) {
+    inside& own = insides_[composite->composite_number()];
+    ++own.count;
+    if (const auto* const around = composite->own_graph().composite_node()) {
+      insides_[around->composite_number()].count += own.count;
     }
-    seen = outer;
   }
-  return *seen;
+  std::uint32_t next_outermost = 0;
+  for (auto composite = composites_.rbegin(); composite != composites_.rend(); ++composite) {
+    inside& own = insides_[(*composite)->composite_number()];
+    graph_symbol& graph = (*composite)->own_graph();
+    const auto* const around = graph.composite_node();
+    std::uint32_t& next = around == nullptr ? next_outermost : insides_[around->composite_number()].next;
+    own.first = next;
+    own.next = own.first + 1;
+    own.top = around == nullptr ? &graph : insides_[around->composite_number()].top;
+    next += own.count;
+  }
+}
+
+/// Whether `node` stands in the inner graph of `composite`, at any depth.
+bool inner_graph_builder::contains(const subgraph_node_symbol& composite, const node_symbol& node) const {
+  const auto* const holder = node.own_graph().composite_node();
+  if (holder == nullptr) return false;
+  const inside& outer = insides_[composite.composite_number()];
+  const std::uint32_t number = insides_[holder->composite_number()].first;
+  return number >= outer.first && number < outer.first + outer.count;
+}
+
+/// Whether `node` stands in `graph`, at any depth.
+bool inner_graph_builder::holds(const graph_symbol& graph, const node_symbol& node) const {
+  if (const auto* const composite = graph.composite_node()) return contains(*composite, node);
+  const auto* const holder = node.own_graph().composite_node();
+  return &graph == (holder == nullptr ? &node.own_graph() : insides_[holder->composite_number()].top);
+}
+
+/// The inner port of `port`, when its node is a composite node that contains both that and `other_end`; else
+/// null.
+port_symbol* inner_graph_builder::find_inner_end(port_symbol& port, const node_symbol& other_end) const {
+  const auto* const composite = symbol_cast<subgraph_node_symbol>(&port.node());
+  if (composite == nullptr || !contains(*composite, other_end)) return nullptr;
+  port_symbol* const inner = port.aliased_child();
+  return inner != nullptr && contains(*composite, inner->node()) ? inner : nullptr;
+}
+
+/// The port by which `graph` shows the end `port` of an edge: that of the composite node that stands there,
+/// or the outermost one that the links lead to.
+port_symbol& inner_graph_builder::shown_end(const graph_symbol& graph, port_symbol& port) const {
+  port_symbol* shown = &port;
+  while (&shown->node().own_graph() != &graph) {
+    port_symbol* const outer = shown->outer_port();
+    const auto* const composite =
+        outer == nullptr ? nullptr : symbol_cast<subgraph_node_symbol>(&outer->node());
+    if (composite == nullptr || !contains(*composite, shown->node()) || !holds(graph, *composite)) break;
+    shown = outer;
+  }
+  return *shown;
 }
 
 void inner_graph_builder::place_edges() {
+  number_composites();
   for (edge_symbol* const edge : edges_) {
-    port_symbol& first = innermost(edge->first());
-    port_symbol& second = innermost(edge->second());
-    graph_symbol* graph = find_common_graph(first.node().own_graph(), second.node().own_graph());
+    port_symbol* first = &edge->first();
+    port_symbol* second = &edge->second();
+    // An edge from a composite node into itself starts, or ends, within.
+    while (true) {
+      if (port_symbol* const inner_first = find_inner_end(*first, second->node())) {
+        first = inner_first;
+      } else if (port_symbol* const inner_second = find_inner_end(*second, first->node())) {
+        second = inner_second;
+      } else {
+        break;
+      }
+    }
+    graph_symbol* graph = find_common_graph(first->node().own_graph(), second->node().own_graph());
     if (graph == nullptr) graph = &edge->graph();
     const bool moves_to_other_graph = graph != &edge->graph();
-    edge->place(*graph, seen_from(*graph, first), seen_from(*graph, second));
+    edge->place(*graph, shown_end(*graph, *first), shown_end(*graph, *second));
     if (moves_to_other_graph && edge->live()) graph->add_moved_edge(*edge);
   }
 }

@@ -51,7 +51,11 @@ class inner_graph_builder {
 
   [[nodiscard]] std::uint32_t level_of(const graph_symbol& graph) const;
   [[nodiscard]] graph_symbol* find_common_graph(graph_symbol& first, graph_symbol& second) const;
-  [[nodiscard]] port_symbol& seen_from(const graph_symbol& graph, port_symbol& port) const;
+  void number_composites();
+  [[nodiscard]] bool contains(const subgraph_node_symbol& composite, const node_symbol& node) const;
+  [[nodiscard]] bool holds(const graph_symbol& graph, const node_symbol& node) const;
+  [[nodiscard]] port_symbol* find_inner_end(port_symbol& port, const node_symbol& other_end) const;
+  [[nodiscard]] port_symbol& shown_end(const graph_symbol& graph, port_symbol& port) const;
 
   /// What is known of a node while inner graphs are filled.
   struct node_state {
@@ -81,5 +85,13 @@ class inner_graph_builder {
     node_symbol* node;
   };
   std::vector<pending_fill> pending_;
+  /// What a composite node holds at any depth, itself included: the numbers from `first` on.
+  struct inside {
+    std::uint32_t first = 0;
+    std::uint32_t count = 0;
+    std::uint32_t next = 0;       ///< the number for the composite node that is numbered next
+    graph_symbol* top = nullptr;  ///< the plain graph around all
+  };
+  std::vector<inside> insides_;        ///< by composite number
   std::vector<std::uint32_t> levels_;  ///< by composite number: how many graphs are around the inner graph
 };

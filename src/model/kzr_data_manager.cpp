@@ -4,7 +4,6 @@
 #include <cstring>
 #include <utility>
 
-#include "common/run_aside.h"
 #include "graphml/graphml_file.h"
 #include "model/inner_graph_builder.h"
 
@@ -53,7 +52,7 @@ bool is_kind_change(const string_handles& handles, std::uint64_t handle) {
   for (const vocabulary_word word : {vocabulary_word::async_node, vocabulary_word::opencl_node,
                                      vocabulary_word::queue_node, vocabulary_word::priority_queue_node,
                                      vocabulary_word::sequencer_node, vocabulary_word::write_once_node}) {
-    if (handle == handles.remembered(word)) return true;
+    if (handles.is(word, handle)) return true;
   }
   return false;
 }
@@ -71,18 +70,6 @@ kzr_data_manager::kzr_data_manager(const std::string& name, const std::string&, 
 }
 
 kzr_data_manager::~kzr_data_manager() {
-  if (files_written_.valid()) {
-    files_written_.get();
-  } else {
-    write_files();
-  }
-}
-
-void kzr_data_manager::start_writing() {
-  files_written_ = run_aside([this] { write_files(); });
-}
-
-void kzr_data_manager::write_files() {
   if (outputs_ == run_outputs::none) return;
   for (const auto& file : files_) file->write(*this);
 }
@@ -111,12 +98,11 @@ std::shared_ptr<graph_symbol> kzr_data_manager::add_graph(const ___onx_id& id, n
 
 std::shared_ptr<node_symbol> kzr_data_manager::add_node(const ___onx_id& id, graph_symbol& graph,
                                                         unsigned long handle) {
-  const bool splits_existing =
-      handle == handles_.remembered(vocabulary_word::split_node) && graph.has_node_with(id.d1);
+  const bool splits_existing = handles_.is(vocabulary_word::split_node, handle) && graph.has_node_with(id.d1);
   if (is_kind_change(handles_, handle) || splits_existing) {
     if (node_symbol* const changed = graph.transform_node(id, handle)) return kzr_symbol::share(*changed);
     count_warning("Transforming basic node failed: Fallback creating new node!");
-  } else if (handle == handles_.remembered(vocabulary_word::composite_node)) {
+  } else if (handles_.is(vocabulary_word::composite_node, handle)) {
     const auto composite = subgraph_node_symbol::create(symbols_, id, graph, handle);
     graphs_.push_back(composite.get());
     return enter(*composite);
@@ -127,7 +113,7 @@ std::shared_ptr<node_symbol> kzr_data_manager::add_node(const ___onx_id& id, gra
 }
 
 int kzr_data_manager::port_index(unsigned long handle) {
-  const std::string_view text = handle_texts_.view(handle);
+  const std::string_view text = handles_.text(handle);
   return text.empty() ? 0 : text.back() - '0';
 }
 
@@ -250,8 +236,13 @@ void kzr_data_manager::set_domain(unsigned long handle, DomainType type) {
 void kzr_data_manager::init_domain_pwl() { keys_.add_flow_graph_keys(); }
 
 void kzr_data_manager::add_string_handle(unsigned long handle, unsigned char, const char* text) {
-  handle_texts_.forget(handle);
-  switch (handles_.add(handle, text)) {
+  add_keys_for(handles_.add(handle, text));
+}
+
+void kzr_data_manager::add_nameless_text(std::string_view text) { add_keys_for(handles_.add_nameless(text)); }
+
+void kzr_data_manager::add_keys_for(vocabulary_word word) {
+  switch (word) {
     case vocabulary_word::composite_node:
       keys_.add_composite_node_keys();
       break;

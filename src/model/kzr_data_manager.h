@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <future>
 #include <map>
 #include <memory>
 #include <string>
@@ -17,7 +16,6 @@
 #include "model/explicit_task_symbol.h"
 #include "model/graph_symbol.h"
 #include "model/graphml_keys.h"
-#include "model/handle_texts.h"
 #include "model/implicit_task_symbol.h"
 #include "model/node_symbol.h"
 #include "model/parallel_region_symbol.h"
@@ -43,7 +41,7 @@ extern int enable_subgraph;
 
 /// Owns the whole model of one run: the symbols and their table, the GraphML files and keys, the string
 /// handles, the domains and the tally of warnings. Its construction starts the numbering of symbols at zero;
-/// its destruction writes every GraphML file that was not written before, unless the run has no outputs.
+/// its destruction writes every GraphML file, unless the run has no outputs.
 class kzr_data_manager {
  public:
   /// `name` is the base name of the outputs. The other two texts, frequency and concurrency of the trace, are
@@ -142,6 +140,8 @@ class kzr_data_manager {
   /// Records the text of a string handle, which must stay valid until the end of the run, and remembers what
   /// it stands for. The second number is not used.
   void add_string_handle(unsigned long handle, unsigned char, const char* text);
+  /// What a text that no handle stands for changes: it takes its word away from the handle that had it.
+  void add_nameless_text(std::string_view text);
   /// The text of `handle`, empty when it has none. Borrowed from the reader: valid until the end of the run.
   [[nodiscard]] const char* handle_text(unsigned long handle) const { return handles_.text(handle); }
   /// What all handles of the run stand for.
@@ -169,9 +169,6 @@ class kzr_data_manager {
   /// The GraphML files of the run; grows while it is post-processed.
   [[nodiscard]] const std::vector<std::shared_ptr<graphml_file>>& files() const { return files_; }
   [[nodiscard]] run_outputs outputs() const { return outputs_; }
-  /// Has another thread write every GraphML file, if it is to be written at all. Nothing that the files show
-  /// must change from here on. To be called at most once; destruction waits for the thread.
-  void start_writing();
   /// Every symbol and edge of the run.
   [[nodiscard]] const symbol_list& symbols() const { return symbols_; }
   /// Every graph and composite node of the run in the order of creation.
@@ -187,8 +184,8 @@ class kzr_data_manager {
   std::shared_ptr<T> enter(T& symbol);
   template <class Text>
   [[nodiscard]] DomainType classify_domain(Text name);
+  void add_keys_for(vocabulary_word word);
   void set_domain(unsigned long handle, DomainType type);
-  void write_files();
   [[nodiscard]] int port_index(unsigned long handle);
 
   /// First, because the files share graphs that live in its memory.
@@ -199,7 +196,6 @@ class kzr_data_manager {
   std::map<std::string, std::uint64_t, std::less<>> warnings_;
   std::vector<std::shared_ptr<graphml_file>> files_;
   string_handles handles_;
-  handle_texts handle_texts_{handles_};
   flat_map<std::uint64_t, DomainType> domains_;
   /// The handle that was asked for last and its type; no domain has the handle 0 at first.
   mutable std::pair<std::uint64_t, DomainType> last_domain_;
@@ -212,6 +208,4 @@ class kzr_data_manager {
   graphml_keys keys_;
   bool inner_graphs_complete_ = false;
   run_outputs outputs_;
-  /// That the files are written, once somebody asked for it.
-  std::future<void> files_written_;
 };

@@ -11,7 +11,7 @@
 
 class body_symbol;
 class graph_symbol;
-class handle_texts;
+class string_handles;
 class port_symbol;
 class text_buffer;
 
@@ -37,7 +37,7 @@ class node_symbol : public virtual_enable_shared_from_this<node_symbol> {
   [[nodiscard]] std::string_view find_metadata(unsigned long key) const override;
   void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
   /// Appends the node's GraphML lines, each behind `indent`; nothing while the node is hidden.
-  virtual void append_graphml(const kzr_data_manager& dm, handle_texts& texts, text_buffer& text,
+  virtual void append_graphml(const kzr_data_manager& dm, const string_handles& handles, text_buffer& text,
                               const std::string& indent) const;
   /// Moves the node into the inner graph `graph`; aborts when `graph` is a plain graph.
   void set_sub_graph(graph_symbol& graph);

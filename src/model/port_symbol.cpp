@@ -3,7 +3,6 @@
 #include "common/kzr_assert.h"
 #include "common/text_buffer.h"
 #include "model/graph_symbol.h"
-#include "model/handle_texts.h"
 #include "model/kzr_data_manager.h"
 #include "model/node_symbol.h"
 
@@ -37,13 +36,12 @@ std::string port_symbol::gml_id() const { kzr_fail("ERROR: A port does not have 
 void* port_symbol::as(symbol_class wanted) { return wanted == own_class ? this : nullptr; }
 
 std::string port_symbol::get_gml_accessor(const kzr_data_manager& dm) const {
-  handle_texts texts(dm.handles());
   text_buffer accessor;
-  append_gml_accessor(texts, accessor);
+  append_gml_accessor(dm.handles(), accessor);
   return std::string(accessor.view());
 }
 
-void port_symbol::append_gml_accessor(handle_texts& texts, text_buffer& text) const {
+void port_symbol::append_gml_accessor(const string_handles& handles, text_buffer& text) const {
   if (is_input()) {
     text += "target=\"";
     node_->append_gml_id(text);
@@ -57,13 +55,13 @@ void port_symbol::append_gml_accessor(handle_texts& texts, text_buffer& text) co
     append_number(text, offset());
     text += "\" sourceport=\"";
   }
-  append_name(texts, text);
+  append_name(handles, text);
   text += '"';
 }
 
-void port_symbol::append_name(handle_texts& texts, text_buffer& text) const {
+void port_symbol::append_name(const string_handles& handles, text_buffer& text) const {
   if (handle_ != 0) {
-    text += texts.view(handle_);
+    text += handles.text(handle_);
   } else {
     append_number(text, id_.d1);
   }

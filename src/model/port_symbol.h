@@ -6,7 +6,7 @@
 
 #include "model/kzr_symbol.h"
 
-class handle_texts;
+class string_handles;
 class text_buffer;
 
 /// An input or output port of a node. It calls itself the target end of an edge when it is an input, else the
@@ -38,11 +38,11 @@ class port_symbol : public kzr_symbol {
   /// The text by which an edge names this port as its end.
   [[nodiscard]] std::string get_gml_accessor(const kzr_data_manager& dm) const;
   /// Appends `get_gml_accessor` to `text`.
-  void append_gml_accessor(handle_texts& texts, text_buffer& text) const;
+  void append_gml_accessor(const string_handles& handles, text_buffer& text) const;
   /// Appends the port's name: the text of its handle, or the first word of its identifier.
-  void append_name(handle_texts& texts, text_buffer& text) const;
+  void append_name(const string_handles& handles, text_buffer& text) const;
   /// Appends the port's GraphML line.
-  void append_graphml(handle_texts& texts, text_buffer& text, const std::string& indent) const;
+  void append_graphml(const string_handles& handles, text_buffer& text, const std::string& indent) const;
 
   /// The node that the port belongs to.
   [[nodiscard]] node_symbol& node() const { return *node_; }

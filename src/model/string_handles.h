@@ -1,12 +1,12 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
+#include <optional>
 #include <set>
-#include <vector>
+#include <string_view>
 
-#include "common/flat_index.h"
 #include "common/flat_map.h"
 
 /// The words that the program knows among the texts of string handles, in the order in which they are tested.
@@ -35,7 +35,7 @@ enum class vocabulary_word : std::uint8_t {
 };
 
 /// The string handles of a run: their texts, the handle that stands for each known word, and the sets of
-/// handles that say what a record is about. Several threads may ask at once while nothing is added.
+/// handles that say what a record is about.
 class string_handles {
  public:
   /// The handle of a word that was not registered yet.
@@ -47,21 +47,24 @@ class string_handles {
   /// word.
   vocabulary_word add(std::uint64_t handle, const char* text);
 
-  /// The text of `handle`, empty when it has none. `handle_texts` finds most of them faster.
+  /// The text of `handle`, empty when it has none.
   [[nodiscard]] const char* text(std::uint64_t handle) const;
-  /// The text that was added as the one with `number` among those whose own addresses are their handles; null
-  /// when there are not so many.
-  [[nodiscard]] const char* own_text(std::size_t number) const {
-    return number < own_texts_.size() ? own_texts_[number] : nullptr;
-  }
 
   /// Starts to fetch the place where the text of `handle` is or will be kept into the caches.
   void prefetch(std::uint64_t handle) const { texts_.prefetch(handle); }
   /// Whether there are more handles than the caches nearest to a processor hold.
   [[nodiscard]] bool is_large() const { return texts_.size() > handles_in_caches; }
 
-  /// The handle registered last for `word`, `unset` when there is none.
-  [[nodiscard]] std::uint64_t remembered(vocabulary_word word) const {
+  /// The same for a text that no handle stands for: from here on, no record's handle stands for its word.
+  vocabulary_word add_nameless(std::string_view text);
+
+  /// Whether `handle` is the one registered last for `word`.
+  [[nodiscard]] bool is(vocabulary_word word, std::uint64_t handle) const {
+    return remembered(word) == handle;
+  }
+  /// The handle registered last for `word`: `unset` before there is one, none once a text without a handle
+  /// took its place.
+  [[nodiscard]] const std::optional<std::uint64_t>& remembered(vocabulary_word word) const {
     return remembered_[static_cast<std::size_t>(word)];
   }
 
@@ -78,15 +81,8 @@ class string_handles {
  private:
   static constexpr std::size_t handles_in_caches = 16 * 1024;
 
-  [[nodiscard]] const char* find_own_text(std::uint64_t handle) const;
-
   flat_map<std::uint64_t, const char*> texts_;
-  /// Texts whose handles are their addresses, and a look-up of all of them, which is filled when somebody
-  /// asks for one by its handle.
-  std::vector<const char*> own_texts_;
-  mutable flat_index own_text_index_;
-  mutable std::mutex own_text_index_in_use_;
-  std::uint64_t remembered_[static_cast<std::size_t>(vocabulary_word::none)];
+  std::array<std::optional<std::uint64_t>, static_cast<std::size_t>(vocabulary_word::none)> remembered_;
   std::set<std::uint64_t> input_ports_;
   std::set<std::uint64_t> output_ports_;
   std::set<std::uint64_t> code_addresses_;

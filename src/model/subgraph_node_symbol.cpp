@@ -93,8 +93,7 @@ void subgraph_node_symbol::set_inner_visibility(kzr_data_manager* dm) {
 }
 
 bool subgraph_node_symbol::is_streaming_node(const kzr_data_manager& dm) const {
-  const std::uint64_t streaming = dm.handles().remembered(vocabulary_word::opencl_node);
-  return streaming != string_handles::unset && handle() == streaming;
+  return handle() != string_handles::unset && dm.handles().is(vocabulary_word::opencl_node, handle());
 }
 
 void subgraph_node_symbol::add_file(kzr_data_manager* dm) {

@@ -76,7 +76,7 @@ class subgraph_node_symbol : public graph_symbol, public node_symbol {
 
   /// The lines of the node part, as the enclosing graph shows it.
   void dump_as_graphml(kzr_data_manager& dm, std::ostream& os, const std::string& indent) override;
-  void append_graphml(const kzr_data_manager& dm, handle_texts& texts, text_buffer& text,
+  void append_graphml(const kzr_data_manager& dm, const string_handles& handles, text_buffer& text,
                       const std::string& indent) const override;
 
   /// The GraphML file made for this composite node's inner graph; null while it has none.

@@ -78,7 +78,7 @@ class symbol_list {
   void add_block();
   void enter(kzr_symbol& symbol);
 
-  block_source source_{block_source::readiness::ahead};
+  block_source source_;
   std::vector<std::unique_ptr<char, free_deleter>> memory_;
   std::vector<char*> blocks_;
   char* next_block_ = nullptr;

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <string_view>
@@ -39,13 +38,6 @@ void kzr_record_processor::write_zup_output() {
 void kzr_record_processor::dump_trace() {
   writer_.platform_creation(std::stoi(concurrency_));
   writer_.meta_head_creation(cores_.sorted(), threads_.sorted());
-  // No content of a trace ends the run from here on, and the replay changes nothing that the documents show.
-  // They come after the timeline where both may go to the same place.
-  if (dm_.is_large() && std::ranges::all_of(dm_.files(), [this](const auto& file) {
-        return writer_.is_apart_from(file->path());
-      })) {
-    dm_.start_writing();
-  }
   const auto visit = [this](const timeline_event& event) { replay(event); };
   if (dm_.is_large()) {
     events_.for_each(visit, [this](const timeline_event& event, std::size_t steps) { expect(event, steps); });
@@ -113,7 +105,7 @@ void kzr_record_processor::replay(const timeline_event& event) {
       return writer_.region_end(event.time, event.producer, as<node_symbol>(first),
                                 region_graph(as<node_symbol>(first).get(), second));
     case tml_event_t::user_event:
-      return writer_.user_event(event.time, event.producer, event.first_number);
+      return writer_.user_event(event.time, event.producer, event.text);
   }
 }
 

@@ -30,9 +30,9 @@ std::size_t words_of_details(tml_event_t kind) {
     case tml_event_t::graph_created:
     case tml_event_t::edge_made:
     case tml_event_t::edge_removed:
+    case tml_event_t::user_event:
       return 1;
     case tml_event_t::node_created:
-    case tml_event_t::user_event:
       return 3;
     case tml_event_t::region_begun:
     case tml_event_t::region_ended:
@@ -76,7 +76,9 @@ void event_list::append(const timeline_event& event) {
   *next_++ = static_cast<std::uint32_t>(event.kind) | static_cast<std::uint32_t>(event.producer) << kind_bits;
   *next_++ = static_cast<std::uint32_t>(elapsed);
   if (const std::size_t words = words_of_details(event.kind); words > 0) {
-    details more{.first = event.first,
+    const bool has_text = event.kind == tml_event_t::user_event;
+    if (has_text) texts_.push_back(event.text);
+    details more{.first = has_text ? static_cast<std::uint32_t>(texts_.size() - 1) : event.first,
                  .first_number = {},
                  .second = event.second,
                  .domain = domain_index(event.domain),
@@ -127,7 +129,9 @@ const timeline_event& event_list::packed_reader::next() {
     next_ += words;
     event_.domain = events_.domains_[more.domain];
   }
-  event_.first = more.first;
+  const bool has_text = event_.kind == tml_event_t::user_event;
+  event_.first = has_text ? 0 : more.first;
+  event_.text = has_text ? events_.texts_[more.first] : nullptr;
   event_.second = more.second;
   event_.first_number = join(more.first_number);
   event_.second_number = join(more.second_number);

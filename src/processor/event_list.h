@@ -32,8 +32,9 @@ struct timeline_event {
   std::uint64_t domain = 0;         ///< domain handle; kept for the begins of tasks only
   std::uint32_t first = 0;          ///< the graph, node, edge, body, ... that the event is about
   std::uint32_t second = 0;         ///< its graph or parent
-  std::uint64_t first_number = 0;   ///< string handle: kind of a node, name of a task, text of a user event
+  std::uint64_t first_number = 0;   ///< string handle: kind of a node, name of a task
   std::uint64_t second_number = 0;  ///< processor number of a task's begin
+  const char* text = nullptr;       ///< of a user event, borrowed until the end of the run
 };
 
 /// The events of a run in the order of their arrival. Large runs have many millions of them, and half of
@@ -101,7 +102,7 @@ class event_list {
     const std::uint32_t* end;
   };
 
-  block_source source_{block_source::readiness::ahead};
+  block_source source_;
   std::vector<block> blocks_;
   std::uint32_t* next_ = nullptr;
   std::uint32_t* room_end_ = nullptr;
@@ -110,4 +111,5 @@ class event_list {
   std::vector<std::uint64_t> domains_;
   flat_map<std::uint64_t, std::uint32_t> domain_positions_;  ///< one more than the index in `domains_`
   std::uint32_t last_domain_ = 0;
+  std::vector<const char*> texts_;  ///< of user events, whose `first` is the index here
 };

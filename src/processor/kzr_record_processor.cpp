@@ -21,46 +21,45 @@ kzr_record_processor::kzr_record_processor(const std::string& name, const std::s
   }
 }
 
-void kzr_record_processor::process_record(std::shared_ptr<trace_record> record) {
-  switch (static_cast<std::uint32_t>(record->kind)) {
-    case 0:  // definition
-    case 1:  // api_version
-    case 4:  // id_create
-    case 5:  // id_destroy
+void kzr_record_processor::process_record(const trace_record& record) {
+  switch (record.kind) {
+    case record_kind::definition:
+    case record_kind::api_version:
+    case record_kind::id_create:
+    case record_kind::id_destroy:
       return;
-    case 2:
-      return domain_create_A(*record);
-    case 3:
-      return domain_create_W(*record);
-    case 6:
-      return meta_data(*record);
-    case 7:
-      return meta_data_string_A(*record);
-    case 8:
-      return meta_data_string_W(*record);
-    case 9:
-      return relation(*record);
-    case 10:
-      return string_handle_create_A(*record);
-    case 11:
-      return string_handle_create_W(*record);
-    case 12:
-      return task_begin(*record);
-    case 13:
-      return task_end(*record);
-    case 14:
-      return task_group(*record);
-    case 15:
-      return region_begin(*record);
-    case 16:
-      return region_end(*record);
-    case trace_record::end_of_records:
+    case record_kind::domain_create_a:
+      return domain_create_A(record);
+    case record_kind::domain_create_w:
+      return domain_create_W(record);
+    case record_kind::metadata:
+      return meta_data(record);
+    case record_kind::metadata_string_a:
+      return meta_data_string_A(record);
+    case record_kind::metadata_string_w:
+      return meta_data_string_W(record);
+    case record_kind::relation:
+      return relation(record);
+    case record_kind::string_handle_create_a:
+      return string_handle_create_A(record);
+    case record_kind::string_handle_create_w:
+      return string_handle_create_W(record);
+    case record_kind::task_begin:
+      return task_begin(record);
+    case record_kind::task_end:
+      return task_end(record);
+    case record_kind::task_group:
+      return task_group(record);
+    case record_kind::region_begin:
+      return region_begin(record);
+    case record_kind::region_end:
+      return region_end(record);
+    case record_kind::end_of_records:
       return write_zup_output();
-    case trace_record::bad_record:
-      return bad_record(*record);
-    default:
-      kzr_fail("Unknown record type in trace file");
+    case record_kind::bad_record:
+      return bad_record(record);
   }
+  kzr_fail("Unknown record type in trace file");
 }
 
 namespace {
@@ -77,16 +76,16 @@ const Char* copy_name(const Char* text, std::size_t length) {
 
 void kzr_record_processor::domain_create_A(record_ref record) {
   const char* const name = record.narrow_string();
-  dm_.register_domain(record.f[2], copy_name(name, std::strlen(name)));
+  dm_.register_domain(record.handle(), copy_name(name, std::strlen(name)));
 }
 
 void kzr_record_processor::domain_create_W(record_ref record) {
   const wchar_t* const name = record.wide_string();
-  dm_.register_domain(record.f[2], copy_name(name, std::wcslen(name)));
+  dm_.register_domain(record.handle(), copy_name(name, std::wcslen(name)));
 }
 
 void kzr_record_processor::string_handle_create_A(record_ref record) {
-  dm_.add_string_handle(record.f[2], static_cast<unsigned char>(record.f[3]), record.narrow_string());
+  dm_.add_string_handle(record.handle(), 0, record.narrow_string());
 }
 
 void kzr_record_processor::string_handle_create_W(record_ref) {
@@ -96,7 +95,7 @@ void kzr_record_processor::string_handle_create_W(record_ref) {
 void kzr_record_processor::bad_record(record_ref record) { dm_.count_warning(record.narrow_string()); }
 
 void kzr_record_processor::update_thread_and_core_set(record_ref record, bool with_core) {
-  if (with_core) cores_.insert(static_cast<long>(record.f[6]));
+  if (with_core) cores_.insert(static_cast<long>(record.processor()));
   threads_.insert(record.producer);
 }
 
@@ -104,9 +103,9 @@ void kzr_record_processor::append_event(tml_event_t kind, record_ref record, con
                                         const kzr_symbol* second, std::uint64_t first_number,
                                         std::uint64_t second_number) {
   events_.append({.kind = kind,
-                  .time = record.f[1],
+                  .time = record.timestamp(),
                   .producer = record.producer,
-                  .domain = record.f[2],
+                  .domain = record.domain(),
                   .first = symbol_list::position_of(first),
                   .second = symbol_list::position_of(second),
                   .first_number = first_number,

@@ -35,7 +35,7 @@ class kzr_record_processor {
 
   /// Handles one record. Only its texts must outlive the call; they must stay valid until the end of the run.
   /// Aborts on a wide string handle and on a kind that does not exist.
-  void process_record(std::shared_ptr<trace_record> record);
+  void process_record(const trace_record& record);
 
   /// Writes the list of resolved code addresses to the results directory that QZD_DIR names, if it is set.
   void write_zup_output();
@@ -88,7 +88,7 @@ class kzr_record_processor {
   void openmp_read(record_ref record, node_symbol& reader);
   void openmp_write(node_symbol& writer, const ___onx_id& writer_id, const ___onx_id& variable_id);
 
-  [[nodiscard]] DomainType domain_of(record_ref record) const { return dm_.domain_type(record.f[2]); }
+  [[nodiscard]] DomainType domain_of(record_ref record) const { return dm_.domain_type(record.domain()); }
   void update_thread_and_core_set(record_ref record, bool with_core);
   void append_event(tml_event_t kind, record_ref record, const kzr_symbol* first = nullptr,
                     const kzr_symbol* second = nullptr, std::uint64_t first_number = 0,
@@ -105,8 +105,12 @@ class kzr_record_processor {
   kzr_traceml_writer writer_;
   image_table images_;
   std::string concurrency_;
-  /// By producer: how many OpenMP begins are open that appended one event instead of two.
-  std::map<int, int> single_event_begins_;
+  /// The tasks of one producer.
+  struct openmp_tasks {
+    std::uint64_t single_ends = 0;  ///< how many of the next OpenMP ends append one event instead of two
+    std::uint64_t open = 0;         ///< tasks open in the timeline; kept while the sub-graph paths are on
+  };
+  std::map<int, openmp_tasks> openmp_tasks_;
   event_list events_;
   /// By identifier: where the regions stand that are open, the one begun last at the back.
   std::map<___onx_id, std::vector<region_place>> open_regions_;

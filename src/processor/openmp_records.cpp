@@ -20,7 +20,7 @@ void kzr_record_processor::openmp_tie_in(port_symbol& port) {
 }
 
 void kzr_record_processor::openmp_add_node_of(record_ref record) {
-  const ___onx_id& parent = record.id[1];
+  const ___onx_id& parent = record.parent();
   auto* graph = dm_.find_sym_as<graph_symbol>(parent);
   if (graph == nullptr) {
     if (dm_.find_sym_as<implicit_task_symbol>(parent) == nullptr) {
@@ -35,7 +35,7 @@ void kzr_record_processor::openmp_add_node_of(record_ref record) {
   }
   const auto node = add_node_to(*graph, record);
   // Any other name may have changed the kind of a composite node that the graph holds already.
-  if (record.f[5] != dm_.handles().remembered(vocabulary_word::composite_node)) return;
+  if (!dm_.handles().is(vocabulary_word::composite_node, record.name())) return;
   auto* const composite = symbol_cast<subgraph_node_symbol>(node.get());
   if (composite != nullptr && graph->composite_node() != nullptr) {
     graph->composite_node()->add_nested_composite(*composite);
@@ -44,9 +44,10 @@ void kzr_record_processor::openmp_add_node_of(record_ref record) {
 
 void kzr_record_processor::openmp_task_begin(record_ref record) {
   const string_handles& handles = dm_.handles();
-  const std::uint64_t name = record.f[5];
-  const std::uint64_t extra = record.f[6];
-  const ___onx_id& task = record.id[0];
+  const std::uint64_t name = record.name();
+  const std::uint64_t extra = record.processor();
+  const ___onx_id& task = record.object();
+  openmp_tasks& tasks = openmp_tasks_[record.producer];
   if (handles.is_parallel_region(name)) {
     auto* const node = dm_.find_sym_as<node_symbol>(region_node_id(task));
     if (node == nullptr) {
@@ -54,44 +55,51 @@ void kzr_record_processor::openmp_task_begin(record_ref record) {
       return;
     }
     append_event(tml_event_t::implicit_task_begun, record, node, &node->graph_for_ports(), name, extra);
-  } else if (handles.is_explicit_task(name) && dm_.find_sym_as<explicit_task_symbol>(task) != nullptr) {
+    // The timeline shows the begin of a region without opening a task. The two ends that are short are those
+    // of its own end and of the implicit task in it: together they close what the latter opened.
+    if (tasks.open > 0) tasks.single_ends += 2;
+    return;
+  }
+  if (handles.is_explicit_task(name) && dm_.find_sym_as<explicit_task_symbol>(task) != nullptr) {
     auto* const node = dm_.find_sym_as<node_symbol>({task.d1, 1, 0});
     append_event(tml_event_t::explicit_task_begun, record, node,
                  node == nullptr ? nullptr : &node->graph_for_ports(), name, extra);
-  } else if (handles.is_implicit_task(name) || name == handles.remembered(vocabulary_word::omp_barrier)) {
+  } else if (handles.is_implicit_task(name) || handles.is(vocabulary_word::omp_barrier, name)) {
     auto* region = dm_.find_sym_as<subgraph_node_symbol>(region_node_id(task));
-    if (region == nullptr) region = dm_.find_sym_as<subgraph_node_symbol>(region_node_id(record.id[1]));
+    if (region == nullptr) region = dm_.find_sym_as<subgraph_node_symbol>(region_node_id(record.parent()));
     append_event(tml_event_t::implicit_task_begun, record, region == nullptr ? nullptr : &region->own_graph(),
                  nullptr, name, extra);
     append_event(tml_event_t::implicit_task_begun, record, region, nullptr, name, extra);
+    tasks.open += 2;
     return;
   } else {
-    append_event(tml_event_t::task_begun, record, dm_.find_sym(task), dm_.find_sym(record.id[1]), name,
+    append_event(tml_event_t::task_begun, record, dm_.find_sym(task), dm_.find_sym(record.parent()), name,
                  extra);
   }
-  ++single_event_begins_[record.producer];
+  ++tasks.open;
+  ++tasks.single_ends;
 }
 
 void kzr_record_processor::openmp_is_child_of(record_ref record) {
   if (enable_subgraph == 0) return;
-  auto* const parent = dm_.find_sym_as<implicit_task_symbol>(record.id[1]);
-  if (parent != nullptr) dm_.add_explicit_task(record.id[0], *parent);
+  auto* const parent = dm_.find_sym_as<implicit_task_symbol>(record.tail());
+  if (parent != nullptr) dm_.add_explicit_task(record.head(), *parent);
 }
 
 void kzr_record_processor::openmp_dependence(record_ref record) {
   if (enable_subgraph == 0) return;
-  auto* const head = dm_.find_sym_as<node_symbol>(record.id[0]);
-  auto* const tail = dm_.find_sym_as<node_symbol>(record.id[1]);
+  auto* const head = dm_.find_sym_as<node_symbol>(record.head());
+  auto* const tail = dm_.find_sym_as<node_symbol>(record.tail());
   if (head == nullptr && tail != nullptr) {
     openmp_read(record, *tail);
   } else if (head != nullptr && tail == nullptr) {
-    openmp_write(*head, record.id[0], record.id[1]);
+    openmp_write(*head, record.head(), record.tail());
   }
 }
 
 void kzr_record_processor::openmp_read(record_ref record, node_symbol& reader) {
-  const ___onx_id& variable_id = record.id[0];
-  const ___onx_id& reader_id = record.id[1];
+  const ___onx_id& variable_id = record.head();
+  const ___onx_id& reader_id = record.tail();
   graph_symbol& graph = reader.graph_for_ports();
   variable_symbol* variable = graph.find_variable(variable_id);
   if (variable == nullptr) variable = dm_.add_variable(variable_id, graph, reader_id, 'i').get();

@@ -17,7 +17,7 @@ void kzr_record_processor::relation(record_ref record) {
   const DomainType domain = domain_of(record);
   if (domain == DomainType::unknown) return;
   const bool is_openmp = domain == DomainType::openmp;
-  switch (static_cast<int>(record.f[4])) {
+  switch (static_cast<int>(record.relation())) {
     case makes_edge:
       return is_openmp ? openmp_dependence(record) : make_edge(record);
     case removes_edge:
@@ -32,8 +32,8 @@ void kzr_record_processor::relation(record_ref record) {
 }
 
 void kzr_record_processor::make_edge(record_ref record) {
-  auto* const source = dm_.find_sym_as<port_symbol>(record.id[0]);
-  auto* const target = dm_.find_sym_as<port_symbol>(record.id[1]);
+  auto* const source = dm_.find_sym_as<port_symbol>(record.head());
+  auto* const target = dm_.find_sym_as<port_symbol>(record.tail());
   if (source == nullptr || target == nullptr) {
     dm_.count_warning("Port not found, dropping edge.");
     return;
@@ -44,8 +44,8 @@ void kzr_record_processor::make_edge(record_ref record) {
 }
 
 void kzr_record_processor::remove_edge(record_ref record) {
-  const auto* const source = dm_.find_sym_as<port_symbol>(record.id[0]);
-  const auto* const target = dm_.find_sym_as<port_symbol>(record.id[1]);
+  const auto* const source = dm_.find_sym_as<port_symbol>(record.head());
+  const auto* const target = dm_.find_sym_as<port_symbol>(record.tail());
   if (source == nullptr || target == nullptr) {
     dm_.count_warning("Port not found, failed to remove edge.");
     return;
@@ -56,8 +56,8 @@ void kzr_record_processor::remove_edge(record_ref record) {
 }
 
 void kzr_record_processor::is_child_of(record_ref record) {
-  if (auto* const child = dm_.find_sym_as<node_symbol>(record.id[0])) {
-    if (dm_.find_sym_as<subgraph_node_symbol>(record.id[1]) == nullptr) {
+  if (auto* const child = dm_.find_sym_as<node_symbol>(record.head())) {
+    if (dm_.find_sym_as<subgraph_node_symbol>(record.tail()) == nullptr) {
       dm_.count_warning(unexpected_parent_of_child);
     } else {
       // The same fact told from the parent's side shows the node instead. That is meant.
@@ -65,27 +65,27 @@ void kzr_record_processor::is_child_of(record_ref record) {
     }
     return;
   }
-  if (auto* const parent = dm_.find_sym_as<node_symbol>(record.id[1])) {
-    dm_.add_body(record.id[0], *parent);
+  if (auto* const parent = dm_.find_sym_as<node_symbol>(record.tail())) {
+    dm_.add_body(record.head(), *parent);
   } else {
     dm_.count_warning(unexpected_parent_of_child);
   }
 }
 
 void kzr_record_processor::is_parent_of(record_ref record, bool is_openmp) {
-  auto* const composite = dm_.find_sym_as<subgraph_node_symbol>(record.id[0]);
+  auto* const composite = dm_.find_sym_as<subgraph_node_symbol>(record.head());
   if (composite == nullptr) {
-    auto* const task = dm_.find_sym_as<implicit_task_symbol>(record.id[0]);
+    auto* const task = dm_.find_sym_as<implicit_task_symbol>(record.head());
     if (enable_subgraph != 0 && task != nullptr) {
-      dm_.add_child_of_implicit_task(record.id[1].d1, *task);
+      dm_.add_child_of_implicit_task(record.tail().d1, *task);
     } else {
       dm_.count_warning("Unexpected parent type in is_parent_of relation, relation ignored.");
     }
     return;
   }
-  auto* const port = dm_.find_sym_as<port_symbol>(record.id[1]);
+  auto* const port = dm_.find_sym_as<port_symbol>(record.tail());
   if (port == nullptr) {
-    if (auto* const child = dm_.find_sym_as<node_symbol>(record.id[1])) {
+    if (auto* const child = dm_.find_sym_as<node_symbol>(record.tail())) {
       child->set_visible(true);
     } else {
       dm_.count_warning("Unexpected child type in is_parent_of relation, relation ignored.");

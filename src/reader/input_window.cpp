@@ -39,7 +39,8 @@ void input_window::fill_from(std::size_t used_bytes) {
   }
 }
 
-std::size_t input_window::read_bytes(void* to, std::size_t size_bytes) {
+/// Reads what may lie in several windows.
+std::size_t input_window::read_on(void* to, std::size_t size_bytes) {
   std::size_t done = 0;
   while (done < size_bytes) {
     if (next_ == end_ && !refill()) break;

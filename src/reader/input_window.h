@@ -26,9 +26,6 @@ class input_window {
     return {&buffer_[next_], std::min(size_bytes, end_ - next_)};
   }
 
-  /// Takes `size_bytes` bytes, which were looked at before.
-  void skip(std::size_t size_bytes) { next_ += size_bytes; }
-
   /// Reads one byte; false at the end of the file.
   bool read_byte(std::uint8_t& byte) {
     if (next_ == end_ && !refill()) return false;
@@ -36,20 +33,16 @@ class input_window {
     return true;
   }
 
-  /// Reads a little-endian number of eight bytes; false when the file ends within it.
-  bool read_number(std::uint64_t& number) {
-    if (end_ - next_ >= sizeof number) {
-      std::memcpy(&number, &buffer_[next_], sizeof number);
-      next_ += sizeof number;
-      return true;
-    }
-    return read_bytes(&number, sizeof number) == sizeof number;
+  /// Reads up to `size_bytes` bytes to `to`; returns how many there were.
+  std::size_t read_bytes(void* to, std::size_t size_bytes) {
+    if (end_ - next_ < size_bytes) return read_on(to, size_bytes);
+    std::memcpy(to, &buffer_[next_], size_bytes);
+    next_ += size_bytes;
+    return size_bytes;
   }
 
-  /// Reads up to `size_bytes` bytes to `to`; returns how many there were.
-  std::size_t read_bytes(void* to, std::size_t size_bytes);
-
  private:
+  std::size_t read_on(void* to, std::size_t size_bytes);
   bool refill();
   void pull_up();
   void fill_from(std::size_t used_bytes);

@@ -1,16 +1,11 @@
 #include "reader/multifile_reader.h"
 
+#include <algorithm>
 #include <utility>
 
-#include "common/prefetch.h"
-
-namespace {
-constexpr std::int32_t last_handed_out_kind = 16;
-}  // namespace
-
-multifile_reader::multifile_reader(const char* stem) {
+multifile_reader::multifile_reader(const std::string& stem) {
   for (int n = 0;; ++n) {
-    std::shared_ptr<trace_reader> reader = trace_reader::create_reader(stem, n, store_);
+    std::unique_ptr<trace_reader> reader = trace_reader::create_reader(stem, n, texts_);
     if (!reader) break;
     ++opened_files_;
     if (reader->done()) {
@@ -21,42 +16,47 @@ multifile_reader::multifile_reader(const char* stem) {
       frequency_ = reader->freq();
       concurrency_ = reader->hwc();
     }
-    current_bytes_.push_back(reader->current_bytes());
     readers_.push_back(std::move(reader));
-    heap_.push(readers_.back()->timestamp(), static_cast<std::uint32_t>(readers_.size() - 1));
+    push(readers_.size() - 1);
   }
 }
 
-std::shared_ptr<trace_record> multifile_reader::next_record() {
+bool multifile_reader::next_record(trace_record& record) {
   while (!heap_.empty()) {
-    const std::uint32_t index = heap_.pop();
+    const std::size_t index = pop();
     trace_reader& reader = *readers_[index];
-    std::shared_ptr<trace_record> record = reader.current_and_advance();
-    if (record && record->kind <= last_handed_out_kind) {
+    reader.current_and_advance(record);
+    if (record.kind < record_kind::end_of_records) {
       if (reader.has_current()) {
-        current_bytes_[index] = reader.current_bytes();
-        heap_.push(reader.timestamp(), index);
+        push(index);
       } else {
         ++damaged_files_;
       }
-      // With many files the next one is in no cache any more; this record is handled while it comes.
-      if (!heap_.empty()) {
-        prefetch_two_lines(readers_[heap_.front()].get());
-        prefetch_two_lines(current_bytes_[heap_.front()]);
-      }
-      return record;
+      return true;
     }
-    if (record && record->kind == trace_record::bad_record) ++damaged_files_;
+    if (record.kind == record_kind::bad_record) ++damaged_files_;
     readers_[index].reset();
   }
-  return nullptr;
+  return false;
+}
+
+namespace {
+constexpr auto is_later = [](const auto& a, const auto& b) { return a.timestamp > b.timestamp; };
+}  // namespace
+
+void multifile_reader::push(std::size_t reader) {
+  heap_.push_back({readers_[reader]->timestamp(), reader});
+  std::push_heap(heap_.begin(), heap_.end(), is_later);
+}
+
+std::size_t multifile_reader::pop() {
+  std::pop_heap(heap_.begin(), heap_.end(), is_later);
+  const std::size_t reader = heap_.back().reader;
+  heap_.pop_back();
+  return reader;
 }
 
 void multifile_reader::release_texts() {
-  if (!store_.has_gathered_texts()) return;
-  text_arena fresh;
-  for (const auto& reader : readers_) {
-    if (reader) reader->move_text_ahead(fresh);
-  }
-  store_.replace_texts(std::move(fresh));
+  constexpr std::size_t enough_bytes = std::size_t{1} << 20;
+  if (texts_.taken_bytes() >= enough_bytes) texts_.clear();
 }

@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "reader/merge_heap.h"
-#include "reader/record_store.h"
+#include "common/text_arena.h"
 #include "reader/trace_reader.h"
 
 /// Merges all trace files of one run into one stream of records by ascending timestamp. Owns the readers and
@@ -16,14 +15,15 @@ class multifile_reader {
  public:
   /// Opens `<stem>.0`, `<stem>.1`, ... up to the first missing number. Files that yield nothing are skipped.
   /// Aborts when one of them is an XML file that is no trace.
-  explicit multifile_reader(const char* stem);
+  explicit multifile_reader(const std::string& stem);
 
-  /// The next record of the run, of a kind from 0 to 16; null when all files are exhausted. A file is dropped
-  /// at its end record or at its first bad record, and neither is handed out.
-  std::shared_ptr<trace_record> next_record();
+  /// Puts the next record of the run, of a described kind but the end record, into `record`; false when all
+  /// files are exhausted. A file is dropped at its end record or at its first bad record, and neither is
+  /// handed out.
+  bool next_record(trace_record& record);
 
-  /// Gives back the texts of all records handed out so far; the caller must have let go of them. For those
-  /// who look at each record once: to be called after any record, it does nothing until some have gathered.
+  /// Gives back the texts of all records handed out so far, which the caller must not look at any more, once
+  /// some have gathered. For those who look at each record once.
   void release_texts();
 
   /// How many files could not be read to their end record: they yielded nothing, were dropped at a bad record
@@ -38,15 +38,23 @@ class multifile_reader {
   [[nodiscard]] const std::string& concurrency() const { return concurrency_; }
 
  private:
-  record_store store_;
+  /// A reader that has a current record, and the record's timestamp.
+  struct heap_entry {
+    std::uint64_t timestamp;
+    std::size_t reader;
+  };
+
+  void push(std::size_t reader);
+  [[nodiscard]] std::size_t pop();
+
+  text_arena texts_;
   std::string frequency_;
   std::string concurrency_;
   /// Every usable reader; null once its file is dropped.
-  std::vector<std::shared_ptr<trace_reader>> readers_;
-  /// Where each reader's current record lies in memory.
-  std::vector<const void*> current_bytes_;
-  /// The readers that have a current record, by their index and that record's timestamp.
-  merge_heap<std::uint32_t> heap_;
+  std::vector<std::unique_ptr<trace_reader>> readers_;
+  /// The smallest timestamp is at the front. In which order equal ones come out is part of the outputs: that
+  /// of the standard heap operations, one push for each record.
+  std::vector<heap_entry> heap_;
   std::size_t opened_files_ = 0;
   std::size_t damaged_files_ = 0;
 };

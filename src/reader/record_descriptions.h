@@ -1,8 +1,33 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
-#include <span>
+#include <string_view>
+
+/// The kinds of records by their numbers in the trace formats, and what a reader makes of a record that it
+/// cannot decode.
+enum class record_kind : std::int32_t {
+  definition,
+  api_version,
+  domain_create_a,
+  domain_create_w,
+  id_create,
+  id_destroy,
+  metadata,
+  metadata_string_a,
+  metadata_string_w,
+  relation,
+  string_handle_create_a,
+  string_handle_create_w,
+  task_begin,
+  task_end,
+  task_group,
+  region_begin,
+  region_end,
+  end_of_records,
+  bad_record,
+};
 
 /// Codes of the fields that a record can have; the numbers are those of the trace formats.
 enum class field_code : std::uint32_t {
@@ -14,44 +39,73 @@ enum class field_code : std::uint32_t {
   wide_string = 14,    ///< twice as many bytes as the numeric field before it says
 };
 
+/// One field of a record: its name and how it is stored.
+struct record_field {
+  const char* name = "";
+  field_code code = field_code::end;
+};
+
+/// How many fields a record has at most.
+inline constexpr std::size_t most_fields = 5;
+
 /// Name and field layout of one kind of record.
 struct record_description {
   const char* name;
-  std::uint64_t nominal_size_bytes;  ///< size without texts and metadata value; for readers of the table only
-  std::array<field_code, 5> fields;
+  std::array<record_field, most_fields> fields;
 };
 
-namespace record_fields {
-inline constexpr auto none = field_code::end;
-inline constexpr auto id = field_code::id;
-inline constexpr auto number = field_code::number;
-inline constexpr auto byte = field_code::byte;
-inline constexpr auto text = field_code::narrow_string;
-inline constexpr auto wide = field_code::wide_string;
-}  // namespace record_fields
-
-/// The kinds 0 to 17, by number. The nominal sizes of `definition` and `relation` differ by one from the sum
-/// of their widths; that is meant.
+/// The kinds from `definition` to `end_of_records`, by number. The one place that knows their layout:
+/// readers, recorder, processor and tools work from it.
 inline constexpr std::array<record_description, 18> record_descriptions = [] {
-  using namespace record_fields;
+  constexpr auto id = field_code::id;
+  constexpr auto number = field_code::number;
+  constexpr auto byte = field_code::byte;
+  constexpr auto text = field_code::narrow_string;
+  constexpr auto wide = field_code::wide_string;
+  constexpr record_field domain{"domain", number};
+  constexpr record_field handle{"handle", number};
+  constexpr record_field object{"object", id};
+  constexpr record_field parent{"parent", id};
+  constexpr record_field key{"key", number};
+  constexpr record_field name{"name", number};
+  constexpr record_field length{"length", byte};
+  constexpr record_field long_length{"length", number};
   return std::array<record_description, 18>{{
-      {"definition", 12, {byte, byte, text, byte, byte}},
-      {"api_version", 10, {byte, text, none, none, none}},
-      {"domain_createA", 18, {number, byte, text, none, none}},
-      {"domain_createW", 18, {number, byte, wide, none, none}},
-      {"id_create", 41, {number, id, none, none, none}},
-      {"id_destroy", 41, {number, id, none, none, none}},
-      {"metadata", 58, {number, id, number, byte, number}},
-      {"metadata_stringA", 57, {number, id, number, number, text}},
-      {"metadata_stringW", 57, {number, id, number, number, wide}},
-      {"relation", 67, {number, id, byte, id, none}},
-      {"string_handle_createA", 18, {number, byte, text, none, none}},
-      {"string_handle_createW", 18, {number, byte, wide, none, none}},
-      {"task_begin", 81, {number, id, id, number, number}},
-      {"task_end", 17, {number, none, none, none, none}},
-      {"task_group", 73, {number, id, id, number, none}},
-      {"region_begin", 73, {number, id, id, number, none}},
-      {"region_end", 41, {number, id, none, none, none}},
-      {"end_of_records", 9, {none, none, none, none, none}},
+      {"definition", {{{"first", byte}, length, {"text", text}, {"second", byte}, {"third", byte}}}},
+      {"api_version", {{length, {"text", text}}}},
+      {"domain_createA", {{handle, length, {"text", text}}}},
+      {"domain_createW", {{handle, length, {"text", wide}}}},
+      {"id_create", {{domain, object}}},
+      {"id_destroy", {{domain, object}}},
+      {"metadata", {{domain, object, key, {"type", byte}, {"count", number}}}},
+      {"metadata_stringA", {{domain, object, key, long_length, {"text", text}}}},
+      {"metadata_stringW", {{domain, object, key, long_length, {"text", wide}}}},
+      {"relation", {{domain, {"head", id}, {"relation", byte}, {"tail", id}}}},
+      {"string_handle_createA", {{handle, length, {"text", text}}}},
+      {"string_handle_createW", {{handle, length, {"text", wide}}}},
+      {"task_begin", {{domain, object, parent, name, {"processor", number}}}},
+      {"task_end", {{domain}}},
+      {"task_group", {{domain, object, parent, name}}},
+      {"region_begin", {{domain, object, parent, name}}},
+      {"region_end", {{domain, object}}},
+      {"end_of_records", {}},
   }};
 }();
+
+/// Whether records of the kind have a row in `record_descriptions`.
+[[nodiscard]] constexpr bool is_described(record_kind kind) {
+  return static_cast<std::size_t>(kind) < record_descriptions.size();
+}
+
+/// The row of a kind that has one.
+[[nodiscard]] constexpr const record_description& describe(record_kind kind) {
+  return record_descriptions[static_cast<std::size_t>(kind)];
+}
+
+/// Position of the field `name` in records of the kind; `most_fields` when they have none.
+[[nodiscard]] constexpr std::size_t field_position(record_kind kind, std::string_view name) {
+  const auto& fields = describe(kind).fields;
+  std::size_t position = 0;
+  while (position < fields.size() && fields[position].name != name) ++position;
+  return position;
+}

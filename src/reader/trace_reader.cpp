@@ -21,34 +21,25 @@ bool read_header_number(std::FILE* file, std::uint64_t& number) {
 
 }  // namespace
 
-std::shared_ptr<trace_record> trace_reader::current_and_advance() { return nullptr; }
+bool trace_reader::current_and_advance(trace_record&) { return false; }
 
 std::string trace_reader::freq() const { return {}; }
 
 std::string trace_reader::hwc() const { return {}; }
 
-void trace_reader::move_text_ahead(text_arena&) {}
-
 const void* trace_reader::keep_value(std::uint64_t value) {
-  char* const cell = store_.texts().allocate(sizeof value + 1, alignof(std::uint64_t));
+  char* const cell = texts_.allocate(sizeof value + 1, alignof(std::uint64_t));
   std::memcpy(cell, &value, sizeof value);
   cell[sizeof value] = '\0';
   return cell;
 }
 
-std::shared_ptr<trace_record> trace_reader::start_record() {
-  std::shared_ptr<trace_record> record = store_.make_record();
-  record->producer = producer_;
-  return record;
+void trace_reader::make_bad_record(trace_record& record, const char* reason) {
+  record.kind = record_kind::bad_record;
+  record.string = reason;
 }
 
-void trace_reader::make_bad_record(trace_record& record, const char* message) {
-  record.kind = trace_record::bad_record;
-  record.string = store_.texts().copy(message);
-}
-
-std::shared_ptr<trace_reader> trace_reader::create_reader(const std::string& stem, int n,
-                                                          record_store& store) {
+std::unique_ptr<trace_reader> trace_reader::create_reader(const std::string& stem, int n, text_arena& texts) {
   const std::string file_name = stem + "." + std::to_string(n);
   std::FILE* const file = std::fopen(file_name.c_str(), "rb");
   if (file == nullptr) return nullptr;
@@ -60,10 +51,10 @@ std::shared_ptr<trace_reader> trace_reader::create_reader(const std::string& ste
     std::uint64_t frequency = 0;
     std::uint64_t concurrency = 0;
     if (read_header_number(file, frequency) && read_header_number(file, concurrency)) {
-      return std::make_shared<binary_reader_v0>(file_name, n, file, frequency, concurrency, store);
+      return std::make_unique<binary_reader_v0>(n, file, frequency, concurrency, texts);
     }
   }
   std::fclose(file);
-  if (mark == '<') return open_xml_trace(file_name, n, store);
-  return std::make_shared<trace_reader>(n, store);
+  if (mark == '<') return open_xml_trace(file_name, n, texts);
+  return std::make_unique<trace_reader>(n, texts);
 }

@@ -1,45 +1,40 @@
 #include "reader/trace_record.h"
 
 #include <charconv>
-#include <cstring>
-#include <cwchar>
 #include <iostream>
 #include <string>
+#include <string_view>
 
 #include "common/append_number.h"
-#include "common/text_arena.h"
-#include "reader/record_descriptions.h"
 
 namespace {
-constexpr std::int32_t domain_create_w = 3;
-constexpr std::int32_t metadata = 6;
-constexpr std::int32_t metadata_string_w = 8;
-constexpr std::int32_t string_handle_create_w = 11;
+
+/// Whether all kinds with a field of that name have it at the same position, since one accessor reads it.
+constexpr bool is_at_one_position(std::string_view name) {
+  std::size_t common = most_fields;
+  for (std::size_t kind = 0; kind < record_descriptions.size(); ++kind) {
+    const std::size_t position = field_position(static_cast<record_kind>(kind), name);
+    if (position == most_fields) continue;
+    if (common != most_fields && common != position) return false;
+    common = position;
+  }
+  return common != most_fields;
+}
+
+static_assert(is_at_one_position("domain") && is_at_one_position("handle") && is_at_one_position("name") &&
+              is_at_one_position("processor") && is_at_one_position("key") && is_at_one_position("type") &&
+              is_at_one_position("count") && is_at_one_position("relation"));
+
 }  // namespace
 
-void trace_record::reset() {
-  kind = end_of_records;
-  producer = -1;
+void trace_record::reset(std::int32_t of_producer) {
+  kind = record_kind::end_of_records;
+  producer = of_producer;
   f = {};
   id = {};
   string = nullptr;
   raw_offset = 0;
   raw[0] = 0;
-}
-
-void trace_record::move_text_to(text_arena& texts) {
-  if (string == nullptr) return;
-  std::size_t size_bytes = 0;
-  if (kind == domain_create_w || kind == metadata_string_w || kind == string_handle_create_w) {
-    size_bytes = (std::wcslen(wide_string()) + 1) * sizeof(wchar_t);
-  } else if (kind == metadata) {
-    size_bytes = sizeof(std::uint64_t) + 1;  // with the zero byte that ends the value for those who print it
-  } else {
-    size_bytes = std::strlen(narrow_string()) + 1;
-  }
-  char* const moved = texts.allocate(size_bytes, alignof(std::uint64_t));
-  std::memcpy(moved, string, size_bytes);
-  string = moved;
 }
 
 namespace {
@@ -70,10 +65,10 @@ void trace_record::dump() const {
   }
   append_number(text, producer);
   text += ": ";
-  if (kind < 0 || static_cast<std::size_t>(kind) >= record_descriptions.size()) {
+  if (!is_described(kind)) {
     text += "  **** ERROR: Unknown opcode\n";
   } else {
-    text += record_descriptions[static_cast<std::size_t>(kind)].name;
+    text += describe(kind).name;
     text += '\n';
     for (std::size_t i = 0; i < f.size(); ++i) {
       append_indexed(text, "   f[", i, "] = ");

@@ -5,27 +5,41 @@
 #include <cstdint>
 
 #include "common/onx_id.h"
+#include "reader/record_descriptions.h"
 
-class text_arena;
-
-/// One decoded record of the tracing interface, whatever the format of its file. Held by shared pointer;
-/// a reader uses an object again as soon as nobody else holds it.
+/// One decoded record of the tracing interface, whatever the format of its file.
 class trace_record {
  public:
-  /// Kinds with a meaning of their own outside the table of record descriptions.
-  static constexpr std::int32_t end_of_records = 17;
-  static constexpr std::int32_t bad_record = 18;
-
-  virtual ~trace_record() = default;
-
-  /// Puts every field back to its default, so that a reader can use the object for its next record.
-  void reset();
-
-  /// Copies what `string` points at to `texts` and points there.
-  void move_text_to(text_arena& texts);
+  /// Puts every field back to its default, for the next record of `producer`.
+  void reset(std::int32_t producer);
 
   /// Prints the record to standard output, for people who look at a trace file.
   void dump() const;
+
+  /// Time of the record, in ticks.
+  [[nodiscard]] std::uint64_t timestamp() const { return f[1]; }
+
+  // The fields by their names in `record_descriptions`, for the kinds that have them.
+
+  [[nodiscard]] std::uint64_t domain() const { return number<record_kind::task_begin>("domain"); }
+  /// The domain handle or string handle that the record creates.
+  [[nodiscard]] std::uint64_t handle() const { return number<record_kind::domain_create_a>("handle"); }
+  /// String handle of a kind or name.
+  [[nodiscard]] std::uint64_t name() const { return number<record_kind::task_begin>("name"); }
+  /// Number of the processor that a task begins on.
+  [[nodiscard]] std::uint64_t processor() const { return number<record_kind::task_begin>("processor"); }
+  /// String handle of what metadata is about.
+  [[nodiscard]] std::uint64_t key() const { return number<record_kind::metadata>("key"); }
+  /// Type and count of a metadata value.
+  [[nodiscard]] std::uint64_t type() const { return number<record_kind::metadata>("type"); }
+  [[nodiscard]] std::uint64_t count() const { return number<record_kind::metadata>("count"); }
+  /// What the head of a relation is to its tail.
+  [[nodiscard]] std::uint64_t relation() const { return number<record_kind::relation>("relation"); }
+
+  [[nodiscard]] const ___onx_id& object() const { return id[0]; }
+  [[nodiscard]] const ___onx_id& parent() const { return id[1]; }
+  [[nodiscard]] const ___onx_id& head() const { return id[0]; }
+  [[nodiscard]] const ___onx_id& tail() const { return id[1]; }
 
   /// `string` of the kinds with a wide text.
   [[nodiscard]] const wchar_t* wide_string() const { return static_cast<const wchar_t*>(string); }
@@ -34,14 +48,21 @@ class trace_record {
   /// `string` of a metadata record: the value, zero-extended to 64 bits whatever its width in the file.
   [[nodiscard]] std::uint64_t value() const { return *static_cast<const std::uint64_t*>(string); }
 
-  std::int32_t kind = end_of_records;  ///< index into `record_descriptions`, or `bad_record`
-  std::int32_t producer = -1;          ///< number of the trace file that holds the record
-  std::array<std::uint64_t, 7> f{};    ///< kind, timestamp in ticks, then the numeric fields by position
-  std::array<___onx_id, 2> id{};       ///< id fields in order of appearance
+  record_kind kind = record_kind::end_of_records;
+  std::int32_t producer = -1;        ///< number of the trace file that holds the record
+  std::array<std::uint64_t, 7> f{};  ///< kind, timestamp in ticks, then the numeric fields by position
+  std::array<___onx_id, 2> id{};     ///< id fields in order of appearance
   /// Text, wide text, metadata value or, for a bad record, the reason. Borrowed from the arena of the run's
-  /// reader: valid until the end of the run. Null when the record has none.
+  /// readers. Null when the record has none.
   const void* string = nullptr;
   std::uint64_t raw_offset = 0;  ///< byte position in its binary file, for `dump` only
   /// `raw[0]` captured bytes, the bytes from `raw[1]` on, for `dump` only.
   std::array<std::uint8_t, 255> raw{};
+
+ private:
+  /// The numeric field that records of `Kind` have under `name`; others of that name have it there too.
+  template <record_kind Kind>
+  [[nodiscard]] constexpr std::uint64_t number(std::string_view name) const {
+    return f[field_position(Kind, name) + 2];
+  }
 };

@@ -7,11 +7,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <ranges>
 #include <string_view>
 #include <utility>
 
 #include "common/kzr_assert.h"
-#include "reader/record_descriptions.h"
 
 namespace {
 
@@ -22,24 +22,19 @@ constexpr const char* no_trace_tag = "XML trace file does not have trace tag";
 constexpr const char* no_header_attributes =
     "XML trace tag does not ts_frequency or hardware_concurrency attributes";
 
-constexpr std::int32_t metadata_kind = 6;
-// Places of the child elements in a record.
-constexpr std::size_t first_field = 2;
-constexpr std::size_t value_type = 5;
-constexpr std::size_t value_count = 6;
-constexpr std::size_t value = 7;
+// Positions of the child elements in a record.
+constexpr std::size_t first_field_part = 2;
+constexpr std::size_t value_type_part = 5;
+constexpr std::size_t value_count_part = 6;
+constexpr std::size_t value_part = 7;
 
 bool is_empty(const char* text) { return *text == '\0'; }
 
 /// The kind with exactly that name; that of a bad record when there is none.
-std::int32_t find_kind(std::string_view name) {
-  static const auto names = [] {
-    std::array<std::string_view, record_descriptions.size()> all;
-    std::transform(record_descriptions.begin(), record_descriptions.end(), all.begin(),
-                   [](const record_description& d) { return std::string_view(d.name); });
-    return all;
-  }();
-  return static_cast<std::int32_t>(std::find(names.begin(), names.end(), name) - names.begin());
+record_kind find_kind(std::string_view name) {
+  const auto found = std::ranges::find_if(
+      record_descriptions, [name](const record_description& described) { return described.name == name; });
+  return static_cast<record_kind>(found - record_descriptions.begin());
 }
 
 /// What `strtoull` makes of the text. Nearly all texts are plain digits, which need not go through it.
@@ -66,11 +61,9 @@ std::uint32_t to_number_32(const char* text) {
 
 }  // namespace
 
-xml_reader_v0::xml_reader_v0(const std::string& file_name, int producer,
-                             std::unique_ptr<xml::document> document, const std::string& frequency,
-                             const std::string& concurrency, record_store& store)
-    : trace_reader(producer, store),
-      file_name_(file_name),
+xml_reader_v0::xml_reader_v0(std::int32_t producer, std::unique_ptr<xml::document> document,
+                             const std::string& frequency, const std::string& concurrency, text_arena& texts)
+    : trace_reader(producer, texts),
       document_(std::move(document)),
       records_(document_->elems("record")),
       frequency_(frequency),
@@ -78,17 +71,21 @@ xml_reader_v0::xml_reader_v0(const std::string& file_name, int producer,
   done_ = false;
   has_current_ = true;
   if (records_.empty()) {
-    current_ = start_record();
-    make_bad(incomplete_record);
+    current_.reset(producer_);
+    make_bad_record(current_, incomplete_record);
   } else {
     make_record();
   }
 }
 
-std::shared_ptr<trace_record> xml_reader_v0::current_and_advance() {
-  std::shared_ptr<trace_record> record = current_;
-  if (record && record->kind != trace_record::bad_record) next_record();
-  return record;
+bool xml_reader_v0::current_and_advance(trace_record& record) {
+  if (!has_current_) return false;
+  record = current_;
+  if (record.kind == record_kind::bad_record) return true;
+  if (text_ != nullptr) record.string = keep_text();
+  if (value_) record.string = keep_value(*value_);
+  next_record();
+  return true;
 }
 
 void xml_reader_v0::next_record() {
@@ -97,71 +94,69 @@ void xml_reader_v0::next_record() {
     return;
   }
   has_current_ = false;
-  current_.reset();
   records_ = {};
   document_.reset();
 }
 
 void xml_reader_v0::make_record() {
-  current_ = start_record();
+  current_.reset(producer_);
   timestamp_ = 0;
+  text_ = nullptr;
+  value_.reset();
   parts_.clear();
-  for (const xml::element* e = records_[cursor_]->first_child(); e != nullptr && parts_.size() <= value;
+  for (const xml::element* e = records_[cursor_]->first_child(); e != nullptr && parts_.size() <= value_part;
        e = e->next_sibling()) {
     parts_.push_back(e);
   }
-  if (parts_.size() < first_field || is_empty(parts_[0]->text())) {
-    make_bad(incomplete_record);
-    return;
+  if (parts_.size() < first_field_part || is_empty(parts_[0]->text())) {
+    return make_bad_record(current_, incomplete_record);
   }
-  current_->kind = find_kind(parts_[0]->text());
-  current_->f[0] = static_cast<std::uint64_t>(current_->kind);
-  if (current_->kind == trace_record::bad_record) {
-    make_bad(unknown_record);
-    return;
-  }
-  if (is_empty(parts_[1]->text())) {
-    make_bad(incomplete_record);
-    return;
-  }
+  current_.kind = find_kind(parts_[0]->text());
+  current_.f[0] = static_cast<std::uint64_t>(current_.kind);
+  if (!is_described(current_.kind)) return make_bad_record(current_, unknown_record);
+  if (is_empty(parts_[1]->text())) return make_bad_record(current_, incomplete_record);
   timestamp_ = to_number(parts_[1]->text());
-  current_->f[1] = timestamp_;
-  if (!read_fields()) {
-    make_bad(incomplete_record);
-    return;
-  }
-  if (current_->kind == metadata_kind) read_metadata_value();
+  current_.f[1] = timestamp_;
+  if (!read_fields()) return make_bad_record(current_, incomplete_record);
+  if (current_.kind == record_kind::metadata) read_metadata_value();
 }
 
 bool xml_reader_v0::read_fields() {
-  trace_record& record = *current_;
-  const auto& codes = record_descriptions[static_cast<std::size_t>(record.kind)].fields;
-  std::size_t k = 0;
-  for (std::size_t p = 0; p < codes.size() && codes[p] != field_code::end; ++p) {
-    if (p + first_field >= parts_.size()) return false;
-    const xml::element& field = *parts_[p + first_field];
+  std::size_t position = 0;
+  ___onx_id* id = current_.id.data();
+  for (const record_field& described : describe(current_.kind).fields) {
+    if (described.code == field_code::end) return true;
+    const std::size_t part = first_field_part + position;
+    if (part >= parts_.size()) return false;
+    const xml::element& field = *parts_[part];
     const char* const text = field.text();
-    switch (codes[p]) {
+    switch (described.code) {
       case field_code::number:
       case field_code::byte:  // not narrowed: the form has no widths
         if (is_empty(text)) return false;
-        record.f[p + 2] = to_number(text);
+        current_.f[position + 2] = to_number(text);
         break;
       case field_code::id:
-        if (!read_id(field, record.id[k++])) return false;
-        break;
-      case field_code::narrow_string:
-        record.string = store_.texts().copy(text);
+        if (!read_id(field, *id++)) return false;
         break;
       case field_code::wide_string:
         if (is_empty(text)) return false;
-        record.string = widen(text);
+        text_ = text;
         break;
       default:
-        return false;
+        text_ = text;
+        break;
     }
+    ++position;
   }
   return true;
+}
+
+const void* xml_reader_v0::keep_text() {
+  const auto& fields = describe(current_.kind).fields;
+  const bool is_wide = std::ranges::any_of(
+      fields, [](const record_field& field) { return field.code == field_code::wide_string; });
+  return is_wide ? widen(text_) : texts_.copy(text_);
 }
 
 bool xml_reader_v0::read_id(const xml::element& field, ___onx_id& id) const {
@@ -180,24 +175,23 @@ bool xml_reader_v0::read_id(const xml::element& field, ___onx_id& id) const {
 const void* xml_reader_v0::widen(const char* text) {
   const std::size_t size = std::strlen(text);
   auto* const wide =
-      reinterpret_cast<wchar_t*>(store_.texts().allocate((size + 1) * sizeof(wchar_t), alignof(wchar_t)));
+      reinterpret_cast<wchar_t*>(texts_.allocate((size + 1) * sizeof(wchar_t), alignof(wchar_t)));
   // Bytes above 0x7F become negative values, as from the signed characters that the rest of the program sees.
   std::transform(text, text + size + 1, wide, [](char c) { return wchar_t{static_cast<signed char>(c)}; });
   return wide;
 }
 
 void xml_reader_v0::read_metadata_value() {
-  if (std::strcmp(parts_[value_count]->text(), "1") != 0) return;
+  if (std::strcmp(parts_[value_count_part]->text(), "1") != 0) return;
   // A missing value and a type that is no number end the program by the exceptions of at() and stoi().
-  const char* const text = parts_.at(value)->text();
-  const int type = std::stoi(parts_[value_type]->text());
-  if (type != 1 && type != 3) return;
-  const std::uint64_t number = type == 1 ? to_number(text) : to_number_32(text);
-  current_->string = keep_value(number);
+  const char* const text = parts_.at(value_part)->text();
+  const int type = std::stoi(parts_[value_type_part]->text());
+  if (type == 1) value_ = to_number(text);
+  if (type == 3) value_ = to_number_32(text);
 }
 
-std::shared_ptr<trace_reader> open_xml_trace(const std::string& file_name, int producer,
-                                             record_store& store) {
+std::unique_ptr<trace_reader> open_xml_trace(const std::string& file_name, std::int32_t producer,
+                                             text_arena& texts) {
   auto document = std::make_unique<xml::document>(file_name.c_str());
   document->parse();  // what was understood of a damaged file counts
   const xml::element* const root = document->root();
@@ -205,11 +199,10 @@ std::shared_ptr<trace_reader> open_xml_trace(const std::string& file_name, int p
   const char* const version = root->get_attribute("version");
   if (is_empty(version)) return nullptr;
   if (static_cast<int>(std::strtol(version, nullptr, 10)) != 0) {
-    return std::make_shared<trace_reader>(producer, store);
+    return std::make_unique<trace_reader>(producer, texts);
   }
   const std::string frequency = root->get_attribute("ts_frequency");
   const std::string concurrency = root->get_attribute("hardware_concurrency");
   KZR_ASSERT(!frequency.empty() && !concurrency.empty(), no_header_attributes);
-  return std::make_shared<xml_reader_v0>(file_name, producer, std::move(document), frequency, concurrency,
-                                         store);
+  return std::make_unique<xml_reader_v0>(producer, std::move(document), frequency, concurrency, texts);
 }

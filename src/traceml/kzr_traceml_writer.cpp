@@ -156,7 +156,7 @@ void kzr_traceml_writer::node_creation(std::uint64_t ts, unsigned long kind, int
                                        const std::shared_ptr<node_symbol>& node) {
   start_line("node", ts, tid);
   add_id("graph", &node->graph_for_ports());
-  add_text("node_type", texts_.view(kind));
+  add_text("node_type", dm_.handle_text(kind));
   add_id("id", node.get());
   finish_line(ts);
 }
@@ -178,7 +178,7 @@ void kzr_traceml_writer::add_edge(std::string_view element, std::uint64_t ts, in
   start_line(element, ts, tid);
   add_id("graph", &edge->graph());
   line_ += ' ';
-  edge->append_accessors(texts_, line_);
+  edge->append_accessors(dm_.handles(), line_);
   finish_line(ts);
 }
 
@@ -204,23 +204,18 @@ void kzr_traceml_writer::add_region(std::string_view element, std::uint64_t ts, 
   finish_line(ts);
 }
 
-void kzr_traceml_writer::user_event(std::uint64_t ts, int tid, unsigned long description) {
+void kzr_traceml_writer::user_event(std::uint64_t ts, int tid, std::string_view description) {
   start_line("user_event", ts, tid);
-  add_text("description", texts_.text(description));
+  add_text("description", description);
   finish_line(ts);
 }
 
 void kzr_traceml_writer::task_begin(std::uint64_t ts, int tid, const std::shared_ptr<kzr_symbol>& symbol,
                                     unsigned long marker, unsigned long cid, std::string_view stream) {
   const std::string& tail = tail_of_task(symbol.get(), marker, stream);
-  if (longest_start + tail.size() <= line_file::place_bytes) {
-    char* const start_end = append_task_start(timestamps_, file_.place(), ts, tid, cid);
-    file_.write_placed(start_end + tail.copy(start_end, tail.size()));
-  } else {
-    start_task_line(ts, tid, cid);
-    line_ += tail;
-    file_.write_line(line_);
-  }
+  start_task_line(ts, tid, cid);
+  line_ += tail;
+  file_.write_line(line_);
   last_timestamp_ = ts;
   open_task(tid);
 }
@@ -263,10 +258,8 @@ void kzr_traceml_writer::task_end(std::uint64_t ts, int tid) {
     return;
   }
   --open_tasks_[thread];
-  char* end = append_text(file_.place(), "<task_end ts=\"");
-  end = append_thread(timestamps_.append(end, ts), tid);
-  file_.write_placed(append_text(end, end_of_line));
-  last_timestamp_ = ts;
+  start_line("task_end", ts, tid);
+  finish_line(ts);
 }
 
 void kzr_traceml_writer::omp_parallel_region_begin(std::uint64_t ts, int tid,
@@ -302,7 +295,7 @@ void kzr_traceml_writer::parallel_region_begin(std::uint64_t ts, int tid,
   add_id("id", region.get());
   add_text("type", "algorithm");
   add_id("parent", region ? region->parent() : nullptr);
-  add_text("algorithm", region ? texts_.text(region->handle()) : "");
+  add_text("algorithm", region ? dm_.handle_text(region->handle()) : "");
   finish_task_line(ts, stream);
   open_task(tid);
 }
@@ -310,7 +303,7 @@ void kzr_traceml_writer::parallel_region_begin(std::uint64_t ts, int tid,
 void kzr_traceml_writer::parallel_task_begin(std::uint64_t ts, int tid,
                                              const std::shared_ptr<parallel_region_symbol>& region,
                                              unsigned long, unsigned long cid, std::string_view stream) {
-  const std::string_view name = region ? texts_.text(region->handle()) : "";
+  const std::string_view name = region ? dm_.handle_text(region->handle()) : "";
   start_task_line(ts, tid, cid);
   add_sequence_number(region ? region->gml_id() : std::string(unknown));
   add_id("parent", region ? region->parent() : nullptr);
@@ -328,7 +321,7 @@ void kzr_traceml_writer::parallel_task_begin(std::uint64_t ts, int tid,
 void kzr_traceml_writer::implicit_task_begin(std::uint64_t ts, int tid,
                                              const std::shared_ptr<graph_symbol>& graph, unsigned long kind,
                                              unsigned long cid, std::string_view stream) {
-  const std::string_view name = texts_.text(kind);
+  const std::string_view name = dm_.handle_text(kind);
   start_task_line(ts, tid, cid);
   add_sequence_number(name);
   add_text("type", name == "omp_barrier" ? "barrier" : "algorithm");

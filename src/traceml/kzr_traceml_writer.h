@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "common/text_buffer.h"
-#include "model/handle_texts.h"
 #include "model/kzr_data_manager.h"
 #include "traceml/line_file.h"
 #include "traceml/timestamp_digits.h"
@@ -27,12 +26,6 @@ class kzr_traceml_writer {
   kzr_traceml_writer(const kzr_traceml_writer&) = delete;
   kzr_traceml_writer& operator=(const kzr_traceml_writer&) = delete;
   virtual ~kzr_traceml_writer();
-
-  /// Whether an output at `path` certainly goes elsewhere than the timeline: never when that goes to a pipe
-  /// or device.
-  [[nodiscard]] bool is_apart_from(const std::string& path) const {
-    return file_.is_mapped() && !file_.is_at(path);
-  }
 
   /// The head, to be written before the first event: the platform, then types, attributes and groups.
   void platform_creation(const int& total_cores);
@@ -59,8 +52,7 @@ class kzr_traceml_writer {
                     const std::shared_ptr<graph_symbol>& graph);
   void region_end(std::uint64_t ts, int tid, const std::shared_ptr<node_symbol>& node,
                   const std::shared_ptr<graph_symbol>& graph);
-  /// `description` is the string handle of the event's text.
-  void user_event(std::uint64_t ts, int tid, unsigned long description);
+  void user_event(std::uint64_t ts, int tid, std::string_view description);
 
   /// `symbol` says which node runs: a body or a port by its node, a node or a graph by itself. `marker` is a
   /// string handle; that of an output port makes the task a put from outside. `cid` is a processor number.
@@ -113,7 +105,6 @@ class kzr_traceml_writer {
   };
 
   kzr_data_manager& dm_;
-  handle_texts texts_;
   line_file file_;
   timestamp_digits timestamps_;
   /// By thread id: how many tasks are open.

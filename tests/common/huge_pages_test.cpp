@@ -12,31 +12,24 @@
 namespace {
 
 TEST(block_source, gives_each_block_away_once) {
-  for (const auto readiness : {block_source::readiness::on_demand, block_source::readiness::ahead}) {
-    constexpr std::size_t count = 26;
-    block_source source(readiness);
-    std::vector<std::unique_ptr<char, free_deleter>> blocks;
-    std::vector<std::size_t> sizes;
-    for (std::size_t i = 0; i < count; ++i) {
-      if (i == count / 2) {
-        block_source other(readiness);
-        other = std::move(source);
-        source = std::move(other);
-      }
-      const block_source::block taken = source.take();
-      blocks.emplace_back(taken.memory);
-      sizes.push_back(taken.size_bytes);
-      std::memset(taken.memory, static_cast<int>('a' + i), taken.size_bytes);
-    }
-    for (std::size_t i = 0; i < count; ++i) {
-      EXPECT_EQ(blocks[i].get()[0], static_cast<char>('a' + i));
-      EXPECT_EQ(blocks[i].get()[sizes[i] - 1], static_cast<char>('a' + i));
-    }
-    EXPECT_EQ(sizes.front(), block_source::small_block_bytes);
-    EXPECT_EQ(sizes.back(), huge_page_bytes);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(blocks.back().get()) % huge_page_bytes, 0u);
-    EXPECT_TRUE(std::is_sorted(sizes.begin(), sizes.end()));
+  constexpr std::size_t count = 26;
+  block_source source;
+  std::vector<std::unique_ptr<char, free_deleter>> blocks;
+  std::vector<std::size_t> sizes;
+  for (std::size_t i = 0; i < count; ++i) {
+    const block_source::block taken = source.take();
+    blocks.emplace_back(taken.memory);
+    sizes.push_back(taken.size_bytes);
+    std::memset(taken.memory, static_cast<int>('a' + i), taken.size_bytes);
   }
+  for (std::size_t i = 0; i < count; ++i) {
+    EXPECT_EQ(blocks[i].get()[0], static_cast<char>('a' + i));
+    EXPECT_EQ(blocks[i].get()[sizes[i] - 1], static_cast<char>('a' + i));
+  }
+  EXPECT_EQ(sizes.front(), block_source::small_block_bytes);
+  EXPECT_EQ(sizes.back(), huge_page_bytes);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(blocks.back().get()) % huge_page_bytes, 0u);
+  EXPECT_TRUE(std::is_sorted(sizes.begin(), sizes.end()));
 }
 
 }  // namespace

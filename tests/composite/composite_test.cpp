@@ -174,6 +174,29 @@ TEST(composite, loses_no_edge_at_ends_without_alias_or_with_the_same_ends) {
   run.expect_golden_case("composite_open_ends");
 }
 
+TEST(composite, shows_an_edge_in_the_innermost_graph_that_holds_both_ends) {
+  flow_run run;
+  const object_id sink = run.node(), a = run.composite(), b = run.composite();  // n0, n1, n2
+  const object_id x = run.node(), y = run.node(), lost = run.node();            // n3, n4, n5
+  const object_id sink_in = run.port(sink, in), x_in = run.port(x, in), x_out = run.port(x, out);
+  const object_id y_in = run.port(y, in), y_out = run.port(y, out), y_free = run.port(y, out + 1);
+  const object_id a_in = run.outer(a, in, x_in), b_in = run.outer(b, in, y_in);
+  const object_id b_out = run.outer(b, out, y_out), a_out = run.outer(a, out, b_out);
+  const object_id b_lost = run.outer(b, out + 2, run.port(lost, out));
+  run.edge(x_out, y_in);  // e0: both in a; y's end is b's input
+  run.edge(a_out, a_in);  // e1: a loop at a, outside, since the outer ports name it
+  run.edge(y_out, x_in);  // e2: the same way back, named by the inner ports: inside
+  run.edge(a_in, y_in);   // e3: from a into itself: inside, from x's input to b's
+  run.edge(b_out, a_in);  // e4: the target is a, which holds b: inside
+  run.edge(b_out, b_in);  // e5: a loop at b, in a
+  // Removed again, so that they do not draw the sink inside: from a, from y, for whose port none of b stands,
+  // and from b, for whose port none of a stands.
+  for (const object_id& source : {a_out, y_free, b_lost}) {
+    run.edge(source, sink_in).relate(source, relation_code::removes_edge_to, sink_in);
+  }
+  run.expect_golden_case("composite_ends");
+}
+
 /// How often a node element with each id occurs in the GraphML documents of `directory`.
 std::multiset<std::string> find_node_ids(const std::filesystem::path& directory) {
   std::multiset<std::string> ids;

@@ -8,8 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "model/handle_texts.h"
-
 namespace {
 
 /// The sets that hold `handle`, a letter each.
@@ -22,10 +20,6 @@ std::string sets_of(const string_handles& handles, std::uint64_t handle) {
   if (handles.is_implicit_task(handle)) sets += 'I';
   if (handles.is_explicit_task(handle)) sets += 'E';
   return sets;
-}
-
-std::uint64_t address(const std::string& text) {
-  return static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(text.c_str()));
 }
 
 // In the order of `vocabulary_word`.
@@ -97,41 +91,17 @@ TEST(string_handles, replace_words_and_texts_while_sets_only_grow) {
   EXPECT_EQ(sets_of(handles, 6), "iE");
 }
 
-// User events are named by the addresses of their texts, which are asked for in their order; others may be.
-TEST(string_handles, know_texts_by_their_addresses) {
-  const std::vector<std::string> texts = {"first", "graph", "third"};
+TEST(string_handles, take_a_word_away_when_a_text_without_handle_has_it) {
   string_handles handles;
-  for (const std::string& text : texts) handles.add(address(text), text.c_str());
-  EXPECT_EQ(handles.remembered(vocabulary_word::graph), address(texts[1]));
-  handles.add(7, "seventh");
-  for (const std::size_t wanted : {0u, 1u, 0u, 2u, 1u}) {
-    EXPECT_EQ(handles.text(address(texts[wanted])), texts[wanted]);
-    EXPECT_STREQ(handles.text(7), "seventh");
-    EXPECT_STREQ(handles.text(address(texts[0]) + 1), "");
-  }
-}
-
-// Asked for in turn, out of turn, again, and between others that share their places.
-TEST(handle_texts, are_those_of_the_handles) {
-  const std::vector<std::string> texts = {"first", "graph", "third"};
-  string_handles handles;
-  handle_texts asked(handles);
-  EXPECT_EQ(asked.view(0), "");
-  for (const std::string& text : texts) handles.add(address(text), text.c_str());
-  for (std::uint64_t handle = 0; handle < 100; ++handle)
-    handles.add(handle, words[handle % words.size()].c_str());
-  asked.forget(0);
-  for (const std::size_t wanted : {0u, 1u, 0u, 2u, 2u, 1u}) {
-    EXPECT_EQ(asked.text(address(texts[wanted])), texts[wanted]);
-    EXPECT_EQ(asked.view(address(texts[wanted])), texts[wanted]);
-    for (std::uint64_t handle = 0; handle < 100; ++handle) {
-      EXPECT_EQ(asked.view(handle), words[handle % words.size()]);
-    }
-    EXPECT_EQ(asked.view(100), "");
-  }
-  handles.add(7, "");
-  asked.forget(7);
-  EXPECT_EQ(asked.view(7), "");
+  EXPECT_TRUE(handles.is(vocabulary_word::graph, string_handles::unset));
+  handles.add(7, "graph");
+  EXPECT_EQ(handles.add_nameless("graph"), vocabulary_word::graph);
+  EXPECT_FALSE(handles.is(vocabulary_word::graph, 7));
+  EXPECT_FALSE(handles.is(vocabulary_word::graph, string_handles::unset));
+  EXPECT_STREQ(handles.text(7), "graph");
+  EXPECT_EQ(handles.add_nameless("any text"), vocabulary_word::none);
+  handles.add(8, "graph");
+  EXPECT_TRUE(handles.is(vocabulary_word::graph, 8));
 }
 
 }  // namespace

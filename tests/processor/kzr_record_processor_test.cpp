@@ -105,9 +105,10 @@ TEST(kzr_record_processor, turns_odd_records_into_events) {
 TEST(kzr_record_processor, counts_what_it_could_not_use) {
   const scratch_directory directory;
   write_file(directory / "_kzr.0", odd_records());
-  multifile_reader reader((directory / "_kzr").c_str());
+  multifile_reader reader(directory / "_kzr");
   kzr_record_processor processor("no such directory/run", "1", "1", 0);
-  while (auto record = reader.next_record()) processor.process_record(std::move(record));
+  trace_record record;
+  while (reader.next_record(record)) processor.process_record(record);
   EXPECT_EQ(processor.data_manager().warnings(),
             (std::map<std::string, std::uint64_t, std::less<>>{
                 {"Node has a parent that is not a graph, dropping node.", 2},
@@ -123,18 +124,18 @@ TEST(kzr_record_processor, counts_what_it_could_not_use) {
 
 TEST(kzr_record_processor_death_test, takes_bad_records_but_no_unknown_kinds_and_wide_handles) {
   kzr_record_processor processor("no such directory/run", "1", "1", 0);
-  const auto process = [&processor](std::int32_t kind) {
-    auto record = std::make_shared<trace_record>();
-    record->kind = kind;
-    record->string = "x";
+  const auto process = [&processor](record_kind kind) {
+    trace_record record;
+    record.kind = kind;
+    record.string = "x";
     processor.process_record(record);
   };
-  process(18);
-  process(18);
+  process(record_kind::bad_record);
+  process(record_kind::bad_record);
   EXPECT_EQ(processor.data_manager().warnings().at("x"), 2u);
-  EXPECT_DEATH(process(19), "^Unknown record type in trace file\n");
-  EXPECT_DEATH(process(-1), "^Unknown record type in trace file\n");
-  EXPECT_DEATH(process(11), "^Wide character strings not yet supported\n");
+  EXPECT_DEATH(process(static_cast<record_kind>(19)), "^Unknown record type in trace file\n");
+  EXPECT_DEATH(process(static_cast<record_kind>(-1)), "^Unknown record type in trace file\n");
+  EXPECT_DEATH(process(record_kind::string_handle_create_w), "^Wide character strings not yet supported\n");
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ TEST(trace_record, dumps_a_fresh_record_as_an_end_record) {
 // The count byte is printed first and the last captured byte is left out; both are meant.
 TEST(trace_record, dumps_captured_bytes_in_front) {
   trace_record record;
-  record.kind = 9;
+  record.kind = record_kind::relation;
   record.producer = 12;
   record.f = {9, 18446744073709551615u, 7, 0, 5, 0, 0};
   record.id = {{{1, 2, 3}, {4, 5, 18446744073709551615u}}};
@@ -45,7 +45,7 @@ TEST(trace_record, dumps_captured_bytes_in_front) {
             "   id[0] = (1, 2, 3 )\n   id[1] = (4, 5, 18446744073709551615 )\n"
             "   string = a text\n");
   for (const std::int32_t kind : {18, 255, -1}) {
-    record.kind = kind;
+    record.kind = static_cast<record_kind>(kind);
     EXPECT_EQ(dumped(record), "\nraw bytes abc : 49f00\n12:   **** ERROR: Unknown opcode\n") << kind;
   }
 }

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -18,23 +19,25 @@ constexpr const char* header = "<trace version=\"0\" ts_frequency=\"1000\" hardw
 
 class xml_reader_test : public testing::Test {
  protected:
-  std::shared_ptr<trace_reader> opened(const std::string& characters) {
+  std::unique_ptr<trace_reader> opened(const std::string& characters) {
     write_file(directory_ / "_kzr.3", characters);
-    return open_xml_trace(directory_ / "_kzr.3", 3, store_);
+    return open_xml_trace(directory_ / "_kzr.3", 3, texts_);
   }
   /// A reader of records with these contents.
-  std::shared_ptr<trace_reader> reading(std::initializer_list<std::string> contents) {
+  std::unique_ptr<trace_reader> reading(std::initializer_list<std::string> contents) {
     std::string characters = header;
     for (const std::string& content : contents) characters += "<record>" + content + "</record>\n";
     return opened(characters + "</trace>\n");
   }
-  std::shared_ptr<trace_record> read_one(const std::string& content) {
-    return reading({content})->current_and_advance();
+  trace_record read_one(const std::string& content) {
+    trace_record record;
+    EXPECT_TRUE(reading({content})->current_and_advance(record));
+    return record;
   }
 
  private:
   scratch_directory directory_;
-  record_store store_;
+  text_arena texts_;
 };
 using xml_reader_death_test = xml_reader_test;
 
@@ -58,13 +61,16 @@ TEST_F(xml_reader_test, gives_the_reason_of_a_damaged_record_and_stays_there) {
   for (const auto& [content, reason] : cases) {
     SCOPED_TRACE(content);
     const auto reader = reading({content, end + "<t>6</t><f>7</f>"});
+    trace_record record;
     for (int i = 0; i < 2; ++i) {
-      const auto record = reader->current_and_advance();
-      ASSERT_EQ(record->kind, trace_record::bad_record);
-      EXPECT_STREQ(record->narrow_string(), reason);
+      ASSERT_TRUE(reader->current_and_advance(record));
+      ASSERT_EQ(record.kind, record_kind::bad_record);
+      EXPECT_STREQ(record.narrow_string(), reason);
     }
   }
-  EXPECT_STREQ(reading({})->current_and_advance()->narrow_string(), "incomplete record");
+  trace_record record;
+  ASSERT_TRUE(reading({})->current_and_advance(record));
+  EXPECT_STREQ(record.narrow_string(), "incomplete record");
 }
 
 TEST_F(xml_reader_test, reads_leading_digits_of_numbers) {
@@ -83,19 +89,19 @@ TEST_F(xml_reader_test, reads_leading_digits_of_numbers) {
     const std::string id = "<i><w>1</w><w>2</w><w>" + text + "</w></i>";
     const auto record = read_one("<k>task_begin</k><t>" + text + "</t><data>\n " + text +
                                  "</data><i><w>1</w><w>2</w><w>3</w></i>" + id + "<f>" + text + "</f>");
-    EXPECT_EQ(record->kind,
-              trace_record::bad_record);  // its last field is missing; it keeps what was decoded
-    EXPECT_EQ(record->f, (std::array<std::uint64_t, 7>{12, number, number, 0, 0, number}));
-    EXPECT_EQ(record->id[0], (___onx_id{1, 2, 3}));
-    EXPECT_EQ(record->id[1], (___onx_id{1, 2, number}));
+    EXPECT_EQ(record.kind,
+              record_kind::bad_record);  // its last field is missing; it keeps what was decoded
+    EXPECT_EQ(record.f, (std::array<std::uint64_t, 7>{12, number, number, 0, 0, number}));
+    EXPECT_EQ(record.id[0], (___onx_id{1, 2, 3}));
+    EXPECT_EQ(record.id[1], (___onx_id{1, 2, number}));
   }
 }
 
 TEST_F(xml_reader_test, takes_texts_whole_whatever_their_length_field_says) {
   const std::string rest = "<t>1</t><f>7</f><f>3</f>";
-  EXPECT_STREQ(read_one("<k>string_handle_createA</k>" + rest + "<s>abcdef</s>")->narrow_string(), "abcdef");
-  EXPECT_STREQ(read_one("<k>string_handle_createA</k>" + rest + "<s></s>")->narrow_string(), "");
-  EXPECT_STREQ(read_one("<k>string_handle_createW</k>" + rest + "<s>a\xe9</s>")->wide_string(),
+  EXPECT_STREQ(read_one("<k>string_handle_createA</k>" + rest + "<s>abcdef</s>").narrow_string(), "abcdef");
+  EXPECT_STREQ(read_one("<k>string_handle_createA</k>" + rest + "<s></s>").narrow_string(), "");
+  EXPECT_STREQ(read_one("<k>string_handle_createW</k>" + rest + "<s>a\xe9</s>").wide_string(),
                (std::wstring(L"a") + wchar_t{-23}).c_str());
 }
 
@@ -124,8 +130,8 @@ TEST_F(xml_reader_test, reads_a_single_metadata_value_of_a_known_type) {
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.type) + "," + c.count + "," + c.text);
     const auto record = read_one(content(c.type, c.count, std::string("<data>") + c.text + "</data>"));
-    ASSERT_EQ(record->kind, 6);
-    EXPECT_EQ(record->string ? std::optional(record->value()) : std::nullopt, c.value);
+    ASSERT_EQ(record.kind, record_kind::metadata);
+    EXPECT_EQ(record.string ? std::optional(record.value()) : std::nullopt, c.value);
   }
   EXPECT_THROW(read_one(content("x", "1", "<v>42</v>")), std::invalid_argument);
   EXPECT_THROW(read_one(content("x", "1", "")), std::out_of_range);
@@ -138,10 +144,12 @@ TEST_F(xml_reader_test, reads_nested_records_after_the_one_around_them_and_on_af
   EXPECT_EQ(reader->freq(), "1000");
   EXPECT_EQ(reader->hwc(), "4");
   EXPECT_FALSE(reader->done());
+  trace_record record;
   for (const std::uint64_t timestamp : {1u, 2u, 3u, 4u}) {
-    ASSERT_EQ(reader->current_and_advance()->f[1], timestamp);
+    ASSERT_TRUE(reader->current_and_advance(record));
+    ASSERT_EQ(record.timestamp(), timestamp);
   }
-  EXPECT_EQ(reader->current_and_advance(), nullptr);
+  EXPECT_FALSE(reader->current_and_advance(record));
 }
 
 TEST_F(xml_reader_test, tells_the_version_by_its_number) {
@@ -171,10 +179,8 @@ TEST_F(xml_reader_test, reads_every_prefix_up_to_its_last_whole_record) {
     SCOPED_TRACE(kept);
     const auto reader = opened(whole.substr(0, kept));
     std::size_t good = 0;
-    for (auto record = reader->current_and_advance(); record && record->kind != trace_record::bad_record;
-         record = reader->current_and_advance()) {
-      ++good;
-    }
+    trace_record record;
+    while (reader->current_and_advance(record) && record.kind != record_kind::bad_record) ++good;
     EXPECT_EQ(good, (kept >= first_field ? 1u : 0u) + (kept >= first_field + element.size() ? 1u : 0u));
   }
 }

@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -51,28 +52,55 @@ std::string every_kind(trace_form form) {
       .take();
 }
 
-/// The records of one file as text, one a line: kind, time, fields, identifiers, text or value.
+/// The field `name` of the record by its accessor; fields that only tools show, by position.
+std::string field_text(const trace_record& record, std::string_view name) {
+  using number = std::uint64_t (trace_record::*)() const;
+  static const std::map<std::string_view, number> numbers = {
+      {"domain", &trace_record::domain}, {"handle", &trace_record::handle},
+      {"name", &trace_record::name},     {"processor", &trace_record::processor},
+      {"key", &trace_record::key},       {"type", &trace_record::type},
+      {"count", &trace_record::count},   {"relation", &trace_record::relation}};
+  using id = const ___onx_id& (trace_record::*)() const;
+  static const std::map<std::string_view, id> ids = {{"object", &trace_record::object},
+                                                     {"parent", &trace_record::parent},
+                                                     {"head", &trace_record::head},
+                                                     {"tail", &trace_record::tail}};
+  if (const auto found = numbers.find(name); found != numbers.end()) {
+    return std::to_string((record.*found->second)());
+  }
+  if (const auto found = ids.find(name); found != ids.end()) {
+    const ___onx_id& value = (record.*found->second)();
+    return std::to_string(value.d1) + '/' + std::to_string(value.d2) + '/' + std::to_string(value.d3);
+  }
+  return std::to_string(record.f[field_position(record.kind, name) + 2]);
+}
+
+/// The records of one file as text, one a line: kind, time, fields by name, text or value. Of wide texts, of
+/// which the binary form keeps no more, the first character.
 std::vector<std::string> read_back(const std::string& bytes) {
   const scratch_directory scratch;
   write_file(scratch / "_kzr.0", bytes);
-  record_store store;
-  const auto reader = trace_reader::create_reader(scratch / "_kzr", 0, store);
+  text_arena texts;
+  const auto reader = trace_reader::create_reader(scratch / "_kzr", 0, texts);
   std::vector<std::string> lines = {reader->freq() + " " + reader->hwc()};
-  while (const auto record = reader->current_and_advance()) {
-    std::string line = std::to_string(record->kind);
-    for (std::size_t slot = 1; slot < record->f.size(); ++slot) line += " " + std::to_string(record->f[slot]);
-    for (const ___onx_id& id : record->id) {
-      line += " (" + std::to_string(id.d1) + " " + std::to_string(id.d2) + " " + std::to_string(id.d3) + ")";
+  trace_record record;
+  while (reader->current_and_advance(record)) {
+    std::string line = std::string(describe(record.kind).name) + " " + std::to_string(record.timestamp());
+    bool is_wide = false;
+    for (const record_field& field : describe(record.kind).fields) {
+      if (field.code == field_code::end) break;
+      is_wide |= field.code == field_code::wide_string;
+      if (field.code == field_code::wide_string || field.code == field_code::narrow_string) continue;
+      line += std::string(" ") + field.name + " " + field_text(record, field.name);
     }
-    const bool is_wide = record->kind == 3 || record->kind == 8 || record->kind == 11;
-    if (record->string == nullptr) {
+    if (record.string == nullptr) {
       line += " -";
-    } else if (record->kind == 6) {
-      line += " " + std::to_string(record->value());
+    } else if (record.kind == record_kind::metadata) {
+      line += " " + std::to_string(record.value());
     } else if (is_wide) {
-      line += std::string(" L") + static_cast<char>(record->wide_string()[0]);
+      line += std::string(" L") + static_cast<char>(record.wide_string()[0]);
     } else {
-      line += std::string(" '") + record->narrow_string() + "'";
+      line += std::string(" '") + record.narrow_string() + "'";
     }
     lines.push_back(line);
   }
@@ -82,27 +110,28 @@ std::vector<std::string> read_back(const std::string& bytes) {
 TEST(trace_encoder, writes_every_kind_of_record_as_the_reader_takes_it) {
   const std::vector<std::string> expected = {
       "1000 4",
-      "0 100 1 3 0 2 3 (0 0 0) (0 0 0) 'def'",
-      "1 101 2 0 0 0 0 (0 0 0) (0 0 0) 'v1'",
-      "2 102 7 8 0 0 0 (0 0 0) (0 0 0) 'pwl.flow'",
-      "3 103 8 4 0 0 0 (0 0 0) (0 0 0) Lw",
-      "4 104 7 0 0 0 0 (1 2 3) (0 0 0) -",
-      "5 105 7 0 0 0 0 (18446744073709551615 5 6) (0 0 0) -",
-      "6 106 7 0 9 1 1 (1 2 3) (0 0 0) 72623859790382856",
-      "6 107 7 0 9 3 1 (1 2 3) (0 0 0) 4294967295",
-      "6 108 7 0 9 1 2 (1 2 3) (0 0 0) -",
-      "7 109 7 0 10 300 0 (18446744073709551615 5 6) (0 0 0) '" + std::string(300, 'x') + "'",
-      "8 110 7 0 10 2 0 (18446744073709551615 5 6) (0 0 0) Ly",
-      "9 111 7 0 7 0 0 (1 2 3) (18446744073709551615 5 6) -",
-      "10 112 11 6 0 0 0 (0 0 0) (0 0 0) ' text '",
-      "10 113 12 0 0 0 0 (0 0 0) (0 0 0) ''",
-      "11 114 13 1 0 0 0 (0 0 0) (0 0 0) Lw",
-      "12 115 7 0 0 14 15 (1 2 3) (18446744073709551615 5 6) -",
-      "13 116 7 0 0 0 0 (0 0 0) (0 0 0) -",
-      "14 117 7 0 0 16 0 (1 2 3) (18446744073709551615 5 6) -",
-      "15 118 7 0 0 17 0 (1 2 3) (18446744073709551615 5 6) -",
-      "16 119 7 0 0 0 0 (18446744073709551615 5 6) (0 0 0) -",
-      "17 120 0 0 0 0 0 (0 0 0) (0 0 0) -",
+      "definition 100 first 1 length 3 second 2 third 3 'def'",
+      "api_version 101 length 2 'v1'",
+      "domain_createA 102 handle 7 length 8 'pwl.flow'",
+      "domain_createW 103 handle 8 length 4 Lw",
+      "id_create 104 domain 7 object 1/2/3 -",
+      "id_destroy 105 domain 7 object 18446744073709551615/5/6 -",
+      "metadata 106 domain 7 object 1/2/3 key 9 type 1 count 1 72623859790382856",
+      "metadata 107 domain 7 object 1/2/3 key 9 type 3 count 1 4294967295",
+      "metadata 108 domain 7 object 1/2/3 key 9 type 1 count 2 -",
+      "metadata_stringA 109 domain 7 object 18446744073709551615/5/6 key 10 length 300 '" +
+          std::string(300, 'x') + "'",
+      "metadata_stringW 110 domain 7 object 18446744073709551615/5/6 key 10 length 2 Ly",
+      "relation 111 domain 7 head 1/2/3 relation 7 tail 18446744073709551615/5/6 -",
+      "string_handle_createA 112 handle 11 length 6 ' text '",
+      "string_handle_createA 113 handle 12 length 0 ''",
+      "string_handle_createW 114 handle 13 length 1 Lw",
+      "task_begin 115 domain 7 object 1/2/3 parent 18446744073709551615/5/6 name 14 processor 15 -",
+      "task_end 116 domain 7 -",
+      "task_group 117 domain 7 object 1/2/3 parent 18446744073709551615/5/6 name 16 -",
+      "region_begin 118 domain 7 object 1/2/3 parent 18446744073709551615/5/6 name 17 -",
+      "region_end 119 domain 7 object 18446744073709551615/5/6 -",
+      "end_of_records 120 -",
   };
   EXPECT_EQ(read_back(every_kind(trace_form::binary)), expected);
   EXPECT_EQ(read_back(every_kind(trace_form::xml)), expected);
@@ -112,7 +141,7 @@ TEST(trace_encoder, cuts_a_name_whose_length_does_not_fit_its_byte) {
   for (const trace_form form : {trace_form::binary, trace_form::xml}) {
     const auto lines = read_back(recorded(form).string_handle(1, std::string(256, 'n')).end().bytes());
     ASSERT_EQ(lines.size(), 3u);
-    EXPECT_EQ(lines[1], "10 1 1 255 0 0 0 (0 0 0) (0 0 0) '" + std::string(255, 'n') + "'");
+    EXPECT_EQ(lines[1], "string_handle_createA 1 handle 1 length 255 '" + std::string(255, 'n') + "'");
   }
 }
 
@@ -141,28 +170,30 @@ TEST(trace_recorder, keeps_every_record_of_every_thread_and_defines_before_use) 
       stem = recorder.directory() / "_kzr";
       record_from_threads(recorder);
       ASSERT_FALSE(recorder.failed());
-      for (int number = 0; number < 8;
-           ++number) {  // complete before the recorder goes, as the threads are gone
-        record_store store;
-        const auto reader = trace_reader::create_reader(stem, number, store);
+      // Complete before the recorder goes, as the threads are gone.
+      for (int number = 0; number < 8; ++number) {
+        text_arena texts;
+        const auto reader = trace_reader::create_reader(stem, number, texts);
         ASSERT_NE(reader, nullptr);
-        std::int32_t last_kind = -1;
-        while (const auto record = reader->current_and_advance()) last_kind = record->kind;
-        EXPECT_EQ(last_kind, trace_record::end_of_records) << "file " << number;
+        trace_record record;
+        record.kind = record_kind::bad_record;
+        while (reader->current_and_advance(record)) ASSERT_NE(record.kind, record_kind::bad_record);
+        EXPECT_EQ(record.kind, record_kind::end_of_records) << "file " << number;
       }
       EXPECT_FALSE(std::filesystem::exists(stem + ".8"));
     }
-    multifile_reader reader(stem.c_str());
+    multifile_reader reader(stem);
     std::set<std::uint64_t> defined;
     std::map<int, std::uint64_t> begins;
     std::size_t ends = 0;
-    while (const auto record = reader.next_record()) {
-      if (record->kind == 2 || record->kind == 10) {
-        EXPECT_TRUE(defined.insert(record->f[2]).second) << "defined twice";
-      } else if (record->kind == 12) {
-        ASSERT_TRUE(defined.count(record->f[2]) == 1 && defined.count(record->f[5]) == 1)
+    trace_record record;
+    while (reader.next_record(record)) {
+      if (record.kind == record_kind::domain_create_a || record.kind == record_kind::string_handle_create_a) {
+        EXPECT_TRUE(defined.insert(record.handle()).second) << "defined twice";
+      } else if (record.kind == record_kind::task_begin) {
+        ASSERT_TRUE(defined.contains(record.domain()) && defined.contains(record.name()))
             << "used before defined";
-        ASSERT_EQ(record->id[0].d2, begins[record->producer]++);
+        ASSERT_EQ(record.object().d2, begins[record.producer]++);
       } else {
         ++ends;
       }

@@ -53,13 +53,13 @@ std::string sample() {
 /// number of records that were used.
 int convert_damaged(const std::string& stem, const std::string& bytes) {
   write_file(stem + ".0", bytes);
-  multifile_reader reader(stem.c_str());
+  multifile_reader reader(stem);
   kzr_record_processor processor("no such directory/run", reader.frequency(), reader.concurrency(), 0);
   int records = 0;
-  for (; auto record = reader.next_record(); ++records) {
-    constexpr std::int32_t wide_string_handle = 11;
-    if (record->kind == wide_string_handle) return records;
-    processor.process_record(std::move(record));
+  trace_record record;
+  for (; reader.next_record(record); ++records) {
+    if (record.kind == record_kind::string_handle_create_w) return records;
+    processor.process_record(record);
   }
   kzr_data_manager& dm = processor.data_manager();
   for (std::size_t i = 0; i < dm.files().size(); ++i) dm.files()[i]->post_process(&dm);

@@ -1,15 +1,9 @@
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
-#include <random>
 #include <sstream>
 #include <string>
-#include <thread>
 
 #include "support/recorded.h"
 #include "support/run_program.h"
@@ -37,46 +31,7 @@ std::string find_broken_line(const std::string& document) {
   return document.empty() || document.back() == '\n' ? "" : "no newline at the end";
 }
 
-/// Starts the converter in `directory` and kills it after `delay`. True when it was still running then.
-bool kill_after(std::chrono::microseconds delay, const std::filesystem::path& directory) {
-  const pid_t converter = fork();
-  if (converter == 0) {
-    if (chdir(directory.c_str()) == 0) execl(KZR2XML_PROGRAM, "kzr2xml", "run", nullptr);
-    _exit(127);
-  }
-  std::this_thread::sleep_for(delay);
-  kill(converter, SIGKILL);
-  int status = 0;
-  waitpid(converter, &status, 0);
-  return WIFSIGNALED(status);
-}
-
 }  // namespace
-
-TEST(faults, a_killed_run_leaves_whole_lines_in_the_timeline) {
-  const scratch_directory scratch;
-  write_file(scratch / "_kzr.0", trace_of(20'000));
-  const auto start = std::chrono::steady_clock::now();
-  ASSERT_EQ(run_kzr2xml({"run"}, scratch.path()).exit_status, 0);
-  const auto whole_run =
-      std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
-
-  std::minstd_rand random(1);
-  int killed = 0;
-  // A kill can hit the very copy of a line, about once in ten thousand; two of twenty do not.
-  int cut = 0;
-  for (int i = 0; i < 20; ++i) {
-    const auto delay = whole_run * static_cast<int>(random() % 100) / 100;
-    SCOPED_TRACE(delay.count());
-    std::filesystem::remove(scratch / "run.traceml");
-    if (kill_after(delay, scratch.path())) ++killed;
-    if (!std::filesystem::exists(scratch / "run.traceml")) continue;
-    if (!find_broken_line(read_file(scratch / "run.traceml")).empty()) ++cut;
-  }
-  EXPECT_GT(killed, 0);
-  EXPECT_LE(cut, 1);
-  EXPECT_EQ(read_file(scratch / "_kzr.0"), trace_of(20'000));
-}
 
 TEST(faults, an_output_that_fails_neither_ends_the_run_nor_harms_the_other) {
   const std::string trace = trace_of(20'000);

@@ -14,7 +14,6 @@
 #include "kzr/common/progress_bar.h"
 #include "kzr/dump/record_size.h"
 #include "reader/record_descriptions.h"
-#include "reader/record_store.h"
 #include "reader/trace_reader.h"
 #include "xml/document.h"
 
@@ -107,7 +106,7 @@ class surveyor {
       progress_.add(file_.size_bytes);
     }
     try {
-      const std::shared_ptr<trace_reader> reader = open();
+      const std::unique_ptr<trace_reader> reader = open();
       if (!reader) {
         end(file_ending::without_version, "no version in its root element");
       } else if (reader->done()) {
@@ -128,9 +127,9 @@ class surveyor {
   }
 
  private:
-  std::shared_ptr<trace_reader> open() {
+  std::unique_ptr<trace_reader> open() {
     const captured_output messages;
-    return trace_reader::create_reader(stem_, file_.number, store_);
+    return trace_reader::create_reader(stem_, file_.number, texts_);
   }
 
   void end(file_ending ending, const std::string& reason = {}) {
@@ -154,15 +153,16 @@ class surveyor {
 
   void read(trace_reader& reader) {
     std::uint64_t position = binary_header_bytes;
-    while (const std::shared_ptr<trace_record> record = reader.current_and_advance()) {
-      if (record->kind == trace_record::bad_record) return tell_damage(*record, position);
-      count(*record);
-      if (is_binary(*record)) {
-        const std::uint64_t size_bytes = binary_size_of(*record);
+    trace_record record;
+    while (reader.current_and_advance(record)) {
+      if (record.kind == record_kind::bad_record) return tell_damage(record, position);
+      count(record);
+      if (is_binary(record)) {
+        const std::uint64_t size_bytes = binary_size_of(record);
         position += size_bytes;
         progress_.add(size_bytes);
       }
-      if (record->kind == trace_record::end_of_records) return tell_rest(position);
+      if (record.kind == record_kind::end_of_records) return tell_rest(position);
     }
     // Only an XML file just stops giving records.
     if (document_.is_whole) {
@@ -176,7 +176,7 @@ class surveyor {
   void count(const trace_record& record) {
     ++file_.records_by_kind[static_cast<std::size_t>(record.kind)];
     ++file_.record_count;
-    const std::uint64_t timestamp = record.f[1];
+    const std::uint64_t timestamp = record.timestamp();
     if (timestamp < previous_timestamp_) ++file_.backward_steps;
     previous_timestamp_ = timestamp;
     file_.first_timestamp = std::min(file_.first_timestamp.value_or(timestamp), timestamp);
@@ -212,7 +212,7 @@ class surveyor {
   const std::string& stem_;
   progress_bar& progress_;
   document_facts document_;
-  record_store store_;
+  text_arena texts_;
   bool is_open_ = false;
   std::uint64_t previous_timestamp_ = 0;
 };

@@ -41,14 +41,15 @@ bool lets_through(const record_filter& filter, const trace_record& record) {
   const auto kind = static_cast<std::size_t>(record.kind);
   const bool all_kinds = std::none_of(filter.kinds.begin(), filter.kinds.end(), [](bool set) { return set; });
   const std::vector<int>& producers = filter.producers;
-  return (all_kinds || filter.kinds[kind]) && record.f[1] >= filter.from && record.f[1] <= filter.to &&
+  return (all_kinds || filter.kinds[kind]) && record.timestamp() >= filter.from &&
+         record.timestamp() <= filter.to &&
          (producers.empty() ||
           std::find(producers.begin(), producers.end(), record.producer) != producers.end());
 }
 
-std::unique_ptr<multifile_reader> open_traces(const std::string& stem) {
+multifile_reader open_traces(const std::string& stem) {
   const captured_output messages;
-  return std::make_unique<multifile_reader>(stem.c_str());
+  return multifile_reader(stem);
 }
 
 /// Tells on standard error what keeps the list from being whole; true when nothing does.
@@ -70,13 +71,14 @@ bool list_records(const dump_options& options) {
   const file_inventory files = list_files(options.stem);
   progress_bar progress(files.total_bytes, !is_terminal);
   progress.add(files.xml_bytes);
-  const std::unique_ptr<multifile_reader> reader = open_traces(options.stem);
-  while (const std::shared_ptr<trace_record> record = reader->next_record()) {
-    if (is_binary(*record)) progress.add(binary_size_of(*record));
-    if (lets_through(options.filter, *record)) record->dump();
+  multifile_reader reader = open_traces(options.stem);
+  trace_record record;
+  while (reader.next_record(record)) {
+    if (is_binary(record)) progress.add(binary_size_of(record));
+    if (lets_through(options.filter, record)) record.dump();
     if (!std::cout) break;
-    reader->release_texts();
+    reader.release_texts();
   }
   std::cout.flush();
-  return is_whole(files, find_gap(options.stem, files.count), *reader, options.stem);
+  return is_whole(files, find_gap(options.stem, files.count), reader, options.stem);
 }

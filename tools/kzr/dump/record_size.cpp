@@ -3,16 +3,12 @@
 #include "reader/record_descriptions.h"
 #include "reader/trace_record.h"
 
-namespace {
-constexpr std::int32_t metadata_kind = 6;
-}  // namespace
-
 std::uint64_t binary_size_of(const trace_record& record) {
   std::uint64_t size_bytes = 9;
   std::uint32_t length = 0;
-  const record_description& description = record_descriptions[static_cast<std::size_t>(record.kind)];
+  const record_description& description = describe(record.kind);
   for (std::size_t position = 0; position < description.fields.size(); ++position) {
-    switch (description.fields[position]) {
+    switch (description.fields[position].code) {
       case field_code::end:
         break;
       case field_code::id:
@@ -34,8 +30,8 @@ std::uint64_t binary_size_of(const trace_record& record) {
         break;
     }
   }
-  const bool has_value = record.kind == metadata_kind && record.string != nullptr;
-  return has_value ? size_bytes + (record.f[5] == 1 ? 8 : 4) : size_bytes;
+  const bool has_value = record.kind == record_kind::metadata && record.string != nullptr;
+  return has_value ? size_bytes + (record.type() == 1 ? 8 : 4) : size_bytes;
 }
 
 bool is_binary(const trace_record& record) { return record.raw_offset != 0; }

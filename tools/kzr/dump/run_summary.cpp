@@ -18,18 +18,10 @@
 
 namespace {
 
-// Kinds of records, by number.
-constexpr std::int32_t domain_create_a = 2;
-constexpr std::int32_t domain_create_w = 3;
-constexpr std::int32_t metadata = 6;
-constexpr std::int32_t relation = 9;
-constexpr std::int32_t task_begin = 12;
-constexpr std::int32_t task_end = 13;
-constexpr std::int32_t region_end = 16;
-
 /// True for the kinds that are looked at only when their domain is known.
-bool depends_on_domain(std::int32_t kind) {
-  return (kind >= metadata && kind <= relation) || (kind >= task_begin && kind <= region_end);
+bool depends_on_domain(record_kind kind) {
+  return (kind >= record_kind::metadata && kind <= record_kind::relation) ||
+         (kind >= record_kind::task_begin && kind <= record_kind::region_end);
 }
 
 std::string narrow(const wchar_t* wide) {
@@ -75,7 +67,7 @@ class run_surveyor {
  private:
   std::unique_ptr<multifile_reader> open() {
     const captured_output messages;
-    auto reader = std::make_unique<multifile_reader>(run_.stem.c_str());
+    auto reader = std::make_unique<multifile_reader>(run_.stem);
     const std::uint64_t expected = first_unread(run_.files);
     run_.unopened_files = expected - std::min<std::uint64_t>(expected, reader->opened_files());
     return reader;
@@ -96,29 +88,31 @@ class run_surveyor {
 
   void process_records(multifile_reader& reader, kzr_record_processor& processor) {
     const kzr_data_manager& dm = processor.data_manager();
-    while (const std::shared_ptr<trace_record> record = reader.next_record()) {
-      if (is_binary(*record)) progress_.add(binary_size_of(*record));
-      count(*record, dm);
+    trace_record record;
+    while (reader.next_record(record)) {
+      if (is_binary(record)) progress_.add(binary_size_of(record));
+      count(record, dm);
       processor.process_record(record);
     }
   }
 
   void count(const trace_record& record, const kzr_data_manager& dm) {
     ++run_.record_count;
-    if (record.kind == domain_create_a || record.kind == domain_create_w) {
-      domain_summary& domain = run_.domains[record.f[2]];
-      domain.name = record.kind == domain_create_a ? record.narrow_string() : narrow(record.wide_string());
+    if (record.kind == record_kind::domain_create_a || record.kind == record_kind::domain_create_w) {
+      domain_summary& domain = run_.domains[record.handle()];
+      domain.name =
+          record.kind == record_kind::domain_create_a ? record.narrow_string() : narrow(record.wide_string());
       domain.is_named = true;
       return;
     }
     if (!depends_on_domain(record.kind)) return;
-    domain_of(record.f[2]).record_count += 1;
-    if (dm.domain_type(record.f[2]) == DomainType::unknown) {
+    domain_of(record.domain()).record_count += 1;
+    if (dm.domain_type(record.domain()) == DomainType::unknown) {
       ++run_.ignored_record_count;
       return;
     }
-    if (record.kind == task_begin) ++open_tasks(record.producer).begun;
-    if (record.kind == task_end) end_task(open_tasks(record.producer));
+    if (record.kind == record_kind::task_begin) ++open_tasks(record.producer).begun;
+    if (record.kind == record_kind::task_end) end_task(open_tasks(record.producer));
   }
 
   domain_summary& domain_of(std::uint64_t handle) {
