@@ -12,7 +12,7 @@ trace_file::trace_file(const std::string& directory, std::size_t number, trace_f
 
 trace_encoder& trace_file::at(std::uint64_t time) {
   constexpr std::size_t block_bytes = std::size_t{256} * 1024;
-  if (encoder_.bytes().size() >= block_bytes) flush();
+  if (encoder_.view().size() >= block_bytes) flush();
   ++record_count_;
   return encoder_.at(time);
 }
@@ -24,7 +24,7 @@ void trace_file::finish(std::uint64_t time) {
 }
 
 void trace_file::flush() {
-  file_.write(encoder_.bytes().data(), static_cast<std::streamsize>(encoder_.bytes().size()));
+  file_.write(encoder_.view().data(), static_cast<std::streamsize>(encoder_.view().size()));
   encoder_.clear();
 }
 

@@ -17,5 +17,19 @@ foreach(program kzr2xml kzr)
   endif()
 endforeach()
 
+# For programs that record themselves: find_package(kzr), kzr::recorder.
+install(TARGETS trace_recorder EXPORT kzr_targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES recorder/trace_recorder.h recorder/trace_encoder.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kzr/recorder)
+set(kzr_package ${CMAKE_INSTALL_LIBDIR}/cmake/kzr)
+install(EXPORT kzr_targets NAMESPACE kzr:: DESTINATION ${kzr_package})
+include(CMakePackageConfigHelpers)
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/kzrConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES cmake/kzrConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/kzrConfigVersion.cmake DESTINATION ${kzr_package})
+
+if(TARGET kzr_ompt)
+  install(TARGETS kzr_ompt LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/kzr)
+endif()
+
 install(FILES README.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")

@@ -19,12 +19,32 @@ _kzr_dump() {
   esac
 }
 
+_kzr_record() {
+  # Behind the program's name it is the program's own completion that counts.
+  local word=2
+  while ((word < COMP_CWORD)) && [[ ${COMP_WORDS[word]} == -* ]]; do
+    [[ ${COMP_WORDS[word]} == -o || ${COMP_WORDS[word]} == --output ]] && ((++word))
+    ((++word))
+  done
+  if ((word > COMP_CWORD)); then
+    compopt -o filenames
+    mapfile -t COMPREPLY < <(compgen -d -- "$current")
+  elif ((word < COMP_CWORD)) && declare -F _command_offset >/dev/null; then
+    _command_offset "$word"
+  elif [[ $current == -* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W '--help --version --output' -- "$current")
+  else
+    compopt -o filenames
+    mapfile -t COMPREPLY < <(compgen -c -f -- "$current")
+  fi
+}
+
 _kzr_help() {
   ((COMP_CWORD > 2)) || mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$current")
 }
 
 _kzr() {
-  local current=${COMP_WORDS[COMP_CWORD]} commands='dump help'
+  local current=${COMP_WORDS[COMP_CWORD]} commands='dump record help'
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
     mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$current")

@@ -10,6 +10,7 @@ complete -c kzr -f
 complete -c kzr -s h -l help -d 'Print a short help'
 complete -c kzr -l version -d 'Print the version'
 complete -c kzr -n __kzr_does -a dump -d 'Tell what is in a run, and what about it is damaged or odd'
+complete -c kzr -n __kzr_does -a record -d 'Run a program and record what it does with OpenMP'
 complete -c kzr -n __kzr_does -a help -d 'Show help, or that of a command'
 
 complete -c kzr -n '__kzr_does dump' -a '(__fish_complete_directories)'
@@ -27,3 +28,7 @@ complete -c kzr -n '__kzr_does dump; and __fish_seen_argument -l records' -l to 
     -d 'Only records up to this timestamp'
 
 complete -c kzr -n '__kzr_does help' -a 'dump help'
+
+complete -c kzr -n '__kzr_does record' -s o -l output -x -a '(__fish_complete_directories)' \
+    -d 'Record into this directory'
+complete -c kzr -n '__kzr_does record' -x -a '(__fish_complete_subcommand --fcs-skip=2)'

@@ -2,7 +2,8 @@
 # A command, then what a function with its name completes.
 
 local -a commands
-commands=('dump:tell what is in a run, and what about it is damaged or odd' 'help:show help, or that of a command')
+commands=('dump:tell what is in a run, and what about it is damaged or odd'
+  'record:run a program and record what it does with OpenMP' 'help:show help, or that of a command')
 
 _kzr_dump() {
   local -a kinds
@@ -22,8 +23,17 @@ _kzr_dump() {
     ':run:_directories'
 }
 
+_kzr_record() {
+  _arguments \
+    '(-h --help)'{-h,--help}'[print a short help]' \
+    '--version[print the version]' \
+    '(-o --output)'{-o,--output}'[record into this directory]:directory:_directories' \
+    '(-):program:_command_names -e' \
+    '*::argument:_normal'
+}
+
 _kzr_help() {
-  _arguments '(-h --help)'{-h,--help}'[print a short help]' ':command:(dump help)'
+  _arguments '(-h --help)'{-h,--help}'[print a short help]' ':command:(dump record help)'
 }
 
 if ((CURRENT == 2)); then

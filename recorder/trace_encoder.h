@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "reader/record_descriptions.h"
+enum class record_kind : std::int32_t;
 
 namespace kzr {
 
@@ -18,7 +18,9 @@ struct object_id {
   std::uint64_t d2 = 0;
   std::uint64_t d3 = 0;
 
-  friend constexpr bool operator==(const object_id&, const object_id&) = default;
+  friend constexpr bool operator==(const object_id& left, const object_id& right) {
+    return left.d1 == right.d1 && left.d2 == right.d2 && left.d3 == right.d3;
+  }
 };
 
 /// What a `relation` record can say of its two objects, as numbered in the file.
@@ -92,30 +94,34 @@ class trace_encoder {
   /// Ends the document in XML form, without a record; nothing in binary form.
   trace_encoder& close_document();
 
-  /// What was made since the start or the last `take`; valid until the next call of another method.
-  [[nodiscard]] const std::string& bytes() const { return bytes_; }
-  /// Moves the bytes out, so that a long recording can be written in blocks.
+  /// What was made since the start or the last `take` or `clear`; valid until the next call of another
+  /// method.
+  [[nodiscard]] std::string_view view() const { return {bytes_.data(), size_}; }
+  /// The same as bytes of the caller's own.
+  [[nodiscard]] std::string bytes() const { return std::string(view()); }
+  /// Gives the bytes out, so that a long recording can be written in blocks.
   [[nodiscard]] std::string take();
   /// Drops the bytes and keeps their room for the next block.
-  void clear() { bytes_.clear(); }
+  void clear() { size_ = 0; }
 
  private:
-  /// A record of these fields, in the order of its description.
+  /// Appends a record of these fields, each a number, a byte, an identifier or a text.
   template <class... Fields>
-  trace_encoder& add_record(record_kind kind, const Fields&... fields);
-  void begin_record(record_kind kind);
-  trace_encoder& end_record();
-  void add(std::uint64_t value);
-  void add(std::uint8_t value);
-  void add(const object_id& id);
-  void add(std::string_view text);
-  void add(std::u16string_view text);
-  void add_little_endian(std::uint64_t value, int size_bytes);
-  void add_element(const char* name, std::uint64_t value);
+  void add_record(record_kind kind, const Fields&... fields);
+  void add_element(std::uint64_t value);
+  void add_element(const object_id& id);
+  void add_element(std::string_view text);
+  void add_number_element(std::string_view name, std::uint64_t value);
+  [[nodiscard]] std::string bytes_of(std::u16string_view text) const;
+  void append(std::string_view text);
+  void reserve(std::size_t size_bytes);
 
   trace_form form_;
   std::uint64_t time_ = 1;
+  // The first `size_` bytes are what was made. The others are there in advance: to let a string grow with
+  // each field takes three times as long.
   std::string bytes_;
+  std::size_t size_ = 0;
 };
 
 }  // namespace kzr

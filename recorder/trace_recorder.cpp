@@ -2,19 +2,19 @@
 
 #include <sched.h>
 
-#include <algorithm>
 #include <chrono>
-#include <cstdlib>
-#include <ctime>
 #include <fstream>
 #include <system_error>
 #include <thread>
+
+#include "recorder/image_list.h"
+#include "recorder/run_directory.h"
+#include "recorder/trace_file.h"
 
 namespace kzr {
 namespace {
 
 constexpr std::uint64_t ticks_per_second = 1'000'000'000;
-constexpr std::size_t block_bytes = 64 * 1024;
 
 std::uint64_t get_ticks() {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
@@ -32,18 +32,6 @@ std::uint64_t get_processor() {
   return number < 0 ? 0 : static_cast<std::uint64_t>(number);
 }
 
-/// Makes a directory of its own for a run. A second run in the same second takes the next free second.
-std::filesystem::path create_run_directory(const std::filesystem::path& parent) {
-  for (std::time_t second = std::time(nullptr);; ++second) {
-    std::tm local{};
-    localtime_r(&second, &local);
-    char name[32];
-    const std::size_t length = std::strftime(name, sizeof name, "_qzd_%Y%m%d_%H%M%S", &local);
-    std::filesystem::path directory = parent / std::string_view(name, length);
-    if (std::filesystem::create_directories(directory)) return directory;
-  }
-}
-
 std::uint64_t next_run() {
   static std::atomic<std::uint64_t> last = 0;
   return ++last;
@@ -54,39 +42,36 @@ std::uint64_t next_run() {
 /// The trace file of one thread. Only that thread records; any thread may complete the file, once.
 class trace_recorder::thread_file {
  public:
-  thread_file(trace_form form, const std::filesystem::path& path, std::atomic<bool>& failed)
-      : encoder_(form, ticks_per_second, std::thread::hardware_concurrency()), failed_(failed) {
-    file_.rdbuf()->pubsetbuf(nullptr, 0);  // blocks come whole
-    file_.open(path, std::ios::binary);
+  thread_file(trace_form form, const std::string& path, std::atomic<bool>& failed)
+      : file_(form, ticks_per_second, std::thread::hardware_concurrency()), failed_(failed) {
+    if (!file_.create(path)) failed_ = true;
   }
 
   /// The encoder, set to the time of the next record.
   trace_encoder& at_this_time() {
-    if (encoder_.bytes().size() >= block_bytes) write_block();
+    if (file_.has_full_block()) write_block();
     time_ = get_ticks();
-    return encoder_.at(time_);
+    return file_.encoder().at(time_);
   }
   [[nodiscard]] std::uint64_t time_of_last_record() const { return time_; }
 
   /// Ends the file. The failure flag's recorder must still be there when this is the first call.
   void complete() {
     std::call_once(completed_, [this] {
-      encoder_.at(get_ticks()).end();
+      file_.encoder().at(get_ticks()).end();
       write_block();
-      file_.close();
     });
   }
 
  private:
   void write_block() {
-    const std::string& block = encoder_.bytes();
-    if (!file_.write(block.data(), static_cast<std::streamsize>(block.size()))) failed_ = true;
-    encoder_.clear();
+    if (file_.write_block()) return;
+    failed_ = true;
+    file_.encoder().clear();
   }
 
-  trace_encoder encoder_;
+  trace_file file_;
   std::uint64_t time_ = 0;
-  std::ofstream file_;
   std::atomic<bool>& failed_;
   std::once_flag completed_;
 };
@@ -108,7 +93,7 @@ struct trace_recorder::open_files {
 thread_local trace_recorder::open_files trace_recorder::files_of_this_thread_;
 
 trace_recorder::trace_recorder(trace_form form, const std::filesystem::path& parent)
-    : form_(form), run_(next_run()), directory_(create_run_directory(parent)) {}
+    : form_(form), run_(next_run()), directory_(std::filesystem::absolute(create_run_directory(parent))) {}
 
 trace_recorder::~trace_recorder() {
   const std::lock_guard guard(lock_);
@@ -137,25 +122,9 @@ std::uint64_t trace_recorder::define(std::string_view text, bool is_domain) {
 }
 
 void trace_recorder::write_image_list() {
-  struct range {
-    std::uint64_t first;
-    std::uint64_t last;
-  };
-  std::map<std::string, range> images;
-  std::ifstream maps("/proc/self/maps");
-  for (std::string line; std::getline(maps, line);) {
-    // A line reads "first-end rights offset device inode path", the path only where there is a file.
-    const std::size_t path = line.find('/');
-    if (path == std::string::npos || line.find(',', path) != std::string::npos) continue;
-    const std::uint64_t first = std::strtoull(line.c_str(), nullptr, 16);
-    const std::uint64_t end = std::strtoull(line.c_str() + line.find('-') + 1, nullptr, 16);
-    range& image = images.try_emplace(line.substr(path), range{first, end - 1}).first->second;
-    image.last = std::max(image.last, end - 1);
-  }
   std::ofstream list(directory_ / "imageload.csv");
-  for (const auto& [name, image] : images) {
-    list << name << ',' << image.first << ',' << image.last << ',' << get_ticks() << ",1\n";
-  }
+  const std::uint64_t now = get_ticks();
+  for (const loaded_image& image : find_loaded_images()) list << describe_image(image, now);
   if (!list.flush()) failed_ = true;
 }
 
@@ -217,7 +186,7 @@ trace_recorder::thread_file& trace_recorder::local_file() {
 std::shared_ptr<trace_recorder::thread_file> trace_recorder::open_file() {
   const std::lock_guard guard(lock_);
   const std::filesystem::path path = directory_ / ("_kzr." + std::to_string(files_.size()));
-  files_.push_back(std::make_shared<thread_file>(form_, path, failed_));
+  files_.push_back(std::make_shared<thread_file>(form_, path.string(), failed_));
   return files_.back();
 }
 

@@ -32,7 +32,7 @@ class trace_recorder {
   trace_recorder& operator=(const trace_recorder&) = delete;
   ~trace_recorder();
 
-  /// Where the trace files are.
+  /// Where the trace files are, as an absolute path.
   [[nodiscard]] const std::filesystem::path& directory() const { return directory_; }
   /// True when some file lacks records because the system refused to open or write it.
   [[nodiscard]] bool failed() const { return failed_.load(); }

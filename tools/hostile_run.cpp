@@ -29,7 +29,7 @@ class trace_file {
   /// To be called now and then; keeps the memory small.
   void flush() {
     constexpr std::size_t block_bytes = 1 << 20;
-    if (encoder.bytes().size() >= block_bytes) file_ << encoder.take();
+    if (encoder.view().size() >= block_bytes) file_ << encoder.take();
   }
   void end() { file_ << encoder.end().take(); }
   void raw(const std::string& bytes) { file_ << encoder.take() << bytes; }

@@ -34,9 +34,13 @@ install_tool_libraries() {
   install_missing /usr/include/CLI/CLI.hpp:libcli11-dev /usr/include/nlohmann/json.hpp:nlohmann-json3-dev
 }
 
+# Programs that `kzr record` records: both compilers, LLVM's OpenMP runtime and its interface for tools.
+install_openmp_tools() { install_missing gcc:gcc clang-14:clang-14 /usr/lib/llvm-14/lib/libomp.so:libomp-14-dev; }
+
 install_test_tools() {
   install_missing g++:g++ cmake:cmake make:make strace:strace /usr/include/gtest/gtest.h:libgtest-dev
   install_tool_libraries
+  install_openmp_tools
 }
 
 # configure DIRECTORY [CMAKE_ARGUMENT...]: the configuration's output is shown when it fails only.

@@ -1,13 +1,10 @@
-#include <csignal>
 #include <iostream>
 
-#include "driver/conversion.h"
+#include "kzr/common/process_settings.h"
 #include "kzr/program.h"
 
 int main(int argc, char** argv) {
-  // Whoever reads the output may stop at any time.
-  std::signal(SIGPIPE, SIG_DFL);
+  change_process_settings();
   std::ios::sync_with_stdio(false);
-  raise_open_file_limit();
   return run_program(argc, argv);
 }

@@ -4,11 +4,13 @@
 
 #include "kzr/dump/dump_command.h"
 #include "kzr/help/help_command.h"
+#include "kzr/record/record_command.h"
 
 namespace {
 
 constexpr std::array table = {
     subcommand{"dump", "Tell what is in a run, and what about it is damaged or odd", set_up_dump},
+    subcommand{"record", "Run a program and record what it does with OpenMP", set_up_record},
     subcommand{"help", "Show this help, or that of a command", set_up_help},
 };
 

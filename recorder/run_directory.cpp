@@ -1,0 +1,22 @@
+#include "recorder/run_directory.h"
+
+#include <ctime>
+#include <string>
+#include <string_view>
+
+namespace kzr {
+
+namespace fs = std::filesystem;
+
+fs::path create_run_directory(const fs::path& parent) {
+  for (std::time_t second = std::time(nullptr);; ++second) {
+    std::tm local{};
+    localtime_r(&second, &local);
+    char name[32];
+    const std::size_t length = std::strftime(name, sizeof name, "_qzd_%Y%m%d_%H%M%S", &local);
+    fs::path directory = parent / std::string_view(name, length);
+    if (fs::create_directories(directory)) return directory;
+  }
+}
+
+}  // namespace kzr

@@ -1,0 +1,147 @@
+#include "kzr/record/record_command.h"
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "kzr/common/complaint.h"
+#include "kzr/record/child_process.h"
+#include "kzr/record/openmp_runtime.h"
+#include "kzr/record/recorded_runs.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// What tells an error of this command from the status of the program.
+constexpr int exit_no_start = 125;
+constexpr int exit_not_executable = 126;
+constexpr int exit_not_found = 127;
+
+constexpr const char* description =
+    "kzr record [-o DIRECTORY] PROGRAM [ARGUMENT...]\n"
+    "Runs PROGRAM and records its OpenMP regions and tasks. The program has this command's standard "
+    "streams,\n"
+    "signals and exit status. Options behind PROGRAM are the program's own.";
+
+constexpr const char* footer =
+    "Each process that uses OpenMP has a directory of its own: the first one DIRECTORY, the others the same\n"
+    "with .2, .3 and so on behind it. For programs that were built with GCC, LLVM's OpenMP runtime is "
+    "loaded\n"
+    "in front of GCC's.\n"
+    "\n"
+    "Exit status: that of the program, 125 when nothing can be recorded, 126 when the program cannot be\n"
+    "started, 127 when there is none.";
+
+using environment_changes = std::vector<std::pair<std::string, std::string>>;
+
+std::string get_environment(const char* name) {
+  const char* const value = std::getenv(name);
+  return value == nullptr ? std::string() : std::string(value);
+}
+
+/// The variables that make the program's OpenMP runtime record.
+environment_changes make_environment(const std::string& program, const fs::path& directory) {
+  environment_changes changes;
+  const std::string tools = get_environment("OMP_TOOL_LIBRARIES");
+  changes.emplace_back("OMP_TOOL_LIBRARIES",
+                       find_recording_library().string() + (tools.empty() ? "" : ":" + tools));
+  changes.emplace_back("KZR_RECORD_DIRECTORY", fs::absolute(directory).string());
+  if (asks_for_llvm_runtime(program)) return changes;
+  // A script or a program that loads libraries later does not show which runtime there will be.
+  if (const std::optional<fs::path> runtime = find_llvm_runtime()) {
+    const std::string preloaded = get_environment("LD_PRELOAD");
+    changes.emplace_back("LD_PRELOAD", (preloaded.empty() ? "" : preloaded + ":") + runtime->string());
+  }
+  return changes;
+}
+
+std::string describe_size(std::uintmax_t bytes) {
+  constexpr std::array units = {"bytes", "KB", "MB", "GB", "TB"};
+  auto size = static_cast<double>(bytes);
+  std::size_t unit = 0;
+  for (; size >= 1000 && unit + 1 < units.size(); ++unit) size /= 1000;
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", size, units[unit]);
+  return text.data();
+}
+
+void tell(const std::vector<recorded_run>& runs) {
+  for (const recorded_run& run : runs) {
+    complain("recorded " + std::to_string(run.threads) + (run.threads == 1 ? " thread, " : " threads, ") +
+             describe_size(run.size_bytes) + ", in " + run.directory.string() +
+             (run.replaced_runtime ? " (LLVM's OpenMP runtime in front of GCC's)" : ""));
+  }
+  const std::string first = runs.front().directory.string();
+  complain("look at it with \"kzr dump --omp_experimental " + first + "\" and \"QZD_DIR=" + first +
+           " kzr2xml NAME --omp_experimental\"");
+}
+
+std::string why_nothing(bool has_llvm_runtime) {
+  if (get_environment("OMP_TOOL") == "disabled") return "OMP_TOOL is set to \"disabled\"";
+  if (!has_llvm_runtime) {
+    return "LLVM's OpenMP runtime, which can be recorded, is not installed (Debian: libomp5-14)";
+  }
+  return "the program made no OpenMP region or task, or has a runtime that cannot be recorded";
+}
+
+int record(const std::vector<std::string>& command, const fs::path& wanted) {
+  std::optional<recorded_runs> runs;
+  child_end end;
+  try {
+    runs.emplace(wanted);
+    end = run_child(command, make_environment(command.front(), runs->directory()));
+  } catch (const std::exception& failure) {
+    complain(failure.what());
+    if (runs) static_cast<void>(runs->collect());
+    return exit_no_start;
+  }
+  const std::vector<recorded_run> recorded = runs->collect();
+  if (end.start_error != 0) {
+    complain(command.front() + ": " + std::generic_category().message(end.start_error));
+    return end.start_error == ENOENT ? exit_not_found : exit_not_executable;
+  }
+  if (recorded.empty()) {
+    complain("nothing was recorded: " + why_nothing(find_llvm_runtime().has_value()));
+  } else {
+    tell(recorded);
+  }
+  if (end.signal != 0) end_by_signal(end.signal);
+  return end.signal != 0 ? 128 + end.signal : end.exit_status;
+}
+
+/// What stands behind the options: the program and its arguments.
+std::vector<std::string> read_command(const CLI::App& command) {
+  std::vector<std::string> words = command.remaining();
+  if (words.empty()) throw CLI::RequiredError("PROGRAM");
+  if (words.front() == "--") {
+    words.erase(words.begin());
+    if (words.empty()) throw CLI::RequiredError("PROGRAM");
+  } else if (words.front().starts_with('-')) {
+    throw CLI::ValidationError("there is no option \"" + words.front() + '"', CLI::ExitCodes::ExtrasError);
+  }
+  return words;
+}
+
+}  // namespace
+
+subcommand_action set_up_record(CLI::App& command) {
+  const auto directory = std::make_shared<std::string>();
+  command.description(description);
+  command.footer(footer);
+  // What follows the first word that is no option is the program's.
+  command.prefix_command();
+  command.add_option("-o,--output", *directory, "Record into this directory instead of _qzd_<date>_<time>")
+      ->type_name("DIRECTORY");
+  return [&command, directory] { return record(read_command(command), *directory); };
+}

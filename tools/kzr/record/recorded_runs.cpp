@@ -1,0 +1,63 @@
+#include "kzr/record/recorded_runs.h"
+
+#include <algorithm>
+#include <fstream>
+#include <stdexcept>
+#include <system_error>
+
+#include "recorder/run_directory.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+recorded_run describe(const fs::path& directory) {
+  recorded_run run{.directory = directory};
+  for (const fs::directory_entry& file : fs::directory_iterator(directory)) {
+    if (!file.path().filename().string().starts_with("_kzr.")) continue;
+    ++run.threads;
+    run.size_bytes += file.file_size();
+  }
+  bool has_gcc = false;
+  bool has_llvm = false;
+  std::ifstream images(directory / "imageload.csv");
+  for (std::string line; std::getline(images, line);) {
+    has_gcc = has_gcc || line.find("/libgomp.so") != std::string::npos;
+    has_llvm = has_llvm || line.find("/libomp.so") != std::string::npos;
+  }
+  run.replaced_runtime = has_gcc && has_llvm;
+  return run;
+}
+
+}  // namespace
+
+recorded_runs::recorded_runs(const fs::path& directory) : directory_(directory) {
+  if (directory.empty()) {
+    directory_ = kzr::create_run_directory(".").filename();
+  } else if (fs::create_directories(directory); !fs::is_empty(directory)) {
+    throw std::runtime_error(directory.string() + " is not empty");
+  }
+  further_before_ = find_further();
+}
+
+std::set<fs::path> recorded_runs::find_further() const {
+  std::set<fs::path> further;
+  for (unsigned number = 2;; ++number) {
+    fs::path directory = directory_.string() + '.' + std::to_string(number);
+    if (!fs::exists(directory)) return further;
+    further.insert(std::move(directory));
+  }
+}
+
+std::vector<recorded_run> recorded_runs::collect() const {
+  std::vector<recorded_run> runs;
+  if (fs::exists(directory_)) runs.push_back(describe(directory_));
+  for (const fs::path& directory : find_further()) {
+    if (!further_before_.contains(directory)) runs.push_back(describe(directory));
+  }
+  std::erase_if(runs, [](const recorded_run& run) { return run.threads == 0; });
+  // Removes only what is empty.
+  std::error_code is_not_empty;
+  fs::remove(directory_, is_not_empty);
+  return runs;
+}
