@@ -20,10 +20,6 @@ struct seeded_hash {
   std::uint64_t operator()(std::uint64_t number) const {
     return fold_product(number ^ hash_seed, 0x9e3779b97f4a7c15U);
   }
-  std::uint64_t operator()(std::uint64_t first, std::uint64_t second) const {
-    return fold_product(fold_product(first ^ hash_seed, std::rotl(hash_seed, 32) | 1) ^ second,
-                        0x9e3779b97f4a7c15U);
-  }
   std::uint64_t operator()(const ___onx_id& id) const {
     return fold_product(fold_product(id.d1 ^ hash_seed, id.d2 ^ std::rotl(hash_seed, 32)) ^ id.d3,
                         0x9e3779b97f4a7c15U);

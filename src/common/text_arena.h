@@ -7,7 +7,8 @@
 
 #include "common/huge_pages.h"
 
-/// Keeps what stays until the end of a run: texts and values of trace records, symbols. Bytes handed out stay
+/// Keeps what goes all at once: texts and values of trace records, small parts of nodes, the tree of an XML
+/// file. Bytes handed out stay
 /// where they are until the arena is cleared or destroyed, so consumers may keep pointers to them.
 class text_arena {
  public:

@@ -31,7 +31,7 @@ void ignore_output_signals() {
 
 namespace {
 
-/// Keeps a few places among the open files for as long as it lives, so that a run with more trace files than
+/// Keeps a few files open for as long as it exists, so that a run with more trace files than
 /// may be open does not leave none for its outputs.
 class reserved_files {
  public:

@@ -9,8 +9,9 @@
 
 namespace {
 
-/// Fetches what upcoming records look up in the model, a step further for each of some records: each place
-/// has to come from memory before the next one is known.
+/// Fetches what upcoming records look up in the model: first the slots of their identifiers, some records
+/// later the symbols that these name, then the nodes and the slot of an edge. Each has to come from memory
+/// before the next one is known.
 class model_fetcher {
  public:
   static constexpr std::size_t most_steps = 8;

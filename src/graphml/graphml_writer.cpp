@@ -76,8 +76,8 @@ void graphml_writer::write_graph(const graph_symbol& graph, std::ostream& out) {
   }
   const std::vector<const edge_symbol*>& edges = graph.edges();
   for (std::size_t i = 0; i < edges.size(); ++i) {
-    if (i + 8 < edges.size()) prefetch_ports(*edges[i + 8]);
-    if (i + 4 < edges.size()) prefetch_nodes(*edges[i + 4]);
+    if (i + steps_to_ports < edges.size()) prefetch_ports(*edges[i + steps_to_ports]);
+    if (i + steps_to_nodes < edges.size()) prefetch_nodes(*edges[i + steps_to_nodes]);
     add_edge(*edges[i]);
     write_full_block(out);
   }

@@ -42,7 +42,7 @@ class graphml_writer {
   void add_inner_ports(std::span<port_symbol* const> ports, const std::string& direction);
   void add_ports(std::span<port_symbol* const> ports);
   void add_edge(const edge_symbol& edge);
-  /// Starts the line of one datum of a node; the caller appends the value and `end_of_datum`.
+  /// Starts the line of one datum; the caller appends the value and `end_of_datum`.
   void start_datum(std::string_view key_id);
   void add_datum(std::string_view key_id, std::string_view value);
   void write_full_block(std::ostream& out);

@@ -38,6 +38,11 @@ class graph_symbol : public kzr_symbol {
   /// The composite node that this graph is the inside of; null for a plain graph.
   [[nodiscard]] subgraph_node_symbol* composite_node() const { return composite_; }
 
+  /// The graph that gives this one its id: the nearest one around that is plain or the inside of a shown
+  /// composite node. Itself until the inner graphs of the run are complete.
+  [[nodiscard]] const graph_symbol& id_graph() const { return *id_graph_; }
+  void set_id_graph(const graph_symbol& graph) { id_graph_ = &graph; }
+
   /// Takes `node` in; the graph must be its own one.
   void add_node(node_symbol& node);
   /// Moves `node` here from the graph that holds it, at a cost that does not depend on the size of either.
@@ -64,8 +69,8 @@ class graph_symbol : public kzr_symbol {
   void list_edge(const edge_symbol& edge) { edges_.push_back(&edge); }
 
  private:
-  /// A port and where others with the same first word of their identifiers stand, as one more than their
-  /// index in `ports_`, 0 for none. Known of ports that the look-up knows.
+  /// A port and, once the look-up knows it, the first port and the one before it with the same first word of
+  /// the identifier: one more than their index in `ports_`, 0 for none.
   struct registered_port {
     port_symbol* port;
     std::uint32_t first = 0;
@@ -79,13 +84,14 @@ class graph_symbol : public kzr_symbol {
   }
 
   subgraph_node_symbol* composite_ = nullptr;
+  const graph_symbol* id_graph_ = this;
   std::string gml_id_;                    ///< empty for the inside of a composite node
   std::list<std::string> name_prefixes_;  ///< nodes refer to them
   std::vector<node_symbol*> nodes_;
   std::vector<registered_port> ports_;
   std::vector<const edge_symbol*> edges_;
-  /// Few runs look for nodes and ports by their first word, so these look-ups are filled by those who look:
-  /// up to here they know `nodes_` and `ports_`.
+  /// Few runs look for nodes and ports by their first word, so the look-ups are brought up to date when they
+  /// are asked. So many nodes and ports from the front are in them.
   std::size_t indexed_nodes_ = 0;
   std::size_t indexed_ports_ = 0;
   flat_index nodes_by_d1_;

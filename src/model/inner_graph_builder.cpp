@@ -87,7 +87,7 @@ bool inner_graph_builder::is_inside(const subgraph_node_symbol& inner,
   return composite != nullptr;
 }
 
-/// Makes `node` a member of the composite's inner graph for good; false when it is one of another graph. A
+/// Makes `node` a member of the composite's inner graph; false when it is one of another graph. A
 /// damaged trace may say that composite nodes hold each other: the one that comes first does.
 bool inner_graph_builder::claim(subgraph_node_symbol& composite, node_symbol& node) {
   node_state& state = state_of(node);
@@ -252,9 +252,11 @@ void inner_graph_builder::hide_insides() {
   // The outermost first: what is hidden hides what is inside it.
   for (auto inner = composites_.rbegin(); inner != composites_.rend(); ++inner) {
     const subgraph_node_symbol* const around = (*inner)->own_graph().composite_node();
-    if (around == nullptr || around->inner_visible()) continue;
-    (*inner)->hide_inner_graph();
-    (*inner)->set_visible(false);
+    if (around != nullptr && !around->inner_visible()) {
+      (*inner)->hide_inner_graph();
+      (*inner)->set_visible(false);
+    }
+    if (!(*inner)->visible()) (*inner)->inner_graph().set_id_graph((*inner)->own_graph().id_graph());
   }
 }
 

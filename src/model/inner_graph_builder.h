@@ -14,7 +14,7 @@ class subgraph_node_symbol;
 /// nodes and edges beside their composite node and only says which inner ports stand for its outer ports;
 /// from those ports the inside is found by following edges. Nodes are moved first, then every edge ever made
 /// gets its graph and its ends. Nothing here recurses, and every node, port and edge is looked at a fixed
-/// number of times.
+/// number of times, but for the composite nodes around it.
 class inner_graph_builder {
  public:
   /// Borrows `dm` and its symbols.

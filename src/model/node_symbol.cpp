@@ -53,15 +53,16 @@ void node_symbol::append_gml_id(text_buffer& text) const {
   // The parts are known from the inside out. Composite nodes may be nested as deep as the trace likes, so
   // they are measured first and then written from the back.
   std::size_t size = 0;
-  const node_symbol* node = this;
   const graph_symbol* graph = nullptr;
-  for (; node != nullptr; node = graph->composite_node()) {
+  const node_symbol* node = this;
+  do {
     if (node->visible_) size += size_of_part(node->number_);
-    graph = node->graph_;
-  }
+    graph = &node->graph_->id_graph();
+    node = graph->composite_node();
+  } while (node != nullptr);
   graph->append_gml_id(text);
   char* end = text.extend(size) + size;
-  for (node = this; node != nullptr; node = node->graph_->composite_node()) {
+  for (node = this; node != nullptr; node = node->graph_->id_graph().composite_node()) {
     if (node->visible_) end = write_part_before(end, node->number_);
   }
 }

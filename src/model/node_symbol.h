@@ -79,7 +79,7 @@ class node_symbol : public kzr_symbol {
   const std::string& name_prefix_;
   std::uint64_t handle_;
   const char* code_location_ = "";
-  const metadata* metadata_ = nullptr;  ///< told last
+  const metadata* metadata_ = nullptr;  ///< the latest one
   port_list input_ports_;
   port_list output_ports_;
 };

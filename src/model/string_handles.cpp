@@ -18,16 +18,11 @@ constexpr std::array<std::string_view, static_cast<std::size_t>(vocabulary_word:
     "queue_node",
     "write_once_node",
     "split_node",
-    "node",
-    "input_port",
-    "output_port",
-    "body",
     "code_address",
     "object_name",
     "join_node (queueing)",
     "join_node (reserving)",
     "join_node (tag_matching)",
-    "join_node (key_matching)",
 };
 
 vocabulary_word find_word(std::string_view text) {

@@ -22,16 +22,11 @@ enum class vocabulary_word : std::uint8_t {
   queue_node,
   write_once_node,
   split_node,
-  node,
-  input_port,
-  output_port,
-  body,
   code_address,
   object_name,
   join_queueing,
   join_reserving,
   join_tag_matching,
-  join_key_matching,
   none,
 };
 
@@ -48,11 +43,11 @@ class string_handles {
   /// word.
   vocabulary_word add(std::uint64_t handle, const char* text);
 
-  /// The text of `handle`, empty when it has none.
-  [[nodiscard]] const char* text(std::uint64_t handle) const;
-
   /// The same for a text that no handle stands for: from here on, no record's handle stands for its word.
   vocabulary_word add_nameless(std::string_view text);
+
+  /// The text of `handle`, empty when it has none.
+  [[nodiscard]] const char* text(std::uint64_t handle) const;
 
   /// Whether `handle` is the one registered last for `word`.
   [[nodiscard]] bool is(vocabulary_word word, std::uint64_t handle) const {

@@ -15,7 +15,7 @@
 #include "model/subgraph_node_symbol.h"
 
 /// All symbols of a run: their one owner, the memory they lie in, and the look-up by identifier. A symbol's
-/// position is a short name for it that costs less to keep than a pointer; 0 stands for no symbol.
+/// position is a number that stands for it and costs less to keep than a pointer; 0 stands for no symbol.
 class symbol_list {
  public:
   symbol_list() = default;

@@ -38,8 +38,8 @@ class kzr_record_processor {
  private:
   using record_ref = const trace_record&;
 
-  /// Where an open region stands: its node and the graph that its record named; either may be null.
-  struct region_place {
+  /// An open region: its node and the graph that its record named; either may be null.
+  struct open_region {
     node_symbol* node = nullptr;
     graph_symbol* graph = nullptr;
   };
@@ -75,5 +75,5 @@ class kzr_record_processor {
   task_pairing pairing_;
   std::optional<openmp_subgraphs> subgraphs_;
   /// By identifier: the open regions, the one begun last at the back.
-  std::map<___onx_id, std::vector<region_place>> open_regions_;
+  std::map<___onx_id, std::vector<open_region>> open_regions_;
 };

@@ -5,8 +5,8 @@
 void kzr_record_processor::region_begin(record_ref record) {
   if (domain_of(record) == DomainType::unknown) return;
   events_.note_thread(record);
-  const region_place place{model_.get_sym_as<node_symbol>(record.object()),
-                           model_.get_sym_as<graph_symbol>(record.parent())};
+  const open_region place{model_.get_sym_as<node_symbol>(record.object()),
+                          model_.get_sym_as<graph_symbol>(record.parent())};
   open_regions_[record.object()].push_back(place);
   events_.append(tml_event_t::region_begun, record, place.node, place.graph);
 }
@@ -14,7 +14,7 @@ void kzr_record_processor::region_begin(record_ref record) {
 void kzr_record_processor::region_end(record_ref record) {
   if (domain_of(record) == DomainType::unknown) return;
   events_.note_thread(record);
-  region_place place;
+  open_region place;
   const auto open = open_regions_.find(record.object());
   if (open != open_regions_.end()) {
     place = open->second.back();

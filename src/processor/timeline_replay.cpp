@@ -100,9 +100,6 @@ class timeline_replay {
   kzr_traceml_writer& writer_;
 };
 
-constexpr std::size_t steps_to_ports = 8;
-constexpr std::size_t steps_to_nodes = 4;
-
 void prefetch_ends(const look_ahead<timeline_event, steps_to_ports>& events, const kzr_data_manager& model) {
   const auto edge_of = [&model](const timeline_event* event) {
     return event == nullptr || event->edge == 0 ? nullptr : &model.edges().get(event->edge - 1);
