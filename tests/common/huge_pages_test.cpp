@@ -12,17 +12,16 @@
 namespace {
 
 TEST(block_source, gives_each_block_away_once) {
-  constexpr std::size_t count = 26;
   block_source source;
   std::vector<std::unique_ptr<char, free_deleter>> blocks;
   std::vector<std::size_t> sizes;
-  for (std::size_t i = 0; i < count; ++i) {
+  for (char letter = 'a'; letter <= 'z'; ++letter) {
     const block_source::block taken = source.take();
     blocks.emplace_back(taken.memory);
+    std::memset(taken.memory, letter, taken.size_bytes);
     sizes.push_back(taken.size_bytes);
-    std::memset(taken.memory, static_cast<int>('a' + i), taken.size_bytes);
   }
-  for (std::size_t i = 0; i < count; ++i) {
+  for (std::size_t i = 0; i < blocks.size(); ++i) {
     EXPECT_EQ(blocks[i].get()[0], static_cast<char>('a' + i));
     EXPECT_EQ(blocks[i].get()[sizes[i] - 1], static_cast<char>('a' + i));
   }

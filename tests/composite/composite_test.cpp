@@ -55,6 +55,12 @@ class flow_run {
     relate(body, relation_code::is_child_of, node);
     trace_.task_begin(1, body, node, 5, 0).task_end(1);
   }
+  /// A region of the node in its final place, and one in the graph that it was announced in.
+  void run_regions_of(const object_id& node) {
+    for (const object_id& parent : {object_id{}, graph_}) {
+      trace_.region_begin(1, node, parent, 4).region_end(1, node);
+    }
+  }
 
   void write_in(const std::filesystem::path& directory) {
     write_file(directory / "_kzr.0", trace_.end().bytes());
@@ -107,6 +113,7 @@ TEST_P(composite_documents, shows_its_inside_in_a_document_of_its_own) {
   run.edge(x_out, y_in);  // replaces the second edge
   run.edge(source_out, y_in).relate(source_out, relation_code::removes_edge_to, y_in);
   run.run_body_of(x);
+  run.run_regions_of(x);
   expect_case("composite", run);
 }
 

@@ -62,7 +62,7 @@ std::string odd_records(kzr::trace_form form) {
   file.at(239).task_begin(flow, a, g, 77, 7);
   file.at(240).task_begin(flow, g, nothing, 0, 18446744073709551615u);
   file.at(241).task_begin(flow, unknown, a, input, 8);
-  for (const std::uint64_t end : {242, 243, 244, 245, 246, 247}) file.at(end).task_end(flow);
+  for (const std::uint64_t end : {242u, 243u, 244u, 245u, 246u, 247u}) file.at(end).task_end(flow);
   // An end in the domain of OpenMP, which counts twice, and a task there that is not known.
   file.at(248).task_begin(flow, a, g, node, 1).at(249).task_begin(omp, unknown, nothing, node, 1);
   file.at(250).task_begin(omp, b, g, node, 1).at(251).task_end(omp);
