@@ -28,7 +28,8 @@ class symbol_list {
   template <class T, class... Arguments>
   T& make(const ___onx_id& id, Arguments&&... arguments) {
     static_assert(alignof(T) <= unit_bytes && sizeof(T) <= block_bytes - unit_bytes);
-    T* const symbol = new (allocate(sizeof(T))) T(id, std::forward<Arguments>(arguments)...);
+    void* const memory = allocate(sizeof(T));
+    T* const symbol = new (memory) T(id, std::forward<Arguments>(arguments)...);
     if constexpr (!std::is_trivially_destructible_v<T>) {
       owners_.push_back({symbol, [](void* made) { static_cast<T*>(made)->~T(); }});
     }
