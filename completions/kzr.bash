@@ -1,9 +1,23 @@
 # bash completion for kzr: a command, then what a function with its name completes.
 
+_kzr_convert() {
+  case ${COMP_WORDS[COMP_CWORD - 1]} in
+    --name) ;;
+    *)
+      if [[ $current == -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W '--help --version --omp_experimental --name --output' -- "$current")
+      else
+        compopt -o filenames
+        mapfile -t COMPREPLY < <(compgen -d -- "$current")
+      fi
+      ;;
+  esac
+}
+
 _kzr_dump() {
   local kinds='definition api_version domain_createA domain_createW id_create id_destroy metadata metadata_stringA
     metadata_stringW relation string_handle_createA string_handle_createW task_begin task_end task_group
-    region_begin region_end'
+    region_begin region_end end_of_records'
   case ${COMP_WORDS[COMP_CWORD - 1]} in
     --kind) mapfile -t COMPREPLY < <(compgen -W "$kinds" -- "$current") ;;
     --producer | --from | --to) ;;
@@ -44,7 +58,7 @@ _kzr_help() {
 }
 
 _kzr() {
-  local current=${COMP_WORDS[COMP_CWORD]} commands='dump record help'
+  local current=${COMP_WORDS[COMP_CWORD]} commands='convert dump record help'
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
     mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$current")

@@ -5,13 +5,20 @@ end
 
 set -l kinds definition api_version domain_createA domain_createW id_create id_destroy metadata metadata_stringA \
     metadata_stringW relation string_handle_createA string_handle_createW task_begin task_end task_group \
-    region_begin region_end
+    region_begin region_end end_of_records
 complete -c kzr -f
 complete -c kzr -s h -l help -d 'Print a short help'
 complete -c kzr -l version -d 'Print the version'
+complete -c kzr -n __kzr_does -a convert -d 'Convert a run to GraphML and TraceML'
 complete -c kzr -n __kzr_does -a dump -d 'Tell what is in a run, and what about it is damaged or odd'
 complete -c kzr -n __kzr_does -a record -d 'Run a program and record what it does with OpenMP'
 complete -c kzr -n __kzr_does -a help -d 'Show help, or that of a command'
+
+complete -c kzr -n '__kzr_does convert' -a '(__fish_complete_directories)'
+complete -c kzr -n '__kzr_does convert' -s o -l output -x -a '(__fish_complete_directories)' \
+    -d 'Directory for the outputs'
+complete -c kzr -n '__kzr_does convert' -l name -x -d 'Base name of the outputs'
+complete -c kzr -n '__kzr_does convert' -l omp_experimental -d 'Write the insides of OpenMP regions too'
 
 complete -c kzr -n '__kzr_does dump' -a '(__fish_complete_directories)'
 complete -c kzr -n '__kzr_does dump' -l omp_experimental -d 'Look into OpenMP regions'
@@ -27,7 +34,7 @@ complete -c kzr -n '__kzr_does dump; and __fish_seen_argument -l records' -l fro
 complete -c kzr -n '__kzr_does dump; and __fish_seen_argument -l records' -l to -x \
     -d 'Only records up to this timestamp'
 
-complete -c kzr -n '__kzr_does help' -a 'dump help'
+complete -c kzr -n '__kzr_does help' -a 'convert dump record help'
 
 complete -c kzr -n '__kzr_does record' -s o -l output -x -a '(__fish_complete_directories)' \
     -d 'Record into this directory'

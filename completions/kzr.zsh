@@ -2,14 +2,25 @@
 # A command, then what a function with its name completes.
 
 local -a commands
-commands=('dump:tell what is in a run, and what about it is damaged or odd'
+commands=('convert:convert a run to GraphML and TraceML'
+  'dump:tell what is in a run, and what about it is damaged or odd'
   'record:run a program and record what it does with OpenMP' 'help:show help, or that of a command')
+
+_kzr_convert() {
+  _arguments \
+    '(-h --help)'{-h,--help}'[print a short help]' \
+    '--version[print the version]' \
+    '(-o --output)'{-o,--output}'[directory for the outputs]:directory:_directories' \
+    '--name[base name of the outputs]:name:' \
+    '--omp_experimental[write the insides of OpenMP regions too]' \
+    ':run:_directories'
+}
 
 _kzr_dump() {
   local -a kinds
   kinds=(definition api_version domain_createA domain_createW id_create id_destroy metadata metadata_stringA
     metadata_stringW relation string_handle_createA string_handle_createW task_begin task_end task_group
-    region_begin region_end)
+    region_begin region_end end_of_records)
   _arguments \
     '(-h --help)'{-h,--help}'[print a short help]' \
     '--version[print the version]' \
@@ -33,7 +44,7 @@ _kzr_record() {
 }
 
 _kzr_help() {
-  _arguments '(-h --help)'{-h,--help}'[print a short help]' ':command:(dump record help)'
+  _arguments '(-h --help)'{-h,--help}'[print a short help]' ':command:(convert dump record help)'
 }
 
 if ((CURRENT == 2)); then

@@ -56,21 +56,48 @@ multifile_reader open_traces(const std::string& stem) {
   return multifile_reader(stem);
 }
 
+/// Tells the watcher, where there is one.
+class conversion_report {
+ public:
+  explicit conversion_report(conversion_watcher* watcher) : watcher_(watcher) {}
+
+  void step(const char* step) const {
+    if (watcher_ != nullptr) watcher_->on_step(step);
+  }
+  void output(const std::string& path, bool is_whole) const {
+    if (watcher_ != nullptr && !path.empty()) watcher_->on_output(path, is_whole);
+  }
+
+ private:
+  conversion_watcher* watcher_;
+};
+
 }  // namespace
 
-void convert(const run_settings& settings) {
+void convert(const run_settings& settings, conversion_watcher* watcher) {
+  const conversion_report report(watcher);
+  report.step("opening the trace files");
   multifile_reader traces = open_traces(settings.trace_stem);
   kzr_data_manager model(settings.run_name);
-  kzr_traceml_writer timeline(model, settings.run_name + ".traceml", traces.frequency(),
-                              traces.concurrency());
+  const std::string timeline_path = settings.run_name + ".traceml";
+  kzr_traceml_writer timeline(model, timeline_path, traces.frequency(), traces.concurrency());
+  report.step("reading imageload.csv");
   image_table images = read_image_table();
   kzr_record_processor processor(model, images, settings.omp_experimental != 0);
-  process_records(traces, model, processor);
-  write_zup_output(images);
+  report.step("reading the records");
+  process_records(traces, model, processor, watcher);
+  report.output(zup_output_path(), write_zup_output(images));
+  report.step("completing inner graphs");
   model.complete_inner_graphs();
+  report.step("writing the timeline");
   timeline.platform_creation(std::stoi(traces.concurrency()));
   timeline.meta_head_creation(processor.collected().cores(), processor.collected().threads());
   replay_events(processor.collected().events(), model, timeline);
-  timeline.close();
-  graphml_writer(model).write_files();
+  report.output(timeline_path, timeline.close());
+  report.step("writing the documents");
+  graphml_writer documents(model);
+  for (const graphml_file& document : model.files()) {
+    const std::string path = document.name + ".graphml";
+    report.output(path, documents.write_file(document, path));
+  }
 }

@@ -2,6 +2,7 @@
 
 #include "common/look_ahead.h"
 #include "common/prefetch.h"
+#include "driver/conversion.h"
 #include "model/kzr_data_manager.h"
 #include "model/port_symbol.h"
 #include "processor/kzr_record_processor.h"
@@ -59,11 +60,15 @@ class model_fetcher {
 
 }  // namespace
 
-void process_records(multifile_reader& traces, const kzr_data_manager& model,
-                     kzr_record_processor& processor) {
+void process_records(multifile_reader& traces, const kzr_data_manager& model, kzr_record_processor& processor,
+                     conversion_watcher* watcher) {
+  const auto process = [&processor, watcher](const trace_record& record) {
+    if (watcher != nullptr) watcher->on_record(record);
+    processor.process_record(record);
+  };
   // Looking ahead has its price, which small models do not pay back.
   trace_record single;
-  while (!model.symbols().is_large() && traces.next_record(single)) processor.process_record(single);
+  while (!model.symbols().is_large() && traces.next_record(single)) process(single);
 
   const model_fetcher fetcher(model);
   model_fetcher::record_queue records;
@@ -76,6 +81,6 @@ void process_records(multifile_reader& traces, const kzr_data_manager& model,
   };
   while (const trace_record* const record = records.next(read)) {
     fetcher.fetch(records);
-    processor.process_record(*record);
+    process(*record);
   }
 }

@@ -34,11 +34,11 @@ bool has_port_key(const port_symbol& port) { return port.offset() >= 0 && port.o
 
 graphml_writer::graphml_writer(const kzr_data_manager& model) : model_(model) {}
 
-void graphml_writer::write_files() {
-  for (const graphml_file& document : model_.files()) {
-    std::ofstream file(document.name + ".graphml");
-    if (file) write(document, file);
-  }
+bool graphml_writer::write_file(const graphml_file& document, const std::string& path) {
+  std::ofstream file(path);
+  if (file) write(document, file);
+  file.close();
+  return !file.fail();
 }
 
 void graphml_writer::write(const graphml_file& document, std::ostream& out) {

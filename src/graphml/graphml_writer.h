@@ -25,9 +25,9 @@ class graphml_writer {
   /// Borrows the model.
   explicit graphml_writer(const kzr_data_manager& model);
 
-  /// Writes every document of the run to `<name>.graphml` in the working directory, in place of what was
-  /// there. A file that cannot be written is not reported.
-  void write_files();
+  /// Writes one document of the run to the file `path`, in place of what was there. False when some of it
+  /// could not be written.
+  bool write_file(const graphml_file& document, const std::string& path);
   /// Writes one document.
   void write(const graphml_file& document, std::ostream& out);
 

@@ -57,9 +57,16 @@ image_table read_image_table() {
   return images;
 }
 
-void write_zup_output(const image_table& images) {
+std::string zup_output_path() {
   const char* const results = std::getenv("QZD_DIR");
-  if (results == nullptr) return;
-  std::ofstream file(std::string(results) + "/zup_result.csv");
+  return results == nullptr ? std::string() : std::string(results) + "/zup_result.csv";
+}
+
+bool write_zup_output(const image_table& images) {
+  const std::string path = zup_output_path();
+  if (path.empty()) return true;
+  std::ofstream file(path);
   for (const auto& [key, image] : images.images_by_offset()) file << key << ',' << image << std::endl;
+  file.close();
+  return !file.fail();
 }

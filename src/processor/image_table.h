@@ -45,5 +45,10 @@ class image_table {
 /// Throws as `image_table::read` does.
 [[nodiscard]] image_table read_image_table();
 
-/// Writes the list of resolved code addresses to the results directory that QZD_DIR names, if it is set.
-void write_zup_output(const image_table& images);
+/// The file for the list of resolved code addresses, in the results directory that QZD_DIR names; empty when
+/// that is not set.
+[[nodiscard]] std::string zup_output_path();
+
+/// Writes the list of resolved code addresses to that file, if there is to be one. False when some of it
+/// could not be written.
+bool write_zup_output(const image_table& images);

@@ -57,6 +57,7 @@ class kzr_record_processor {
   void add_port(record_ref record, openmp_subgraphs* subgraphs);
   void add_graph(record_ref record, openmp_subgraphs* subgraphs);
   void add_node(record_ref record, openmp_subgraphs* subgraphs);
+  void count_left_out(record_ref record);
   void add_parallel_region(record_ref record);
   void add_implicit_task(record_ref record);
   void task_begin(record_ref record);

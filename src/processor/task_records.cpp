@@ -48,7 +48,7 @@ void kzr_record_processor::add_node(record_ref record, openmp_subgraphs* subgrap
     graph = subgraphs->find_graph_of(record.parent());
   } else {
     graph = model_.get_sym_as<graph_symbol>(record.parent());
-    if (graph == nullptr) model_.warnings().count(node_without_graph);
+    if (graph == nullptr) count_left_out(record);
   }
   if (graph == nullptr) return;
   const node_symbol& node = model_.add_node(record.object(), *graph, record.name());
@@ -56,9 +56,24 @@ void kzr_record_processor::add_node(record_ref record, openmp_subgraphs* subgrap
   events_.append_node(record, node, node.handle());
 }
 
+/// Without the sub-graph paths nobody knows implicit tasks, and so the nodes inside of regions have parents
+/// that are unknown; implicit tasks themselves look like nodes of a region.
+void kzr_record_processor::count_left_out(record_ref record) {
+  const kzr_symbol* const parent = model_.get_sym(record.parent());
+  const bool is_in_region = domain_of(record) == DomainType::openmp && record.parent() != ___onx_id{} &&
+                            (parent == nullptr || parent->type() == parallel_region_symbol::own_class);
+  if (is_in_region) {
+    model_.warnings().note("Inside of an OpenMP region, shown with --omp_experimental.");
+  } else {
+    model_.warnings().count(node_without_graph);
+  }
+}
+
 void kzr_record_processor::add_parallel_region(record_ref record) {
   const auto* const parent = model_.get_sym_as<parallel_region_symbol>(record.parent());
-  if (parent == nullptr) {
+  if (parent == nullptr && record.parent() == ___onx_id{}) {
+    model_.warnings().note("Parallel region without a region around it.");
+  } else if (parent == nullptr) {
     model_.warnings().count("Parallel region has unexpected parent type, using unknown parent instead.");
   }
   model_.add_parallel_region(record.object(), parent, record.name());

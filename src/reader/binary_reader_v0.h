@@ -31,11 +31,11 @@ class binary_reader_v0 : public trace_reader {
   [[nodiscard]] bool read_narrow_string(trace_record& record, std::uint32_t length);
   [[nodiscard]] bool read_wide_string(trace_record& record, std::uint32_t length);
   [[nodiscard]] bool read_metadata_value(trace_record& record);
-  [[nodiscard]] bool read_captured(trace_record& record, void* to, std::size_t size_bytes);
+  /// False when fewer bytes than these are left.
+  [[nodiscard]] bool read_whole(void* to, std::size_t size_bytes);
   /// Reads up to `length` bytes into the arena, zero-terminated, however many really arrive.
   [[nodiscard]] const char* read_text(std::size_t length, std::size_t& arrived);
 
-  std::uint64_t position_;
   std::optional<input_window> file_;  ///< let go, and so closed, when the last record was handed out
   std::uint64_t frequency_;
   std::uint64_t concurrency_;

@@ -29,6 +29,7 @@ void input_window::pull_up() {
 
 /// Reads on behind the first `used_bytes` bytes of the buffer, which are the next ones to hand out.
 void input_window::fill_from(std::size_t used_bytes) {
+  window_begin_ += next_;
   next_ = 0;
   end_ = used_bytes + std::fread(&buffer_[used_bytes], 1, window_bytes - used_bytes, file_);
   if (end_ < window_bytes) {

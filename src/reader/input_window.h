@@ -26,6 +26,9 @@ class input_window {
     return {&buffer_[next_], std::min(size_bytes, end_ - next_)};
   }
 
+  /// How many bytes were taken so far.
+  [[nodiscard]] std::uint64_t taken_bytes() const { return window_begin_ + next_; }
+
   /// Reads one byte; false at the end of the file.
   bool read_byte(std::uint8_t& byte) {
     if (next_ == end_ && !refill()) return false;
@@ -52,6 +55,7 @@ class input_window {
 
   std::FILE* file_;
   std::unique_ptr<std::uint8_t[]> buffer_ = std::make_unique_for_overwrite<std::uint8_t[]>(window_bytes);
+  std::uint64_t window_begin_ = 0;  ///< position of the buffer's first byte
   std::size_t next_ = 0;
   std::size_t end_ = 0;
 };

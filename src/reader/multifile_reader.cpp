@@ -21,11 +21,19 @@ multifile_reader::multifile_reader(const std::string& stem) {
 }
 
 bool multifile_reader::next_record(trace_record& record) {
+  while (next_record_or_end(record)) {
+    if (record.kind != record_kind::end_of_records) return true;
+  }
+  return false;
+}
+
+bool multifile_reader::next_record_or_end(trace_record& record) {
   while (!heap_.empty()) {
     const std::uint32_t index = heap_.pop();
     trace_reader& reader = *readers_[index];
     reader.current_and_advance(record);
-    if (record.kind < record_kind::end_of_records) {
+    const bool is_end = record.kind == record_kind::end_of_records;
+    if (!is_end && is_described(record.kind)) {
       if (reader.has_current()) {
         heap_.push(reader.timestamp(), index);
       } else {
@@ -33,8 +41,9 @@ bool multifile_reader::next_record(trace_record& record) {
       }
       return true;
     }
-    if (record.kind == record_kind::bad_record) ++damaged_files_;
     readers_[index].reset();
+    if (is_end) return true;
+    ++damaged_files_;
   }
   return false;
 }

@@ -23,6 +23,9 @@ class multifile_reader {
   /// handed out.
   bool next_record(trace_record& record);
 
+  /// The same with the end records, which belong to the files and not to the run. For those who list files.
+  bool next_record_or_end(trace_record& record);
+
   /// Gives back the texts of all records handed out so far, which the caller must not look at any more, once
   /// some have gathered. For those who look at each record once.
   void release_texts();

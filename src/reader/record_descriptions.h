@@ -92,6 +92,9 @@ inline constexpr std::array<record_description, 18> record_descriptions = [] {
   }};
 }();
 
+static_assert(record_descriptions.size() == static_cast<std::size_t>(record_kind::bad_record),
+              "each kind in front of the bad record has a row, by number");
+
 /// Whether records of the kind have a row in `record_descriptions`.
 [[nodiscard]] constexpr bool is_described(record_kind kind) {
   return static_cast<std::size_t>(kind) < record_descriptions.size();

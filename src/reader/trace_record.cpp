@@ -1,8 +1,5 @@
 #include "reader/trace_record.h"
 
-#include <charconv>
-#include <iostream>
-#include <string>
 #include <string_view>
 
 namespace {
@@ -31,60 +28,5 @@ void trace_record::reset(std::int32_t of_producer) {
   f = {};
   id = {};
   string = nullptr;
-  raw_offset = 0;
-  raw[0] = 0;
-}
-
-namespace {
-
-void append_hex(std::string& text, std::uint64_t number) {
-  std::array<char, 16> digits;
-  const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16);
-  text.append(digits.data(), result.ptr);
-}
-
-void append_indexed(std::string& text, const char* before, std::size_t index, const char* behind) {
-  text += before;
-  text += std::to_string(index);
-  text += behind;
-}
-
-}  // namespace
-
-void trace_record::dump() const {
-  std::string text;
-  if (raw[0] != 0) {
-    text += "\nraw bytes ";
-    append_hex(text, raw_offset);
-    text += " : ";
-    // The count byte comes first and the last captured byte is left out. That is meant.
-    for (std::size_t i = 0; i < raw[0]; ++i) append_hex(text, raw[i]);
-    text += '\n';
-  }
-  text += std::to_string(producer);
-  text += ": ";
-  if (!is_described(kind)) {
-    text += "  **** ERROR: Unknown opcode\n";
-  } else {
-    text += describe(kind).name;
-    text += '\n';
-    for (std::size_t i = 0; i < f.size(); ++i) {
-      append_indexed(text, "   f[", i, "] = ");
-      text += std::to_string(f[i]);
-      text += '\n';
-    }
-    for (std::size_t k = 0; k < id.size(); ++k) {
-      append_indexed(text, "   id[", k, "] = (");
-      text += std::to_string(id[k].d1);
-      text += ", ";
-      text += std::to_string(id[k].d2);
-      text += ", ";
-      text += std::to_string(id[k].d3);
-      text += " )\n";
-    }
-    text += "   string = ";
-    text += string != nullptr ? narrow_string() : "NULL";
-    text += '\n';
-  }
-  std::cout << text;
+  offset = 0;
 }

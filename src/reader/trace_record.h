@@ -13,9 +13,6 @@ class trace_record {
   /// Puts every field back to its default, for the next record of `producer`.
   void reset(std::int32_t producer);
 
-  /// Prints the record to standard output, for people who look at a trace file.
-  void dump() const;
-
   /// Time of the record, in ticks.
   [[nodiscard]] std::uint64_t timestamp() const { return f[1]; }
 
@@ -59,7 +56,5 @@ class trace_record {
   /// Text, wide text, metadata value or, for a bad record, the reason. Borrowed from the arena of the run's
   /// readers. Null when the record has none.
   const void* string = nullptr;
-  std::uint64_t raw_offset = 0;  ///< byte position in its binary file, for `dump` only
-  /// `raw[0]` captured bytes, the bytes from `raw[1]` on, for `dump` only.
-  std::array<std::uint8_t, 255> raw{};
+  std::uint64_t offset = 0;  ///< of its first byte in a binary file; 0 for a record of an XML file
 };

@@ -24,7 +24,7 @@ const node_symbol* find_running_node(kzr_symbol* symbol) {
 
 }  // namespace
 
-void kzr_traceml_writer::close() {
+bool kzr_traceml_writer::close() {
   const std::uint64_t end = last_timestamp_ + 1;
   for (std::size_t tid = 0; tid < open_tasks_.size(); ++tid) {
     while (open_tasks_[tid] > 0) {
@@ -33,7 +33,7 @@ void kzr_traceml_writer::close() {
     }
   }
   file_.write_line("</traceml>\n");
-  file_.close();
+  return file_.close();
 }
 
 void kzr_traceml_writer::start_line(std::string_view element, std::uint64_t ts, int tid) {

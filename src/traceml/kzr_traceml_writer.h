@@ -67,8 +67,8 @@ class kzr_traceml_writer {
                            std::uint64_t cid, std::string_view stream);
 
   /// Ends what is still open, one tick behind the last event, and tells it on standard error; closes the
-  /// document.
-  void close();
+  /// document. False when some of it could not be written.
+  bool close();
 
  private:
   void start_line(std::string_view element, std::uint64_t ts, int tid);

@@ -59,7 +59,9 @@ bool append_newlines(int file, std::uint64_t from, std::uint64_t to) {
 }  // namespace
 
 line_file::line_file(const std::string& path)
-    : file_(open_output(path)), populate_advice_(is_open() ? populate_advice(file_) : 0) {}
+    : file_(open_output(path)),
+      is_whole_(is_open()),
+      populate_advice_(is_open() ? populate_advice(file_) : 0) {}
 
 void line_file::write_plain(std::string_view text) {
   if (window_ != nullptr) {
@@ -78,12 +80,14 @@ void line_file::write_line(std::string_view line) {
   length_ += line.size();
 }
 
-void line_file::close() {
-  if (!is_open()) return;
-  unmap_window();
-  cut_to_length();
-  ::close(file_);
-  file_ = -1;
+bool line_file::close() {
+  if (is_open()) {
+    unmap_window();
+    cut_to_length();
+    if (::close(file_) != 0) is_whole_ = false;
+    file_ = -1;
+  }
+  return is_whole_;
 }
 
 /// Maps the part of the file in which the next `size_bytes` bytes have room; false when that is not to be
@@ -134,6 +138,7 @@ void line_file::write_through(std::string_view text) {
       text.remove_prefix(piece.size());
     } else {
       length_ = begin;
+      is_whole_ = false;
       close();
     }
   }

@@ -8,8 +8,8 @@
 /// The output file of the timeline. Whatever ends the process, all lines before the one being copied are
 /// whole and belong to the system: the file then ends in newlines only. A kill in the middle of a copy may
 /// cut that line. First the head with write_plain(), then one write_line() per event, then close() or the
-/// destructor. A file that cannot be opened, or cannot grow any more, is not reported: what is written to it
-/// is lost.
+/// destructor. What is written to a file that cannot be opened, or cannot grow any more, is lost; close()
+/// tells.
 class line_file {
  public:
   /// Opens `path` for writing; an existing file is emptied.
@@ -29,8 +29,9 @@ class line_file {
   /// where mapping is not to be had. A line for which there is no room is left out whole and closes the file.
   void write_line(std::string_view line);
 
-  /// Cuts the file to its true length and closes it. Once closed, everything is a no-op.
-  void close();
+  /// Cuts the file to its true length and closes it. Once closed, everything is a no-op. False when something
+  /// that was written is lost.
+  bool close();
 
  private:
   [[nodiscard]] bool has_room(std::size_t size_bytes) const { return length_ + size_bytes <= window_end_; }
@@ -41,6 +42,7 @@ class line_file {
   void cut_to_length();
 
   int file_ = -1;
+  bool is_whole_ = true;
   int populate_advice_ = 0;   ///< 0 when the file is not mapped
   std::uint64_t length_ = 0;  ///< true length of the file; all bytes behind it are newlines
   /// The part of the file that is mapped, in file offsets; nothing while `window_` is null.

@@ -53,8 +53,15 @@ TEST(kzr, refuses_what_it_does_not_know) {
       {{"dump", "x", "dump"}, "kzr: one argument too many: \"dump\"\n"},
       {{"dump", "x", "--", "dump"}, "kzr: one argument too many: \"dump\"\n"},
       {{"dump", "--recrod=1"}, no_option + R"("--recrod"; did you mean "--records"?)"},
+      {{"dump", "--records", "--from", "2x"},
+       "kzr: --from: \"2x\" is no whole number from 0 to 18446744073709551615\n"},
+      {{"dump", "--records", "--producer", "2147483648"},
+       "kzr: --producer: \"2147483648\" is no whole number from 0 to 2147483647\n"},
+      {{"dump", "--records", "--kind", "taskbegin"},
+       "kzr: --kind: \"taskbegin\" is no kind of record; it takes a number from 0 to 17 or a name such as "
+       "task_begin; did you mean \"task_begin\"?\n"},
       {{"--json", "dump"}, no_option + "\"--json\"\n"},
-      {{"dump", "--records", "--from", "2", "--to", "1"}, "kzr: --from: is later than --to\n"},
+      {{"dump", "--records", "--from", "2", "--to", "1"}, "kzr: --from: 2 is later than --to 1\n"},
   };
   for (const auto& [arguments, message] : cases) {
     SCOPED_TRACE(testing::PrintToString(arguments));

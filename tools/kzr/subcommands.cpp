@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "kzr/convert/convert_command.h"
 #include "kzr/dump/dump_command.h"
 #include "kzr/help/help_command.h"
 #include "kzr/record/record_command.h"
@@ -9,6 +10,8 @@
 namespace {
 
 constexpr std::array table = {
+    subcommand{"convert", "Convert a run to GraphML and TraceML, and tell what is odd about it",
+               set_up_convert},
     subcommand{"dump", "Tell what is in a run, and what about it is damaged or odd", set_up_dump},
     subcommand{"record", "Run a program and record what it does with OpenMP", set_up_record},
     subcommand{"help", "Show this help, or that of a command", set_up_help},

@@ -6,14 +6,15 @@
 #include <sstream>
 #include <string>
 
-/// Takes in what is written to `std::cout` while it lives: the XML parser writes its messages there, where
-/// they would get between the lines of this program.
+/// Takes in what is written to a stream while it lives, `std::cout` mostly: the XML parser writes its
+/// messages there, where they would get between the lines of this program.
 class captured_output {
  public:
-  captured_output() : standard_(std::cout.rdbuf(text_.rdbuf())) {}
+  explicit captured_output(std::ostream& stream = std::cout)
+      : stream_(stream), standard_(stream.rdbuf(text_.rdbuf())) {}
   captured_output(const captured_output&) = delete;
   captured_output& operator=(const captured_output&) = delete;
-  ~captured_output() { std::cout.rdbuf(standard_); }
+  ~captured_output() { stream_.rdbuf(standard_); }
 
   [[nodiscard]] std::size_t count_lines() const {
     const std::string text = text_.str();
@@ -21,6 +22,7 @@ class captured_output {
   }
 
  private:
+  std::ostream& stream_;
   std::ostringstream text_;
   std::streambuf* standard_;
 };

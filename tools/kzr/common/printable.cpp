@@ -10,6 +10,13 @@ bool is_continuation(std::string_view text, std::size_t at) {
   return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80;
 }
 
+/// Marks of direction, U+200E and U+200F, U+202A to U+202E, U+2066 to U+2069, and the separators of lines in
+/// between.
+bool is_layout_mark(std::string_view character) {
+  return (character >= "\u200E" && character <= "\u200F") ||
+         (character >= "\u2028" && character <= "\u202E") || (character >= "\u2066" && character <= "\u2069");
+}
+
 /// Bytes of the printable character that starts at `at`; 0 when there is none.
 std::size_t character_bytes(std::string_view text, std::size_t at) {
   const auto lead = static_cast<unsigned char>(text[at]);
@@ -20,17 +27,17 @@ std::size_t character_bytes(std::string_view text, std::size_t at) {
     if (!is_continuation(text, at + i)) return 0;
   }
   // The second half of the control characters has two bytes each.
-  return lead == 0xC2 && static_cast<unsigned char>(text[at + 1]) < 0xA0 ? 0 : bytes;
+  if (lead == 0xC2 && static_cast<unsigned char>(text[at + 1]) < 0xA0) return 0;
+  return bytes == 3 && is_layout_mark(text.substr(at, bytes)) ? 0 : bytes;
 }
 
 }  // namespace
 
-std::string printable(std::string_view text, bool keeps_lines) {
+std::string printable(std::string_view text) {
   std::string clean;
   clean.reserve(text.size());
   for (std::size_t at = 0; at < text.size();) {
-    const bool is_layout = keeps_lines && (text[at] == '\n' || text[at] == '\t');
-    const std::size_t bytes = is_layout ? 1 : character_bytes(text, at);
+    const std::size_t bytes = character_bytes(text, at);
     if (bytes > 0) {
       clean += text.substr(at, bytes);
       at += bytes;
@@ -42,15 +49,4 @@ std::string printable(std::string_view text, bool keeps_lines) {
     }
   }
   return clean;
-}
-
-std::streamsize printable_output::xsputn(const char* text, std::streamsize size) {
-  const std::string clean = printable({text, static_cast<std::size_t>(size)}, true);
-  const auto clean_size = static_cast<std::streamsize>(clean.size());
-  return sink_.sputn(clean.data(), clean_size) == clean_size ? size : 0;
-}
-
-printable_output::int_type printable_output::overflow(int_type character) {
-  const char single = traits_type::to_char_type(character);
-  return xsputn(&single, 1) == 1 ? character : traits_type::eof();
 }

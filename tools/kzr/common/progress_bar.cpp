@@ -30,7 +30,7 @@ void progress_bar::draw_when_due() {
   const double share = std::min(1.0, static_cast<double>(read_bytes_) / static_cast<double>(total_bytes_));
   std::string bar(width, ' ');
   std::fill_n(bar.begin(), static_cast<std::size_t>(share * width), '#');
-  std::fprintf(stderr, "\r[%s] %3.0f %%, %.0f of %.0f MB\x1b[K", bar.c_str(), 100 * share,
-               static_cast<double>(std::min(read_bytes_, total_bytes_)) / megabyte,
+  std::fprintf(stderr, "\r%s%s[%s] %3.0f %%, %.0f of %.0f MB\x1b[K", what_, *what_ == '\0' ? "" : " ",
+               bar.c_str(), 100 * share, static_cast<double>(std::min(read_bytes_, total_bytes_)) / megabyte,
                static_cast<double>(total_bytes_) / megabyte);
 }

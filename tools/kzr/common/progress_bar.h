@@ -13,6 +13,12 @@ class progress_bar {
   progress_bar& operator=(const progress_bar&) = delete;
   ~progress_bar();
 
+  /// Says in front of the bar what goes on, as "writing the timeline".
+  void tell(const char* what) {
+    what_ = what;
+    if (may_show_) draw_when_due();
+  }
+
   /// Notes that `bytes` more were read. Looks at the clock now and then only.
   void add(std::uint64_t bytes) {
     read_bytes_ += bytes;
@@ -25,6 +31,7 @@ class progress_bar {
   static constexpr std::uint64_t calls_per_look = 4096;
   static constexpr std::uint64_t bytes_per_look = 1 << 20;
 
+  const char* what_ = "";
   std::uint64_t total_bytes_;
   bool may_show_;
   std::uint64_t read_bytes_ = 0;

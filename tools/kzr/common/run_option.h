@@ -17,3 +17,6 @@ void add_run_option(CLI::App& command, std::string& run);
 /// The path without point and number of the trace files that are meant by `run`: a directory stands for those
 /// in it, no text at all for those that the converter would read.
 [[nodiscard]] std::string find_trace_stem(const std::string& run);
+
+/// For a stem without a first trace file: why that is none, and what to do.
+[[nodiscard]] std::string explain_missing_run(const std::string& stem);

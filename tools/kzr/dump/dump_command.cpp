@@ -1,5 +1,6 @@
 #include "kzr/dump/dump_command.h"
 
+#include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -28,12 +29,23 @@ bool show(const dump_options& options) {
   return run.is_sound();
 }
 
+/// Throws when a file is asked for that a run with so many files does not have.
+void check_producers(const dump_options& options, std::uint64_t files) {
+  for (const int producer : options.filter.producers) {
+    if (files == 0 || static_cast<std::uint64_t>(producer) < files) continue;
+    throw CLI::ValidationError("--producer", "there is no trace file " + options.stem + '.' +
+                                                 std::to_string(producer) + "; the numbers go from 0 to " +
+                                                 std::to_string(files - 1));
+  }
+}
+
 int dump(const dump_options& options) {
+  const file_inventory files = list_files(options.stem);
+  check_producers(options, files.count);
   // Whatever goes wrong from here on is due to the run.
   try {
-    const std::string special_file = list_files(options.stem).special_file;
-    if (special_file.empty()) return show(options) ? exit_success : exit_findings;
-    complain(special_file + " is a pipe or device, which is not read");
+    if (files.special_file.empty()) return show(options) ? exit_success : exit_findings;
+    complain(files.special_file + " is a pipe or device, which is not read");
   } catch (const std::exception& failure) {
     complain(failure.what());
   }

@@ -3,17 +3,16 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "kzr/common/run_option.h"
+#include "kzr/common/similar_word.h"
 #include "reader/record_descriptions.h"
 
 namespace {
-
-// The merge keeps the records that end a file to itself.
-constexpr std::size_t mergeable_kinds = 17;
 
 constexpr const char* description =
     "Shows what is in a recorded run: what its trace files hold, what graphs and tasks they describe, and\n"
@@ -41,7 +40,10 @@ template <class Number>
 CLI::Validator number_of() {
   return {[](std::string& text) -> std::string {
             const std::optional<Number> number = read_number<Number>(text);
-            if (!number) return '"' + text + "\" is no number that fits";
+            if (!number) {
+              return '"' + text + "\" is no whole number from 0 to " +
+                     std::to_string(std::numeric_limits<Number>::max());
+            }
             text = std::to_string(*number);
             return {};
           },
@@ -50,15 +52,15 @@ CLI::Validator number_of() {
 
 /// The number of the kind with that name or number.
 std::size_t read_kind(const std::string& text) {
-  const auto* const last = record_descriptions.begin() + mergeable_kinds;
-  const auto* const found = std::find_if(record_descriptions.begin(), last,
-                                         [&text](const record_description& d) { return d.name == text; });
-  if (found != last) return static_cast<std::size_t>(found - record_descriptions.begin());
+  std::vector<std::string> names;
+  for (const record_description& described : record_descriptions) names.emplace_back(described.name);
+  const auto found = std::find(names.begin(), names.end(), text);
+  if (found != names.end()) return static_cast<std::size_t>(found - names.begin());
   const std::optional<std::size_t> kind = read_number<std::size_t>(text);
-  if (kind && *kind < mergeable_kinds) return *kind;
+  if (kind && *kind < names.size()) return *kind;
   throw CLI::ValidationError("--kind", "\"" + text + "\" is no kind of record; it takes a number from 0 to " +
-                                           std::to_string(mergeable_kinds - 1) +
-                                           " or a name such as task_begin");
+                                           std::to_string(names.size() - 1) +
+                                           " or a name such as task_begin" + suggest(text, names));
 }
 
 }  // namespace
@@ -97,7 +99,10 @@ void add_dump_options(CLI::App& command, dump_options& options) {
               "TICKS")
       ->transform(number_of<std::uint64_t>());
   command.final_callback([&options] {
-    if (options.filter.from > options.filter.to) throw CLI::ValidationError("--from", "is later than --to");
+    if (options.filter.from > options.filter.to) {
+      throw CLI::ValidationError("--from", std::to_string(options.filter.from) + " is later than --to " +
+                                               std::to_string(options.filter.to));
+    }
     options.stem = find_trace_stem(options.stem);
   });
 }

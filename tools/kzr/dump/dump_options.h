@@ -5,15 +5,17 @@
 #include <string>
 #include <vector>
 
+#include "reader/record_descriptions.h"
+
 namespace CLI {
 class App;
 }
 
 /// Which records are listed. Everything is let through unless something is named.
 struct record_filter {
-  std::array<bool, 18> kinds{};  ///< by kind; none set lets all through
-  std::vector<int> producers;    ///< numbers of trace files; none lets all through
-  std::uint64_t from = 0;        ///< first and last timestamp, in ticks, both inclusive
+  std::array<bool, record_descriptions.size()> kinds{};  ///< by kind; none set lets all through
+  std::vector<int> producers;                            ///< numbers of trace files; none lets all through
+  std::uint64_t from = 0;  ///< first and last timestamp, in ticks, both inclusive
   std::uint64_t to = UINT64_MAX;
 };
 

@@ -55,8 +55,6 @@ bool ends_list(file_ending ending) {
 
 namespace {
 
-constexpr std::uint64_t binary_header_bytes = 17;
-
 std::string path_of(const std::string& stem, std::uint64_t number) {
   return stem + '.' + std::to_string(number);
 }
@@ -118,7 +116,7 @@ class surveyor {
         read(*reader);
       }
     } catch (const std::logic_error&) {
-      end(file_ending::fatal, "metadata without value or with a type that is no number");
+      end(file_ending::fatal, malformed_metadata);
       // The reader of XML files, which alone ends so, is one record ahead of what it hands out.
       file_.damaged_record = file_.record_count + (is_open_ ? 2 : 1);
     } catch (const std::exception& failure) {
@@ -147,22 +145,18 @@ class surveyor {
     } else if (*mark == '<') {
       end(file_ending::unsupported_version, "version " + document_.version);
     } else {
-      end(file_ending::foreign, "begins with byte " + std::to_string(*mark));
+      end(file_ending::foreign,
+          "begins with byte " + std::to_string(*mark) + ", a trace file with \"A\", \"a\" or \"<\"");
     }
   }
 
   void read(trace_reader& reader) {
-    std::uint64_t position = binary_header_bytes;
     trace_record record;
     while (reader.current_and_advance(record)) {
-      if (record.kind == record_kind::bad_record) return tell_damage(record, position);
+      if (record.kind == record_kind::bad_record) return tell_damage(record);
       count(record);
-      if (is_binary(record)) {
-        const std::uint64_t size_bytes = binary_size_of(record);
-        position += size_bytes;
-        progress_.add(size_bytes);
-      }
-      if (record.kind == record_kind::end_of_records) return tell_rest(position);
+      progress_.add(binary_size_of(record));
+      if (record.kind == record_kind::end_of_records) return tell_rest(record);
     }
     // Only an XML file just stops giving records.
     if (document_.is_whole) {
@@ -183,28 +177,29 @@ class surveyor {
     file_.last_timestamp = std::max(file_.last_timestamp.value_or(timestamp), timestamp);
   }
 
-  void tell_damage(const trace_record& record, std::uint64_t position) {
+  void tell_damage(const trace_record& record) {
     if (file_.format == "xml") {
       if (document_.records == 0) return end(file_ending::damaged, "no records");
       end(file_ending::damaged, record.narrow_string());
       file_.damaged_record = file_.record_count + 1;
-    } else if (position == file_.size_bytes) {
+    } else if (record.offset == file_.size_bytes) {
       end(file_ending::unclosed);
     } else {
       end(file_ending::damaged, record.narrow_string());
       if (record.f[0] >= record_descriptions.size()) {
         file_.reason += " (kind " + std::to_string(record.f[0]) + ')';
       }
-      file_.damaged_byte = std::min(position, file_.size_bytes);
+      file_.damaged_byte = std::min(record.offset, file_.size_bytes);
     }
   }
 
-  void tell_rest(std::uint64_t position) {
+  void tell_rest(const trace_record& end_record) {
     end(file_ending::closed);
     if (file_.format == "xml") {
       file_.unread_records = document_.records - std::min(document_.records, file_.record_count);
     } else {
-      file_.unread_bytes = file_.size_bytes - std::min(position, file_.size_bytes);
+      const std::uint64_t end_byte = end_record.offset + binary_size_of(end_record);
+      file_.unread_bytes = file_.size_bytes - std::min(end_byte, file_.size_bytes);
     }
   }
 

@@ -6,7 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "reader/record_descriptions.h"
+
 class progress_bar;
+
+/// What is wrong with a record of an XML file that the converter ends itself over.
+inline constexpr const char* malformed_metadata = "metadata without value or with a type that is no number";
 
 /// How a trace file ends, or why it is not read.
 enum class file_ending : std::uint8_t {
@@ -39,7 +44,7 @@ struct file_survey {
   std::uint64_t size_bytes = 0;
   std::string frequency;    ///< ticks per second, as the header says it
   std::string concurrency;  ///< hardware threads, likewise
-  std::array<std::uint64_t, 18> records_by_kind{};
+  std::array<std::uint64_t, record_descriptions.size()> records_by_kind{};
   std::uint64_t record_count = 0;
   std::optional<std::uint64_t> first_timestamp;  ///< the smallest and the largest, in ticks
   std::optional<std::uint64_t> last_timestamp;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "kzr/common/run_option.h"
 #include "kzr/dump/run_summary.h"
 
 namespace {
@@ -50,7 +51,7 @@ class problem_list {
     if (run_.unopened_files > 0) {
       add(count_of(run_.unopened_files, "file") + " left out, because no more may be open at the same time");
     }
-    if (run_.files.empty() && run_.gap.unread.empty()) return add("no trace file " + run_.stem + ".0");
+    if (run_.is_missing()) return add(explain_missing_run(run_.stem));
     if (run_.gap.unread.empty()) return;
     add("the list of files ends at number " + std::to_string(run_.gap.missing) + ", but there " +
         (run_.gap.unread.size() == 1 ? "is " : "are ") + count_of(run_.gap.unread.size(), "file") +
@@ -58,7 +59,8 @@ class problem_list {
   }
 
   void look_at_run() {
-    if (!run_.converter_end.empty()) add("kzr2xml would end itself while " + run_.converter_end);
+    if (!run_.converter_end.empty() && !run_.is_missing())
+      add("kzr2xml would end itself while " + run_.converter_end);
     if (run_.first_timestamp && !run_.duration_seconds) {
       add("the frequency \"" + run_.frequency + "\" is no number of ticks per second");
     }

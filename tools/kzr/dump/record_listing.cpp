@@ -8,34 +8,15 @@
 
 #include "kzr/common/captured_output.h"
 #include "kzr/common/complaint.h"
-#include "kzr/common/printable.h"
 #include "kzr/common/progress_bar.h"
+#include "kzr/common/run_option.h"
 #include "kzr/dump/dump_options.h"
 #include "kzr/dump/file_survey.h"
 #include "kzr/dump/record_size.h"
+#include "kzr/dump/record_text.h"
 #include "reader/multifile_reader.h"
 
 namespace {
-
-/// Makes `std::cout` printable while it lives, where it ends on a terminal.
-class terminal_guard {
- public:
-  explicit terminal_guard(bool is_terminal) : standard_(std::cout.rdbuf()), filter_(*standard_) {
-    if (is_terminal) std::cout.rdbuf(&filter_);
-  }
-  terminal_guard(const terminal_guard&) = delete;
-  terminal_guard& operator=(const terminal_guard&) = delete;
-  ~terminal_guard() {
-    // A change of the buffer forgets that something could not be written.
-    const std::ios::iostate state = std::cout.rdstate();
-    std::cout.rdbuf(standard_);
-    std::cout.setstate(state);
-  }
-
- private:
-  std::streambuf* standard_;
-  printable_output filter_;
-};
 
 bool lets_through(const record_filter& filter, const trace_record& record) {
   const auto kind = static_cast<std::size_t>(record.kind);
@@ -57,7 +38,9 @@ bool is_whole(const file_inventory& files, const numbering_gap& gap, const multi
               const std::string& stem) {
   const bool has_damage = reader.damaged_files() > 0 || reader.opened_files() < files.count ||
                           !gap.unread.empty() || files.count == 0;
-  if (has_damage) {
+  if (files.count == 0 && gap.unread.empty()) {
+    complain(explain_missing_run(stem));
+  } else if (has_damage) {
     complain(stem + ": not all records could be read; the summary says why");
   }
   return !has_damage;
@@ -67,15 +50,15 @@ bool is_whole(const file_inventory& files, const numbering_gap& gap, const multi
 
 bool list_records(const dump_options& options) {
   const bool is_terminal = isatty(STDOUT_FILENO) != 0;
-  const terminal_guard guard(is_terminal);
   const file_inventory files = list_files(options.stem);
   progress_bar progress(files.total_bytes, !is_terminal);
   progress.add(files.xml_bytes);
+  record_printer printer(options.stem);
   multifile_reader reader = open_traces(options.stem);
   trace_record record;
-  while (reader.next_record(record)) {
-    if (is_binary(record)) progress.add(binary_size_of(record));
-    if (lets_through(options.filter, record)) record.dump();
+  while (reader.next_record_or_end(record)) {
+    progress.add(binary_size_of(record));
+    if (lets_through(options.filter, record)) std::cout << printer.print(record);
     if (!std::cout) break;
     reader.release_texts();
   }

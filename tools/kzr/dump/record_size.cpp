@@ -4,6 +4,7 @@
 #include "reader/trace_record.h"
 
 std::uint64_t binary_size_of(const trace_record& record) {
+  if (!is_binary(record)) return 0;
   std::uint64_t size_bytes = 9;
   std::uint32_t length = 0;
   const record_description& description = describe(record.kind);
@@ -34,4 +35,4 @@ std::uint64_t binary_size_of(const trace_record& record) {
   return has_value ? size_bytes + (record.type() == 1 ? 8 : 4) : size_bytes;
 }
 
-bool is_binary(const trace_record& record) { return record.raw_offset != 0; }
+bool is_binary(const trace_record& record) { return record.offset != 0; }

@@ -6,12 +6,14 @@
 #include <exception>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 
 #include "kzr/common/captured_output.h"
 #include "kzr/common/converter_end.h"
 #include "kzr/common/progress_bar.h"
 #include "kzr/dump/problems.h"
 #include "kzr/dump/record_size.h"
+#include "kzr/dump/record_text.h"
 #include "model/kzr_data_manager.h"
 #include "processor/image_table.h"
 #include "processor/kzr_record_processor.h"
@@ -19,16 +21,11 @@
 
 namespace {
 
-/// True for the kinds that are looked at only when their domain is known.
+/// True for the kinds that are looked at only when their domain is known. The kinds about identifiers name
+/// one and are never looked at.
 bool depends_on_domain(record_kind kind) {
-  return (kind >= record_kind::metadata && kind <= record_kind::relation) ||
-         (kind >= record_kind::task_begin && kind <= record_kind::region_end);
-}
-
-std::string narrow(const wchar_t* wide) {
-  std::string text;
-  for (; *wide != L'\0'; ++wide) text += static_cast<char>(*wide);
-  return text;
+  return kind != record_kind::id_create && kind != record_kind::id_destroy &&
+         field_position(kind, "domain") != most_fields;
 }
 
 /// The number at which the list of files ends.
@@ -44,13 +41,16 @@ class run_surveyor {
 
   void survey() {
     const char* step = "opening the trace files";
+    const char* malformed = malformed_metadata;
     try {
       const std::unique_ptr<multifile_reader> reader = open();
       step = "reading imageload.csv";
+      malformed = "a load time or flag is no number";
       image_table images = read_image_table();
       kzr_data_manager model("");
       kzr_record_processor processor(model, images, run_.omp_experimental);
       step = "reading the records";
+      malformed = malformed_metadata;
       try {
         process_records(*reader, model, processor);
         step = "completing inner graphs";
@@ -58,11 +58,11 @@ class run_surveyor {
         step = "writing the timeline";
         check_concurrency();
       } catch (const std::exception& end) {
-        tell_end(step, end);
+        tell_end(step, end, malformed);
       }
       take_stock(model);
     } catch (const std::exception& end) {
-      tell_end(step, end);
+      tell_end(step, end, malformed);
     }
   }
 
@@ -75,12 +75,15 @@ class run_surveyor {
     return reader;
   }
 
-  void tell_end(const char* step, const std::exception& end) {
-    run_.converter_end = std::string(step) + ": " + end.what();
+  /// The standard conversions say no more than their names.
+  void tell_end(const char* step, const std::exception& end, const char* malformed) {
+    const bool is_conversion = dynamic_cast<const std::logic_error*>(&end) != nullptr;
+    run_.converter_end = std::string(step) + ": " + (is_conversion ? malformed : end.what());
   }
 
   /// The one thing that can end the writing of the documents.
   void check_concurrency() const {
+    if (run_.concurrency.empty()) throw converter_end("no trace file can be used");
     try {
       static_cast<void>(std::stoi(run_.concurrency));
     } catch (const std::logic_error&) {
@@ -91,7 +94,7 @@ class run_surveyor {
   void process_records(multifile_reader& reader, kzr_data_manager& model, kzr_record_processor& processor) {
     trace_record record;
     while (reader.next_record(record)) {
-      if (is_binary(record)) progress_.add(binary_size_of(record));
+      progress_.add(binary_size_of(record));
       count(record, model);
       processor.process_record(record);
     }
@@ -101,10 +104,12 @@ class run_surveyor {
     ++run_.record_count;
     if (record.kind == record_kind::domain_create_a || record.kind == record_kind::domain_create_w) {
       domain_summary& domain = run_.domains[record.handle()];
-      domain.name =
-          record.kind == record_kind::domain_create_a ? record.narrow_string() : narrow(record.wide_string());
+      domain.name = text_of(record);
       domain.is_named = true;
       return;
+    }
+    if (record.kind == record_kind::string_handle_create_a || record.kind == record_kind::metadata_string_a) {
+      count_markup(record.narrow_string());
     }
     if (!depends_on_domain(record.kind)) return;
     domain_of(record.domain()).record_count += 1;
@@ -114,6 +119,15 @@ class run_surveyor {
     }
     if (record.kind == record_kind::task_begin) ++open_tasks(record.producer).begun;
     if (record.kind == record_kind::task_end) end_task(open_tasks(record.producer));
+  }
+
+  void count_markup(std::string_view text) {
+    const bool has_line_break = text.find_first_of("\n\r") != std::string_view::npos;
+    const bool has_markup = std::any_of(text.begin(), text.end(), [](char c) {
+      return c == '<' || c == '&' || c == '"' || static_cast<unsigned char>(c) < ' ';
+    });
+    run_.texts_with_line_break += has_line_break ? 1U : 0U;
+    run_.texts_with_markup += has_markup ? 1U : 0U;
   }
 
   domain_summary& domain_of(std::uint64_t handle) {
@@ -139,6 +153,7 @@ class run_surveyor {
     }
     for (auto& [handle, domain] : run_.domains) domain.type = model.domains().type_of(handle);
     run_.warnings = model.warnings().counts();
+    run_.notes = model.warnings().notes();
     const symbol_counts& made = model.counts();
     run_.model = {.graphs = made.graphs - made.composite_nodes,
                   .nodes = made.nodes,

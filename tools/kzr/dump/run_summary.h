@@ -52,17 +52,24 @@ struct run_summary {
   std::optional<std::uint64_t> first_timestamp;  ///< smallest and largest of the run, in ticks
   std::optional<std::uint64_t> last_timestamp;
   std::optional<double> duration_seconds;
-  std::uint64_t record_count = 0;                   ///< that come out of the merge
-  std::uint64_t ignored_record_count = 0;           ///< of them, those of domains of unknown type
+  std::uint64_t record_count = 0;          ///< that come out of the merge
+  std::uint64_t ignored_record_count = 0;  ///< of them, those of domains of unknown type
+  /// Texts that make lines which no reader of XML takes, since documents hold texts as they are: with < & "
+  /// or a control character; and those of them with a line break, which look like several lines.
+  std::uint64_t texts_with_markup = 0;
+  std::uint64_t texts_with_line_break = 0;
   std::map<std::uint64_t, domain_summary> domains;  ///< by handle
   std::uint64_t threads = 0;                        ///< trace files with records
   std::map<int, thread_tasks> tasks;                ///< by number of the trace file
   model_counts model;
-  std::map<std::string, std::uint64_t, std::less<>> warnings;  ///< the converter's own tally
+  warning_tally::tally warnings;  ///< the converter's own tally
+  warning_tally::tally notes;     ///< what is left out and ordinary, likewise
   std::string converter_end;  ///< where and why the converter would not come to its end; empty if it would
   std::vector<std::string> problems;  ///< everything that is damaged or odd, a sentence each
 
   [[nodiscard]] bool is_sound() const { return problems.empty(); }
+  /// True when there is no trace file at all.
+  [[nodiscard]] bool is_missing() const { return files.empty() && gap.unread.empty(); }
 };
 
 /// Reads the run twice: first file by file, then as the converter would, but without any output.

@@ -39,6 +39,12 @@ json to_json(const run_summary& run, const file_survey& file) {
           {"cut_texts", file.cut_texts}};
 }
 
+json to_json(const warning_tally::tally& counts) {
+  json rows = json::array();
+  for (const auto& [message, count] : counts) rows.push_back({{"message", message}, {"count", count}});
+  return rows;
+}
+
 json to_json(const model_counts& model) {
   return {{"graphs", model.graphs},
           {"nodes", model.nodes},
@@ -71,10 +77,6 @@ void write_json(const run_summary& run, std::ostream& out) {
                      {"unmatched_begins", thread.unmatched_begins},
                      {"unmatched_ends", thread.unmatched_ends}});
   }
-  json warnings = json::array();
-  for (const auto& [message, count] : run.warnings) {
-    warnings.push_back({{"message", message}, {"count", count}});
-  }
   const bool has_gap = !run.gap.unread.empty();
   const json summary = {
       {"stem", run.stem},
@@ -93,10 +95,13 @@ void write_json(const run_summary& run, std::ostream& out) {
       {"duration_seconds", run.duration_seconds ? json(*run.duration_seconds) : json(nullptr)},
       {"records", run.record_count},
       {"ignored_records", run.ignored_record_count},
+      {"texts_with_markup", run.texts_with_markup},
+      {"texts_with_line_break", run.texts_with_line_break},
       {"threads", run.threads},
       {"domains", domains},
       {"model", to_json(run.model)},
       {"tasks", tasks},
-      {"warnings", warnings}};
+      {"warnings", to_json(run.warnings)},
+      {"notes", to_json(run.notes)}};
   out << summary.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
 }

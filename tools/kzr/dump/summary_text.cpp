@@ -122,6 +122,8 @@ void write_run(const run_summary& run, std::ostream& out) {
   line("duration", describe_time(run));
   line("records", number(run.record_count) + " merged, of them " + number(run.ignored_record_count) +
                       " of unknown domains");
+  line("texts", number(run.texts_with_markup) + " with < & \" or control characters, of them " +
+                    number(run.texts_with_line_break) + " with a line break");
   line("threads", number(run.threads));
   line("domains", number(run.domains.size()));
   line("graphs", number(model.graphs));
@@ -164,27 +166,35 @@ void write_tasks(const run_summary& run, std::ostream& out) {
   table.print(out);
 }
 
-void write_warnings(const run_summary& run, std::ostream& out) {
-  if (run.warnings.empty()) return;
-  text_table table({{"times"}, {"warning of the converter", left}});
-  for (const auto& [message, count] : run.warnings) table.add_row({std::to_string(count), message});
+void write_counts(const char* title, const warning_tally::tally& counts, std::ostream& out) {
+  if (counts.empty()) return;
+  text_table table({{"times"}, {title, left}});
+  for (const auto& [message, count] : counts) table.add_row({std::to_string(count), message});
   out << '\n';
   table.print(out);
 }
 
 }  // namespace
 
-void write_text(const run_summary& run, std::ostream& out) {
+void write_verdict(const run_summary& run, std::size_t most, std::ostream& out) {
   const std::size_t problems = run.problems.size();
   out << printable(run.stem) << ": "
       << (run.is_sound() ? "sound" : std::to_string(problems) + (problems == 1 ? " problem" : " problems"))
       << '\n';
-  for (const std::string& problem : run.problems) out << "  " << printable(problem) << '\n';
+  for (std::size_t i = 0; i < std::min(problems, most); ++i) {
+    out << "  " << printable(run.problems[i]) << '\n';
+  }
+  if (problems > most) out << "  and " << problems - most << " more, which kzr dump lists\n";
+}
+
+void write_text(const run_summary& run, std::ostream& out) {
+  write_verdict(run, run.problems.size(), out);
   if (run.files.empty()) return;
   write_files(run, out);
   write_kinds(run, out);
   write_run(run, out);
   write_domains(run, out);
   write_tasks(run, out);
-  write_warnings(run, out);
+  write_counts("warning of the converter", run.warnings, out);
+  write_counts("ordinary, no warning", run.notes, out);
 }
