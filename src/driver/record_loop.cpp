@@ -23,6 +23,7 @@ class model_fetcher {
   void fetch(const record_queue& records) const {
     if (const trace_record* const record = records.upcoming(most_steps)) {
       for_each_id(*record, [this](const ___onx_id& id) { model_.symbols().prefetch_slot(id); });
+      if (record->kind == record_kind::string_handle_create_a) model_.handles().prefetch(record->handle());
     }
     if (const trace_record* const record = records.upcoming(5)) {
       for_each_id(*record, [this](const ___onx_id& id) {
@@ -68,7 +69,7 @@ void process_records(multifile_reader& traces, const kzr_data_manager& model, kz
   };
   // Looking ahead has its price, which small models do not pay back.
   trace_record single;
-  while (!model.symbols().is_large() && traces.next_record(single)) process(single);
+  while (!model.is_large() && traces.next_record(single)) process(single);
 
   const model_fetcher fetcher(model);
   model_fetcher::record_queue records;

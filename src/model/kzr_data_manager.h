@@ -50,6 +50,9 @@ class kzr_data_manager {
   [[nodiscard]] T* get_sym_as(const ___onx_id& id) const {
     return symbol_cast<T>(symbols_.find(id));
   }
+  /// Whether the model is larger than the caches nearest to a processor, so that it pays to fetch from it
+  /// ahead.
+  [[nodiscard]] bool is_large() const { return symbols_.is_large() || handles_.is_large(); }
   /// All symbols of the run.
   [[nodiscard]] const symbol_list& symbols() const { return symbols_; }
 

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "common/hash.h"
-
 namespace {
 
 // In the order of vocabulary_word.

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/flat_index.h"
+#include "common/hash.h"
 
 /// The words that the program knows among the texts of string handles, in the order in which they are tested.
 enum class vocabulary_word : std::uint8_t {
@@ -59,6 +60,11 @@ class string_handles {
     return remembered_[static_cast<std::size_t>(word)];
   }
 
+  /// Whether there are more handles than the caches nearest to a processor hold.
+  [[nodiscard]] bool is_large() const { return texts_.size() > handles_in_caches; }
+  /// Starts to fetch the slot of `handle` into the caches.
+  void prefetch(std::uint64_t handle) const { index_.prefetch(seeded_hash{}(handle)); }
+
   /// Whether `handle` ever stood for a word or name of that meaning, even if its text is another one now.
   [[nodiscard]] bool is_input_port(std::uint64_t handle) const { return input_ports_.contains(handle); }
   [[nodiscard]] bool is_output_port(std::uint64_t handle) const { return output_ports_.contains(handle); }
@@ -70,6 +76,8 @@ class string_handles {
   [[nodiscard]] bool is_explicit_task(std::uint64_t handle) const { return explicit_tasks_.contains(handle); }
 
  private:
+  static constexpr std::size_t handles_in_caches = std::size_t{16} * 1024;
+
   void set_text(std::uint64_t handle, const char* text);
 
   struct handle_text {

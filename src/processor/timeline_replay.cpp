@@ -113,7 +113,7 @@ void prefetch_ends(const look_ahead<timeline_event, steps_to_ports>& events, con
 void replay_events(const event_list& events, const kzr_data_manager& model, kzr_traceml_writer& writer) {
   timeline_replay timeline(model, writer);
   event_list::reader reader(events);
-  if (!model.symbols().is_large()) {
+  if (!model.is_large()) {
     timeline_event event;
     while (reader.next(event)) timeline.replay(event);
     return;
