@@ -16,6 +16,7 @@ class progress_bar {
   /// Says in front of the bar what goes on, as "writing the timeline".
   void tell(const char* what) {
     what_ = what;
+    if (is_drawn_) due_ = {};  // what stands there is no longer true
     if (may_show_) draw_when_due();
   }
 
