@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <string>
 #include <string_view>
 
 namespace kzr {
@@ -67,27 +68,40 @@ trace_file::trace_file(trace_form form, std::uint64_t frequency, std::uint64_t c
 
 bool trace_file::create(const std::string& path, std::size_t replaced_bytes) {
   path_ = path;
-  return write_at_end(O_CREAT | O_EXCL, replaced_bytes);
+  undisturbed guard;
+  // The process may end at any moment, and nobody is to find the file before its header is in it.
+  const std::string unnamed = path + ".new" + std::to_string(getpid());
+  error_ = write_at_end(unnamed, O_CREAT | O_TRUNC);
+  const bool is_linked = error_ == 0 && link(unnamed.c_str(), path.c_str()) == 0;
+  if (error_ == 0 && !is_linked && errno == EEXIST) error_ = EEXIST;
+  unlink(unnamed.c_str());
+  // Some file systems have no links.
+  if (error_ == 0 && !is_linked) error_ = write_at_end(path, O_CREAT | O_EXCL);
+  guard.note_error(error_);
+  return take_written(replaced_bytes);
 }
 
-bool trace_file::write_block(std::size_t replaced_bytes) { return write_at_end(0, replaced_bytes); }
-
-bool trace_file::write_at_end(int open_flags, std::size_t replaced_bytes) {
+bool trace_file::write_block(std::size_t replaced_bytes) {
   undisturbed guard;
-  const std::string_view bytes = encoder_.view();
-  const int file = open(path_.c_str(), O_WRONLY | O_CLOEXEC | open_flags, 0666);
-  if (file < 0) {
-    error_ = errno;
-    return false;
-  }
-  error_ = 0;
-  if (has_replaced_bytes_ && ftruncate(file, static_cast<off_t>(size_bytes_)) != 0) error_ = errno;
-  if (error_ == 0) error_ = write_all(file, bytes, size_bytes_);
-  // A full disk or quota may show only now.
-  if (close(file) != 0 && error_ == 0 && errno != EINTR) error_ = errno;
+  error_ = write_at_end(path_, 0);
   guard.note_error(error_);
+  return take_written(replaced_bytes);
+}
+
+int trace_file::write_at_end(const std::string& path, int open_flags) const {
+  const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC | open_flags, 0666);
+  if (file < 0) return errno;
+  int error = 0;
+  if (has_replaced_bytes_ && ftruncate(file, static_cast<off_t>(size_bytes_)) != 0) error = errno;
+  if (error == 0) error = write_all(file, encoder_.view(), size_bytes_);
+  // A full disk or quota may show only now.
+  if (close(file) != 0 && error == 0 && errno != EINTR) error = errno;
+  return error;
+}
+
+bool trace_file::take_written(std::size_t replaced_bytes) {
   if (error_ != 0) return false;
-  size_bytes_ += bytes.size() - replaced_bytes;
+  size_bytes_ += encoder_.view().size() - replaced_bytes;
   has_replaced_bytes_ = replaced_bytes > 0;
   encoder_.clear();
   return true;

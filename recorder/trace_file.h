@@ -21,8 +21,9 @@ class trace_file {
   /// `frequency` is in ticks per second.
   trace_file(trace_form form, std::uint64_t frequency, std::uint64_t concurrency);
 
-  /// Makes the file, which must not be there, and writes what the encoder holds as `write_block` does, at
-  /// least the header. False, with error(), when the system refuses.
+  /// Makes the file, which must not be there, with what the encoder holds in it, at least the header: it is
+  /// there with all of that or, on a file system with links, not at all. Otherwise as `write_block`. False,
+  /// with error(), when the system refuses.
   [[nodiscard]] bool create(const std::string& path, std::size_t replaced_bytes = 0);
 
   /// Takes the records of the next block; the header is there from the start.
@@ -38,7 +39,10 @@ class trace_file {
   [[nodiscard]] int error() const { return error_; }
 
  private:
-  [[nodiscard]] bool write_at_end(int open_flags, std::size_t replaced_bytes);
+  /// Writes what the encoder holds to the end of the file; zero or the number of the system's error.
+  [[nodiscard]] int write_at_end(const std::string& path, int open_flags) const;
+  /// Goes on to the next block if there was no error.
+  [[nodiscard]] bool take_written(std::size_t replaced_bytes);
 
   trace_encoder encoder_;
   std::string path_;
