@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -109,9 +108,6 @@ class timeline_replay {
   bool is_outer_ = false;  ///< the implicit begin at hand is the first one of two
 };
 
-inline constexpr std::size_t steps_to_ports = 8;
-inline constexpr std::size_t steps_to_nodes = 4;
-
 inline void prefetch_ends(const look_ahead<timeline_event, steps_to_ports>& events,
                           const kzr_data_manager& model) {
   const auto edge_of = [&model](const timeline_event* event) {
@@ -129,12 +125,12 @@ template <class Consumer>
 void replay_events(const event_list& events, const kzr_data_manager& model, Consumer& consumer) {
   timeline_replay_detail::timeline_replay timeline(model, consumer);
   event_list::reader reader(events);
-  if (!model.symbols().is_large()) {
+  if (!model.is_large()) {
     timeline_event event;
     while (reader.next(event)) timeline.replay(event);
     return;
   }
-  look_ahead<timeline_event, timeline_replay_detail::steps_to_ports> upcoming;
+  look_ahead<timeline_event, steps_to_ports> upcoming;
   const auto read = [&reader](timeline_event& event) { return reader.next(event); };
   while (const timeline_event* const event = upcoming.next(read)) {
     timeline_replay_detail::prefetch_ends(upcoming, model);
