@@ -24,7 +24,7 @@ thread_sweep::thread_sweep(const execution_table& executions, run_figures& figur
       figures_(figures),
       busy_ticks_(busy_ticks),
       time_(figures.span.last),
-      idle_shares_(figures.nodes.size()) {
+      node_sums_(figures.nodes.size()) {
   positions_.reserve(busy_ticks.size());
   for (int thread = 0; thread < executions.thread_count(); ++thread) {
     positions_.push_back({execution_table::none, executions.executions_of(thread).size()});
@@ -55,8 +55,9 @@ void thread_sweep::run() {
     changes.push_back({next_change(thread), thread});
     std::ranges::push_heap(changes, std::less{});
   }
-  for (std::size_t node = 0; node < idle_shares_.size(); ++node) {
-    figures_.nodes[node].idle_share_thousandths = to_thousandths(idle_shares_[node]);
+  for (std::size_t node = 0; node < node_sums_.size(); ++node) {
+    figures_.nodes[node].self_ticks = node_sums_[node].self_ticks;
+    figures_.nodes[node].idle_share_thousandths = to_thousandths(node_sums_[node].idle_share);
   }
 }
 
@@ -95,12 +96,12 @@ void thread_sweep::move_to(std::uint64_t time) {
 void thread_sweep::leave(std::size_t thread) {
   const position& at = positions_[thread];
   if (at.innermost == execution_table::none) return;
-  const std::uint32_t node = executions_.node_of(at.innermost);
+  node_sums& sums = node_sums_[executions_.node_of(at.innermost)];
   const std::uint64_t ticks = at.since - time_;
-  figures_.nodes[node].self_ticks += ticks;
+  sums.self_ticks += ticks;
   if (!is_busy(at.innermost)) return;
   busy_ticks_[thread] += ticks;
-  idle_shares_[node] += idle_ - at.idle_since;
+  sums.idle_share += idle_ - at.idle_since;
   --busy_threads_;
 }
 

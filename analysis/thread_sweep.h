@@ -56,5 +56,10 @@ class thread_sweep {
   /// How much idle time an execution would have taken that was innermost from the end down to `time_`, in
   /// parts of a tick.
   tick_sum idle_ = 0;
-  std::vector<tick_sum> idle_shares_;  ///< by node, likewise
+  /// By node, side by side: nodes come in any order, and each place has to come from memory.
+  struct node_sums {
+    tick_sum self_ticks = 0;
+    tick_sum idle_share = 0;
+  };
+  std::vector<node_sums> node_sums_;
 };
