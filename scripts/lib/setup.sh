@@ -40,6 +40,8 @@ install_openmp_tools() { install_missing gcc:gcc clang-14:clang-14 /usr/lib/llvm
 
 install_test_tools() {
   install_missing g++:g++ cmake:cmake make:make strace:strace /usr/include/gtest/gtest.h:libgtest-dev
+  # The figures of random runs are checked by a program in Python.
+  install_missing python3:python3 /usr/lib/python3/dist-packages/jsonschema/__init__.py:python3-jsonschema
   install_tool_libraries
   install_openmp_tools
 }

@@ -146,14 +146,13 @@ class text_writer {
 
   void write_nodes() {
     const std::vector<std::uint32_t> nodes = nodes_by_self_time();
-    tick_sum busy_ticks = 0;
-    for (const thread_figures& thread : figures_.threads) busy_ticks += thread.busy_ticks;
+    const tick_sum thread_ticks = tick_sum{figures_.span.ticks()} * figures_.threads.size();
     text_table table({{"node", left},
                       {"name", left},
                       {"executions"},
                       {"threads"},
                       {"self ticks"},
-                      {"% of\nbusy"},
+                      {"% of all\nthreads"},
                       {"total ticks"},
                       {"mean"},
                       {"median"},
@@ -163,20 +162,20 @@ class text_writer {
                       {"idle share"},
                       {"code", left}});
     const std::size_t shown = std::min(nodes.size(), most_rows);
-    for (std::size_t i = 0; i < shown; ++i) add_node(table, nodes[i], busy_ticks);
+    for (std::size_t i = 0; i < shown; ++i) add_node(table, nodes[i], thread_ticks);
     out_ << '\n';
     table.print(out_);
     tell_of_more(shown, nodes.size());
   }
 
-  void add_node(text_table& table, std::uint32_t number, tick_sum busy_ticks) const {
+  void add_node(text_table& table, std::uint32_t number, tick_sum thread_ticks) const {
     const node_figures& node = figures_.nodes[number];
     const auto spread = [&node](std::uint64_t node_figures::spread::*ticks) {
       return node.inclusive ? std::to_string((*node.inclusive).*ticks) : "-";
     };
     table.add_row(
         {shorten(report_.nodes[number].id), shorten(report_.name_of(number)), std::to_string(node.executions),
-         std::to_string(node.threads), decimal_text(node.self_ticks), percent(node.self_ticks, busy_ticks),
+         std::to_string(node.threads), decimal_text(node.self_ticks), percent(node.self_ticks, thread_ticks),
          decimal_text(node.total_ticks), node.inclusive ? rounded_text(node.mean_thousandths()) : "-",
          spread(&node_figures::spread::p50_ticks), spread(&node_figures::spread::p90_ticks),
          spread(&node_figures::spread::p99_ticks), spread(&node_figures::spread::max_ticks),
