@@ -64,7 +64,7 @@ class random_run:
         self.rng = random.Random(seed)
         self.last_id = 100
         self.files = [trace_file() for _ in range(self.rng.randint(1, 3))]
-        self.tasks = []  # what may begin: domain, object, parent, name
+        self.tasks, self.bodies = [], []  # what may begin: domain, object, parent, name
         self.has_openmp = self.rng.random() < 0.4
         self.describe()
         for file in self.files:
@@ -108,7 +108,7 @@ class random_run:
             if rng.random() < 0.6:
                 body = self.new_id()
                 out.relation(FLOW, body, CHILD_OF, node)
-                self.tasks.append((FLOW, body, node, 'node_body'))
+                self.bodies.append((FLOW, body, node, 'node_body'))
             for name in ('input_port0', 'output_port0', 'input_port1', 'output_port1'):
                 if rng.random() < 0.7:
                     port = self.new_id()
@@ -153,15 +153,18 @@ class random_run:
     def run_tasks(self, file):
         rng = self.rng
         largest_step = rng.choice((0, 1, 1, 3, 10, 2**60))
-        for _ in range(rng.randint(0, 25)):
+        open_tasks = 0
+        for _ in range(rng.randint(0, 40)):
             if rng.random() < 0.05:
                 file.time = max(1, file.time - rng.randint(1, 6))
             else:
                 file.time += rng.choice((0, rng.randint(0, largest_step)))
-            if rng.random() < 0.5:
-                file.begin(*rng.choice(self.tasks))
+            if rng.random() < (0.3 if open_tasks else 0.9):
+                file.begin(*rng.choice(self.tasks if rng.random() < 0.5 else self.bodies or self.tasks))
+                open_tasks += 1
             else:
                 file.end_task(OPENMP if self.has_openmp and rng.random() < 0.3 else FLOW)
+                open_tasks = max(0, open_tasks - 1)
         if rng.random() < 0.7:
             file.record(17, '')
 
