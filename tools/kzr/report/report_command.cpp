@@ -37,8 +37,8 @@ int tell(const report_options& options) {
     return exit_failure;
   }
   const run_report report = make_report(options.settings);
-  if (report.summary().files.empty() && report.summary().gap.unread.empty()) {
-    complain("there is no trace file " + stem + ".0");
+  if (report.summary().is_missing()) {
+    complain(explain_missing_run(stem));
     return exit_failure;
   }
   if (options.as_json) {

@@ -56,7 +56,7 @@ class text_writer {
       : report_(report), figures_(report.figures), out_(out) {}
 
   void write() {
-    write_problems(report_.summary(), out_);
+    write_verdict(report_.summary(), most_rows, out_);
     write_run();
     if (figures_.span.is_empty) return;
     write_concurrency();
