@@ -43,16 +43,7 @@ class run_surveyor {
   void survey() {
     recorded_.images = std::make_unique<image_table>();
     recorded_.model = std::make_unique<kzr_data_manager>("");
-    const char* step = "opening the trace files";
-    const char* malformed = malformed_metadata;
-    try {
-      recorded_.reader = open();
-      step = "reading imageload.csv";
-      malformed = "a load time or flag is no number";
-      *recorded_.images = read_image_table();
-    } catch (const std::exception& end) {
-      return tell_end(step, end, malformed);
-    }
+    if (!open_inputs()) return;
     kzr_data_manager& model = *recorded_.model;
     recorded_.processor =
         std::make_unique<kzr_record_processor>(model, *recorded_.images, run_.omp_experimental);
@@ -64,12 +55,27 @@ class run_surveyor {
       take_stock(model);
       return model.complete_inner_graphs();
     }
-    model.complete_inner_graphs();
-    check_concurrency();
+    complete(model);
     take_stock(model);
   }
 
  private:
+  /// False where the converter would not come to the first record.
+  bool open_inputs() {
+    const char* step = "opening the trace files";
+    const char* malformed = malformed_metadata;
+    try {
+      recorded_.reader = open();
+      step = "reading imageload.csv";
+      malformed = "a load time or flag is no number";
+      *recorded_.images = read_image_table();
+    } catch (const std::exception& end) {
+      tell_end(step, end, malformed);
+      return false;
+    }
+    return true;
+  }
+
   std::unique_ptr<multifile_reader> open() {
     const captured_output messages;
     auto reader = std::make_unique<multifile_reader>(run_.stem);
@@ -84,16 +90,25 @@ class run_surveyor {
     run_.converter_end = std::string(step) + ": " + (is_conversion ? malformed : end.what());
   }
 
-  /// The one thing that can end the writing of the documents.
-  void check_concurrency() {
-    if (run_.concurrency.empty()) {
-      return tell_end("writing the timeline", converter_end("no trace file can be used"), nullptr);
+  /// What the converter does behind the last record, as far as that can end it.
+  void complete(kzr_data_manager& model) {
+    const char* step = "completing inner graphs";
+    try {
+      model.complete_inner_graphs();
+      step = "writing the timeline";
+      check_concurrency();
+    } catch (const std::exception& end) {
+      tell_end(step, end, malformed_metadata);
     }
+  }
+
+  /// The one thing that can end the writing of the documents.
+  void check_concurrency() const {
+    if (run_.concurrency.empty()) throw converter_end("no trace file can be used");
     try {
       static_cast<void>(std::stoi(run_.concurrency));
     } catch (const std::logic_error&) {
-      const converter_end end("\"" + run_.concurrency + "\" is no number of hardware threads");
-      tell_end("writing the timeline", end, nullptr);
+      throw converter_end("\"" + run_.concurrency + "\" is no number of hardware threads");
     }
   }
 
