@@ -53,12 +53,26 @@ _kzr_record() {
   fi
 }
 
+_kzr_report() {
+  case ${COMP_WORDS[COMP_CWORD - 1]} in
+    --from | --to) ;;
+    *)
+      if [[ $current == -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W '--help --version --text --json --from --to --no-omp' -- "$current")
+      else
+        compopt -o filenames
+        mapfile -t COMPREPLY < <(compgen -d -- "$current")
+      fi
+      ;;
+  esac
+}
+
 _kzr_help() {
   ((COMP_CWORD > 2)) || mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$current")
 }
 
 _kzr() {
-  local current=${COMP_WORDS[COMP_CWORD]} commands='convert dump record help'
+  local current=${COMP_WORDS[COMP_CWORD]} commands='convert dump record report help'
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
     mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$current")

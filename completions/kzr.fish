@@ -12,6 +12,7 @@ complete -c kzr -l version -d 'Print the version'
 complete -c kzr -n __kzr_does -a convert -d 'Convert a run to GraphML and TraceML'
 complete -c kzr -n __kzr_does -a dump -d 'Tell what is in a run, and what about it is damaged or odd'
 complete -c kzr -n __kzr_does -a record -d 'Run a program and record what it does with OpenMP'
+complete -c kzr -n __kzr_does -a report -d 'Tell where the time of a recorded run went'
 complete -c kzr -n __kzr_does -a help -d 'Show help, or that of a command'
 
 complete -c kzr -n '__kzr_does convert' -a '(__fish_complete_directories)'
@@ -34,7 +35,14 @@ complete -c kzr -n '__kzr_does dump; and __fish_seen_argument -l records' -l fro
 complete -c kzr -n '__kzr_does dump; and __fish_seen_argument -l records' -l to -x \
     -d 'Only records up to this timestamp'
 
-complete -c kzr -n '__kzr_does help' -a 'convert dump record help'
+complete -c kzr -n '__kzr_does help' -a 'convert dump record report help'
+
+complete -c kzr -n '__kzr_does report' -a '(__fish_complete_directories)'
+complete -c kzr -n '__kzr_does report; and not __fish_seen_argument -l json' -l text -d 'Print the figures as tables'
+complete -c kzr -n '__kzr_does report; and not __fish_seen_argument -l text' -l json -d 'Print the figures as JSON'
+complete -c kzr -n '__kzr_does report' -l from -x -d 'Only what ran at this time or later'
+complete -c kzr -n '__kzr_does report' -l to -x -d 'Only what ran at this time or earlier'
+complete -c kzr -n '__kzr_does report' -l no-omp -d 'Do not look into OpenMP regions'
 
 complete -c kzr -n '__kzr_does record' -s o -l output -x -a '(__fish_complete_directories)' \
     -d 'Record into this directory'

@@ -4,7 +4,8 @@
 local -a commands
 commands=('convert:convert a run to GraphML and TraceML'
   'dump:tell what is in a run, and what about it is damaged or odd'
-  'record:run a program and record what it does with OpenMP' 'help:show help, or that of a command')
+  'record:run a program and record what it does with OpenMP'
+  'report:tell where the time of a recorded run went' 'help:show help, or that of a command')
 
 _kzr_convert() {
   _arguments \
@@ -43,8 +44,20 @@ _kzr_record() {
     '*::argument:_normal'
 }
 
+_kzr_report() {
+  _arguments \
+    '(-h --help)'{-h,--help}'[print a short help]' \
+    '--version[print the version]' \
+    '(--json)--text[print the figures as tables]' \
+    '(--text)--json[print the figures as JSON]' \
+    '--from[only what ran at this time or later]:ticks:' \
+    '--to[only what ran at this time or earlier]:ticks:' \
+    '--no-omp[do not look into OpenMP regions]' \
+    ':run:_directories'
+}
+
 _kzr_help() {
-  _arguments '(-h --help)'{-h,--help}'[print a short help]' ':command:(convert dump record help)'
+  _arguments '(-h --help)'{-h,--help}'[print a short help]' ':command:(convert dump record report help)'
 }
 
 if ((CURRENT == 2)); then

@@ -31,7 +31,8 @@ install_build_tools() { install_missing g++:g++ cmake:cmake make:make; }
 
 # What kzr needs beyond that; without it the build leaves kzr out.
 install_tool_libraries() {
-  install_missing /usr/include/CLI/CLI.hpp:libcli11-dev /usr/include/nlohmann/json.hpp:nlohmann-json3-dev
+  install_missing /usr/include/CLI/CLI.hpp:libcli11-dev /usr/include/nlohmann/json.hpp:nlohmann-json3-dev \
+    /usr/include/elfutils/libdwfl.h:libdw-dev
 }
 
 # Programs that `kzr record` records: both compilers, LLVM's OpenMP runtime and its interface for tools.
@@ -39,6 +40,8 @@ install_openmp_tools() { install_missing gcc:gcc clang-14:clang-14 /usr/lib/llvm
 
 install_test_tools() {
   install_missing g++:g++ cmake:cmake make:make strace:strace /usr/include/gtest/gtest.h:libgtest-dev
+  # The figures of random runs are checked by a program in Python.
+  install_missing python3:python3 /usr/lib/python3/dist-packages/jsonschema/__init__.py:python3-jsonschema
   install_tool_libraries
   install_openmp_tools
 }

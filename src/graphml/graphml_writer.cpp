@@ -115,8 +115,7 @@ void graphml_writer::add_node(const node_symbol& node) {
   text_ += "  <node  id=\"";
   text_ += id_;
   text_ += "\">\n";
-  const auto& name_key = model_.handles().remembered(vocabulary_word::object_name);
-  const std::string_view name = name_key ? node.find_metadata(*name_key) : std::string_view();
+  const std::string_view name = model_.find_object_name(node);
   add_datum(keys.object_name(), name.empty() ? id_.view() : name);
   if (!node.code_location().empty()) {
     start_datum(keys.line_no());

@@ -130,6 +130,11 @@ void kzr_data_manager::add_keys_for(vocabulary_word word) {
   }
 }
 
+std::string_view kzr_data_manager::find_object_name(const node_symbol& node) const {
+  const auto& key = handles_.remembered(vocabulary_word::object_name);
+  return key ? node.find_metadata(*key) : std::string_view();
+}
+
 bool kzr_data_manager::is_streaming_node(const node_symbol& node) const {
   return node.handle() != string_handles::unset && handles_.is(vocabulary_word::opencl_node, node.handle());
 }

@@ -99,6 +99,8 @@ class kzr_data_manager {
   /// What all handles of the run stand for.
   [[nodiscard]] const string_handles& handles() const { return handles_; }
 
+  /// The name that the traced program gave the node, empty when it gave none.
+  [[nodiscard]] std::string_view find_object_name(const node_symbol& node) const;
   /// Whether the node's kind is that of a composite node whose inside is code for another device.
   [[nodiscard]] bool is_streaming_node(const node_symbol& node) const;
 

@@ -34,13 +34,24 @@ void image_table::read(std::istream& list) {
   }
 }
 
-const std::string& image_table::add_imageinfo(std::uint64_t address, const std::string& prefix,
-                                              std::uint64_t time) {
+const image_table::image* image_table::find_image(std::uint64_t address, std::uint64_t time) const {
   const auto found = std::find_if(images_.begin(), images_.end(), [address, time](const image& candidate) {
     return candidate.load_time <= time && candidate.first_address <= address &&
            address <= candidate.last_address;
   });
-  if (found == images_.end()) return last_offset_;
+  return found == images_.end() ? nullptr : &*found;
+}
+
+std::optional<image_table::location> image_table::find(std::uint64_t address, std::uint64_t time) const {
+  const image* const found = find_image(address, time);
+  if (found == nullptr) return std::nullopt;
+  return location{found->name, found->relocatable ? address - found->first_address : address};
+}
+
+const std::string& image_table::add_imageinfo(std::uint64_t address, const std::string& prefix,
+                                              std::uint64_t time) {
+  const image* const found = find_image(address, time);
+  if (found == nullptr) return last_offset_;
   last_offset_ = found->relocatable
                      ? std::to_string(static_cast<std::int64_t>(address - found->first_address))
                      : std::to_string(address);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -16,6 +17,14 @@ class image_table {
   /// commas, an image a line. Shorter lines are skipped. A load time or flag that is no number throws the
   /// exception of the standard conversion.
   void read(std::istream& list);
+
+  /// Code in an image.
+  struct location {
+    std::string image;
+    std::uint64_t offset = 0;  ///< in the image, or the address itself where that cannot be loaded elsewhere
+  };
+  /// Where in the first image that holds it and was loaded by `time` the code at `address` is.
+  [[nodiscard]] std::optional<location> find(std::uint64_t address, std::uint64_t time) const;
 
   /// The offset of `address` in the first image that holds it and was loaded by `time`, in decimal. Where no
   /// image does, the result of the call before; that is meant.
@@ -34,6 +43,8 @@ class image_table {
     std::uint64_t load_time;
     bool relocatable;
   };
+
+  [[nodiscard]] const image* find_image(std::uint64_t address, std::uint64_t time) const;
 
   std::vector<image> images_;
   std::unordered_set<std::uint64_t, seeded_hash> known_addresses_;

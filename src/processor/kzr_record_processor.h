@@ -32,6 +32,14 @@ class kzr_record_processor {
   /// Aborts on a wide string handle and on a kind that does not exist.
   void process_record(const trace_record& record);
 
+  /// A node whose code is at an address, and what stands in front of that code in the list of offsets.
+  struct code_owner {
+    node_symbol* node = nullptr;
+    const char* prefix = "";
+  };
+  /// The node about whose code the metadata `record` is; none when it is about something else.
+  [[nodiscard]] code_owner find_code_owner(const trace_record& record);
+
   /// What the records handed over so far did at which time.
   [[nodiscard]] const event_collector& collected() const { return events_; }
 

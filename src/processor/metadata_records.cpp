@@ -4,21 +4,21 @@
 #include "processor/kzr_record_processor.h"
 #include "reader/trace_record.h"
 
-void kzr_record_processor::meta_data(record_ref record) {
+kzr_record_processor::code_owner kzr_record_processor::find_code_owner(record_ref record) {
   const DomainType domain = domain_of(record);
-  if (domain == DomainType::unknown || record.string == nullptr) return;
-  if (!model_.handles().is_code_address(record.key())) return;
+  if (domain == DomainType::unknown || record.string == nullptr) return {};
+  if (!model_.handles().is_code_address(record.key())) return {};
   const ___onx_id& id = record.object();
-  const auto locate = [this, &record](node_symbol& node, const char* prefix) {
-    model_.set_code_location(node, images_.add_imageinfo(record.value(), prefix, record.timestamp()));
-  };
-  if (domain != DomainType::openmp) {
-    if (auto* const node = model_.get_sym_as<node_symbol>(id)) locate(*node, "pwl::");
-  } else if (auto* const region = model_.get_sym_as<subgraph_node_symbol>(id)) {
-    locate(*region, "omp::");
-  } else if (model_.get_sym_as<explicit_task_symbol>(id) != nullptr) {
-    if (auto* const node = model_.get_sym_as<node_symbol>({id.d1, 1, 0})) locate(*node, "omt::");
-  }
+  if (domain != DomainType::openmp) return {model_.get_sym_as<node_symbol>(id), "pwl::"};
+  if (auto* const region = model_.get_sym_as<subgraph_node_symbol>(id)) return {region, "omp::"};
+  if (model_.get_sym_as<explicit_task_symbol>(id) == nullptr) return {};
+  return {model_.get_sym_as<node_symbol>({id.d1, 1, 0}), "omt::"};
+}
+
+void kzr_record_processor::meta_data(record_ref record) {
+  const auto [node, prefix] = find_code_owner(record);
+  if (node == nullptr) return;
+  model_.set_code_location(*node, images_.add_imageinfo(record.value(), prefix, record.timestamp()));
 }
 
 void kzr_record_processor::meta_data_string_A(record_ref record) {

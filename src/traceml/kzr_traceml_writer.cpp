@@ -3,11 +3,10 @@
 #include <iostream>
 
 #include "common/hash.h"
-#include "model/body_symbol.h"
 #include "model/gml_accessor.h"
 #include "model/kzr_data_manager.h"
 #include "model/parallel_region_symbol.h"
-#include "model/port_symbol.h"
+#include "model/running_node.h"
 
 namespace {
 
@@ -15,21 +14,14 @@ constexpr std::string_view unknown = "unknown";
 constexpr std::string_view omp_parallel_region = "omp_parallel_region";
 constexpr std::size_t longest_kept_end = 1024;
 
-/// The node that a task on `symbol` runs; null when the symbol has none.
-const node_symbol* find_running_node(kzr_symbol* symbol) {
-  if (const auto* const body = symbol_cast<body_symbol>(symbol)) return &body->node();
-  if (const auto* const port = symbol_cast<port_symbol>(symbol)) return &port->node();
-  return symbol_cast<node_symbol>(symbol);
-}
-
 }  // namespace
 
 bool kzr_traceml_writer::close() {
   const std::uint64_t end = last_timestamp_ + 1;
-  for (std::size_t tid = 0; tid < open_tasks_.size(); ++tid) {
-    while (open_tasks_[tid] > 0) {
+  for (int tid = 0; tid < open_tasks_.thread_count(); ++tid) {
+    while (open_tasks_.has_open(tid)) {
       std::cerr << "WARNING: adding extra task_end to complete open task in _kzr." << tid << '\n';
-      task_end(end, static_cast<int>(tid));
+      task_end(end, tid);
     }
   }
   file_.write_line("</traceml>\n");
@@ -63,12 +55,6 @@ void kzr_traceml_writer::finish_line(std::uint64_t ts) {
 void kzr_traceml_writer::finish_task_line(std::uint64_t ts, std::string_view stream) {
   add_text("stream", stream);
   finish_line(ts);
-}
-
-void kzr_traceml_writer::open_task(int tid) {
-  const auto thread = static_cast<std::size_t>(tid);
-  if (thread >= open_tasks_.size()) open_tasks_.resize(thread + 1);
-  ++open_tasks_[thread];
 }
 
 void kzr_traceml_writer::add_text(std::string_view name, std::string_view value) {
@@ -161,7 +147,7 @@ void kzr_traceml_writer::task_begin(std::uint64_t ts, int tid, kzr_symbol* symbo
   line_ += end;
   file_.write_line(line_);
   last_timestamp_ = ts;
-  open_task(tid);
+  open_tasks_.begin(tid);
 }
 
 const std::string& kzr_traceml_writer::end_of_task_line(kzr_symbol* symbol, std::uint64_t marker,
@@ -196,9 +182,7 @@ void kzr_traceml_writer::add_task(kzr_symbol* symbol, std::uint64_t marker) {
 
 void kzr_traceml_writer::task_end(std::uint64_t ts, int tid) {
   last_timestamp_ = ts;
-  const auto thread = static_cast<std::size_t>(tid);
-  if (thread >= open_tasks_.size() || open_tasks_[thread] == 0) return;
-  --open_tasks_[thread];
+  if (!open_tasks_.end(tid)) return;
   start_line("task_end", ts, tid);
   finish_line(ts);
 }
@@ -224,7 +208,7 @@ void kzr_traceml_writer::explicit_task_begin(std::uint64_t ts, int tid, const no
   add_id("parent", graph);
   add_text("algorithm", omp_parallel_region);
   finish_task_line(ts, stream);
-  open_task(tid);
+  open_tasks_.begin(tid);
 }
 
 void kzr_traceml_writer::parallel_region_begin(std::uint64_t ts, int tid,
@@ -236,7 +220,7 @@ void kzr_traceml_writer::parallel_region_begin(std::uint64_t ts, int tid,
   add_id("parent", region.parent());
   add_text("algorithm", model_.handles().text(region.handle()));
   finish_task_line(ts, stream);
-  open_task(tid);
+  open_tasks_.begin(tid);
 }
 
 void kzr_traceml_writer::parallel_task_begin(std::uint64_t ts, int tid, const parallel_region_symbol& region,
@@ -253,7 +237,7 @@ void kzr_traceml_writer::parallel_task_begin(std::uint64_t ts, int tid, const pa
     add_text("algorithm", name);
   }
   finish_task_line(ts, stream);
-  open_task(tid);
+  open_tasks_.begin(tid);
 }
 
 void kzr_traceml_writer::implicit_task_begin(std::uint64_t ts, int tid, const graph_symbol* graph,
@@ -265,7 +249,7 @@ void kzr_traceml_writer::implicit_task_begin(std::uint64_t ts, int tid, const gr
   add_id("parent", graph);
   add_text("algorithm", omp_parallel_region);
   finish_task_line(ts, stream);
-  open_task(tid);
+  open_tasks_.begin(tid);
 }
 
 void kzr_traceml_writer::add_sequence_number(std::string_view name) {

@@ -8,6 +8,7 @@
 
 #include "common/text_buffer.h"
 #include "traceml/line_file.h"
+#include "traceml/open_tasks.h"
 
 class edge_symbol;
 class graph_symbol;
@@ -65,6 +66,11 @@ class kzr_traceml_writer {
                            std::string_view stream);
   void implicit_task_begin(std::uint64_t ts, int tid, const graph_symbol* graph, std::uint64_t kind,
                            std::uint64_t cid, std::string_view stream);
+  /// The first one of the two lines with which most implicit tasks and barriers begin; both open a task.
+  void outer_implicit_task_begin(std::uint64_t ts, int tid, const graph_symbol* graph, std::uint64_t kind,
+                                 std::uint64_t cid, std::string_view stream) {
+    implicit_task_begin(ts, tid, graph, kind, cid, stream);
+  }
 
   /// Ends what is still open, one tick behind the last event, and tells it on standard error; closes the
   /// document. False when some of it could not be written.
@@ -75,7 +81,6 @@ class kzr_traceml_writer {
   void start_task_line(std::uint64_t ts, int tid, std::uint64_t cid);
   void finish_line(std::uint64_t ts);
   void finish_task_line(std::uint64_t ts, std::string_view stream);
-  void open_task(int tid);
 
   void add_text(std::string_view name, std::string_view value);
   template <class Symbol>
@@ -99,8 +104,7 @@ class kzr_traceml_writer {
 
   const kzr_data_manager& model_;
   line_file file_;
-  /// By thread id: how many tasks are open.
-  std::vector<std::uint64_t> open_tasks_;
+  open_tasks open_tasks_;
   std::uint64_t last_timestamp_ = 0;
   std::uint64_t task_sequence_number_ = 0;
   text_buffer line_;

@@ -2,13 +2,11 @@
 
 #include <cstddef>
 
+#include "kzr/common/utf8.h"
+
 namespace {
 
 constexpr std::string_view hex_digits = "0123456789abcdef";
-
-bool is_continuation(std::string_view text, std::size_t at) {
-  return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80;
-}
 
 /// Marks of direction, U+200E and U+200F, U+202A to U+202E, U+2066 to U+2069, and the separators of lines in
 /// between.
@@ -21,13 +19,9 @@ bool is_layout_mark(std::string_view character) {
 std::size_t character_bytes(std::string_view text, std::size_t at) {
   const auto lead = static_cast<unsigned char>(text[at]);
   if (lead < 0x80) return lead >= ' ' && lead != 0x7F ? 1 : 0;
-  const std::size_t bytes = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  if (lead < 0xC2 || lead > 0xF4) return 0;
-  for (std::size_t i = 1; i < bytes; ++i) {
-    if (!is_continuation(text, at + i)) return 0;
-  }
+  const std::size_t bytes = utf8_character_bytes(text, at);
   // The second half of the control characters has two bytes each.
-  if (lead == 0xC2 && static_cast<unsigned char>(text[at + 1]) < 0xA0) return 0;
+  if (lead == 0xC2 && bytes > 0 && static_cast<unsigned char>(text[at + 1]) < 0xA0) return 0;
   return bytes == 3 && is_layout_mark(text.substr(at, bytes)) ? 0 : bytes;
 }
 

@@ -2,12 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
-#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "kzr/common/number_option.h"
 #include "kzr/common/run_option.h"
 #include "kzr/common/similar_word.h"
 #include "reader/record_descriptions.h"
@@ -23,32 +22,6 @@ constexpr const char* exit_status_help =
     "Exit status: 0 for a sound run, 1 for one with damage or warnings (with --records: when a file could "
     "not\n"
     "be read to its end), 2 for wrong usage or when the output cannot be written.";
-
-/// `text` as a plain decimal number that is not negative; empty when it is none.
-template <class Number>
-std::optional<Number> read_number(const std::string& text) {
-  Number number{};
-  const char* const end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc{} || rest != end || number < 0) return std::nullopt;
-  return number;
-}
-
-/// Lets only those numbers through, in the plainest form: the library itself takes negative ones for large
-/// ones and those with a leading zero for octal ones.
-template <class Number>
-CLI::Validator number_of() {
-  return {[](std::string& text) -> std::string {
-            const std::optional<Number> number = read_number<Number>(text);
-            if (!number) {
-              return '"' + text + "\" is no whole number from 0 to " +
-                     std::to_string(std::numeric_limits<Number>::max());
-            }
-            text = std::to_string(*number);
-            return {};
-          },
-          ""};
-}
 
 /// The number of the kind with that name or number.
 std::size_t read_kind(const std::string& text) {

@@ -13,6 +13,7 @@
 #include "kzr/common/captured_output.h"
 #include "kzr/common/progress_bar.h"
 #include "kzr/dump/record_size.h"
+#include "model/domain_table.h"
 #include "reader/record_descriptions.h"
 #include "reader/trace_reader.h"
 #include "xml/document.h"
@@ -86,6 +87,15 @@ document_facts examine_document(const std::string& path) {
   if (document.root() != nullptr) facts.version = document.root()->get_attribute("version");
   facts.cut_texts = messages.count_lines();
   return facts;
+}
+
+/// The type of the domain that the record creates, `unknown` for any other record.
+DomainType type_of_created_domain(const trace_record& record) {
+  if (record.kind == record_kind::domain_create_a)
+    return classify_domain(std::string_view(record.narrow_string()));
+  if (record.kind == record_kind::domain_create_w)
+    return classify_domain(std::wstring_view(record.wide_string()));
+  return DomainType::unknown;
 }
 
 /// Reads one file into its survey.
@@ -168,6 +178,7 @@ class surveyor {
   }
 
   void count(const trace_record& record) {
+    file_.creates_openmp = file_.creates_openmp || type_of_created_domain(record) == DomainType::openmp;
     ++file_.records_by_kind[static_cast<std::size_t>(record.kind)];
     ++file_.record_count;
     const std::uint64_t timestamp = record.timestamp();

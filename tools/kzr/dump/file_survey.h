@@ -58,6 +58,7 @@ struct file_survey {
   std::uint64_t unread_bytes = 0;    ///< behind the end record of a binary file
   std::uint64_t unread_records = 0;  ///< behind the end record of an XML file
   std::uint64_t cut_texts = 0;       ///< texts of an XML file that are too long
+  bool creates_openmp = false;       ///< one of its records creates a domain of OpenMP
 };
 
 /// Numbers of trace files that are not read because a number before them is missing.

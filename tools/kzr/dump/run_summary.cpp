@@ -37,36 +37,45 @@ std::uint64_t first_unread(const std::vector<file_survey>& files) {
 /// Sends the records of a run through the converter's own processor and counts on the way.
 class run_surveyor {
  public:
-  run_surveyor(run_summary& run, progress_bar& progress) : run_(run), progress_(progress) {}
+  run_surveyor(recorded_run& recorded, progress_bar& progress)
+      : recorded_(recorded), run_(recorded.summary), progress_(progress) {}
 
   void survey() {
-    const char* step = "opening the trace files";
-    const char* malformed = malformed_metadata;
+    recorded_.images = std::make_unique<image_table>();
+    recorded_.model = std::make_unique<kzr_data_manager>("");
+    if (!open_inputs()) return;
+    kzr_data_manager& model = *recorded_.model;
+    recorded_.processor =
+        std::make_unique<kzr_record_processor>(model, *recorded_.images, run_.omp_experimental);
     try {
-      const std::unique_ptr<multifile_reader> reader = open();
-      step = "reading imageload.csv";
-      malformed = "a load time or flag is no number";
-      image_table images = read_image_table();
-      kzr_data_manager model("");
-      kzr_record_processor processor(model, images, run_.omp_experimental);
-      step = "reading the records";
-      malformed = malformed_metadata;
-      try {
-        process_records(*reader, model, processor);
-        step = "completing inner graphs";
-        model.complete_inner_graphs();
-        step = "writing the timeline";
-        check_concurrency();
-      } catch (const std::exception& end) {
-        tell_end(step, end, malformed);
-      }
-      take_stock(model);
+      process_records(*recorded_.reader, model, *recorded_.processor);
     } catch (const std::exception& end) {
-      tell_end(step, end, malformed);
+      tell_end("reading the records", end, malformed_metadata);
+      // The warnings are those of the converter, which does not come to the inner graphs.
+      take_stock(model);
+      return model.complete_inner_graphs();
     }
+    complete(model);
+    take_stock(model);
   }
 
  private:
+  /// False where the converter would not come to the first record.
+  bool open_inputs() {
+    const char* step = "opening the trace files";
+    const char* malformed = malformed_metadata;
+    try {
+      recorded_.reader = open();
+      step = "reading imageload.csv";
+      malformed = "a load time or flag is no number";
+      *recorded_.images = read_image_table();
+    } catch (const std::exception& end) {
+      tell_end(step, end, malformed);
+      return false;
+    }
+    return true;
+  }
+
   std::unique_ptr<multifile_reader> open() {
     const captured_output messages;
     auto reader = std::make_unique<multifile_reader>(run_.stem);
@@ -79,6 +88,18 @@ class run_surveyor {
   void tell_end(const char* step, const std::exception& end, const char* malformed) {
     const bool is_conversion = dynamic_cast<const std::logic_error*>(&end) != nullptr;
     run_.converter_end = std::string(step) + ": " + (is_conversion ? malformed : end.what());
+  }
+
+  /// What the converter does behind the last record, as far as that can end it.
+  void complete(kzr_data_manager& model) {
+    const char* step = "completing inner graphs";
+    try {
+      model.complete_inner_graphs();
+      step = "writing the timeline";
+      check_concurrency();
+    } catch (const std::exception& end) {
+      tell_end(step, end, malformed_metadata);
+    }
   }
 
   /// The one thing that can end the writing of the documents.
@@ -97,7 +118,13 @@ class run_surveyor {
       progress_.add(binary_size_of(record));
       count(record, model);
       processor.process_record(record);
+      if (record.kind == record_kind::metadata) note_code_address(record, processor);
     }
+  }
+
+  void note_code_address(const trace_record& record, kzr_record_processor& processor) {
+    const node_symbol* const node = processor.find_code_owner(record).node;
+    if (node != nullptr) recorded_.code_addresses.push_back({node, record.value(), record.timestamp()});
   }
 
   void count(const trace_record& record, kzr_data_manager& model) {
@@ -166,6 +193,7 @@ class run_surveyor {
                   .explicit_tasks = made.explicit_tasks};
   }
 
+  recorded_run& recorded_;
   run_summary& run_;
   progress_bar& progress_;
   std::uint64_t last_handle_ = 0;
@@ -186,27 +214,43 @@ void sum_up_files(run_summary& run) {
     run.first_timestamp = std::min(run.first_timestamp.value_or(first), first);
     run.last_timestamp = std::max(run.last_timestamp.value_or(last), last);
   }
-  char* end = nullptr;
-  const double frequency = std::strtod(run.frequency.c_str(), &end);
-  const bool is_number = end != run.frequency.c_str() && *end == '\0' && std::isfinite(frequency);
-  if (run.first_timestamp && is_number && frequency > 0) {
-    run.duration_seconds = static_cast<double>(*run.last_timestamp - *run.first_timestamp) / frequency;
+  const std::optional<double> frequency = ticks_per_second(run);
+  if (run.first_timestamp && frequency) {
+    run.duration_seconds = static_cast<double>(*run.last_timestamp - *run.first_timestamp) / *frequency;
   }
 }
 
 }  // namespace
 
-run_summary summarise_run(const std::string& stem, bool omp_experimental) {
-  run_summary run;
+std::optional<double> ticks_per_second(const run_summary& run) {
+  char* end = nullptr;
+  const double frequency = std::strtod(run.frequency.c_str(), &end);
+  const bool is_number = end != run.frequency.c_str() && *end == '\0' && std::isfinite(frequency);
+  return is_number && frequency > 0 ? std::optional(frequency) : std::nullopt;
+}
+
+recorded_run::recorded_run() = default;
+recorded_run::recorded_run(recorded_run&&) noexcept = default;
+recorded_run::~recorded_run() = default;
+
+recorded_run read_run(const std::string& stem, openmp_paths openmp) {
+  recorded_run recorded;
+  run_summary& run = recorded.summary;
   run.stem = stem;
-  run.omp_experimental = omp_experimental;
   const file_inventory files = list_files(stem);
   progress_bar progress(2 * files.total_bytes);
   run.files = survey_files(stem, progress);
   run.gap = find_gap(stem, first_unread(run.files));
   sum_up_files(run);
   progress.add(files.xml_bytes);
-  run_surveyor(run, progress).survey();
+  run.omp_experimental =
+      openmp == openmp_paths::on ||
+      (openmp == openmp_paths::as_recorded && std::ranges::any_of(run.files, &file_survey::creates_openmp));
+  run_surveyor(recorded, progress).survey();
   run.problems = find_problems(run);
-  return run;
+  return recorded;
+}
+
+run_summary summarise_run(const std::string& stem, bool omp_experimental) {
+  return std::move(read_run(stem, omp_experimental ? openmp_paths::on : openmp_paths::off).summary);
 }

@@ -3,12 +3,17 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "kzr/dump/file_survey.h"
 #include "model/kzr_data_manager.h"
+
+class image_table;
+class kzr_record_processor;
+class multifile_reader;
 
 /// The tasks of one thread. An unmatched begin has no end behind it, an unmatched end no begin before it.
 struct thread_tasks {
@@ -72,5 +77,37 @@ struct run_summary {
   [[nodiscard]] bool is_missing() const { return files.empty() && gap.unread.empty(); }
 };
 
-/// Reads the run twice: first file by file, then as the converter would, but without any output.
+/// Whether the OpenMP paths are on: always, never, or when a record of the run creates a domain of OpenMP.
+enum class openmp_paths : std::uint8_t { on, off, as_recorded };
+
+/// A node whose code is at an address, and when the trace said so.
+struct code_address {
+  const node_symbol* node;
+  std::uint64_t address;
+  std::uint64_t time;
+};
+
+/// A run as the converter would have it in memory before it writes anything, with what is odd about it.
+/// Without `processor` where it would end itself before the first record.
+struct recorded_run {
+  run_summary summary;
+  std::unique_ptr<multifile_reader> reader;  ///< owns the texts
+  std::unique_ptr<image_table> images;
+  std::unique_ptr<kzr_data_manager> model;  ///< with complete inner graphs, of the records that were read
+  std::unique_ptr<kzr_record_processor> processor;
+  std::vector<code_address> code_addresses;  ///< as they come; of several of a node the last one counts
+
+  recorded_run();
+  recorded_run(recorded_run&&) noexcept;
+  ~recorded_run();
+};
+
+/// Reads the run twice: first file by file, then as the converter would, but without any output. Images are
+/// those of the directory that QZD_DIR names.
+[[nodiscard]] recorded_run read_run(const std::string& stem, openmp_paths openmp);
+
+/// Ticks per second of the run; none when its frequency is no such number.
+[[nodiscard]] std::optional<double> ticks_per_second(const run_summary& run);
+
+/// The same, for those who want the summary alone.
 [[nodiscard]] run_summary summarise_run(const std::string& stem, bool omp_experimental);

@@ -59,6 +59,8 @@ json to_json(const model_counts& model) {
 
 }  // namespace
 
+json warnings_json(const run_summary& run) { return to_json(run.warnings); }
+
 void write_json(const run_summary& run, std::ostream& out) {
   json files = json::array();
   for (const file_survey& file : run.files) files.push_back(to_json(run, file));
@@ -101,7 +103,7 @@ void write_json(const run_summary& run, std::ostream& out) {
       {"domains", domains},
       {"model", to_json(run.model)},
       {"tasks", tasks},
-      {"warnings", to_json(run.warnings)},
+      {"warnings", warnings_json(run)},
       {"notes", to_json(run.notes)}};
   out << summary.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
 }

@@ -1,0 +1,201 @@
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "support/recorded.h"
+#include "support/run_program.h"
+#include "support/scratch_directory.h"
+
+/// A function whose address a trace can tell; `extern "C"` so that it has a plain symbol.
+extern "C" int function_of_a_node() { return 7; }
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using kzr::object_id;
+using kzr::relation_code;
+using kzr::value_type;
+using nlohmann::json;
+using strings = std::vector<std::string>;
+
+constexpr object_id graph{1, 0, 0}, node{2, 0, 0};
+enum : std::uint64_t { flow = 1, openmp, is_graph, object_name, code_address };
+
+/// A graph with one node, which runs from 100 to 110, from 120 to 125 and from 130 on.
+kzr::trace_encoder small(std::string_view name = "node") {
+  auto file = recorded();
+  file.domain(flow, "pwl.flow").string_handle(is_graph, "graph").string_handle(object_name, "object_name");
+  file.string_handle(code_address, "code_address");
+  file.task_group(flow, graph, {}, is_graph).task_group(flow, node, graph, 9);
+  file.metadata_string(flow, node, object_name, name);
+  file.at(100).task_begin(flow, node, graph, 9, 0).at(110).task_end(flow);
+  file.at(120).task_begin(flow, node, graph, 9, 0).at(125).task_end(flow);
+  return std::move(file.at(130).task_begin(flow, node, graph, 9, 0).task_end(flow));
+}
+
+std::string whole() { return small().end().take(); }
+
+class kzr_report : public testing::Test {
+ protected:
+  void write_run(const strings& files) const {
+    fs::remove_all(directory_ / "run");
+    for (std::size_t n = 0; n < files.size(); ++n) {
+      write_file(directory_ / "run" / ("_kzr." + std::to_string(n)), files[n]);
+    }
+  }
+
+  [[nodiscard]] program_result report(strings arguments, const strings& environment = {}) const {
+    arguments.insert(arguments.begin(), {KZR_PROGRAM, "report"});
+    return run_program(arguments, directory_.path(), environment);
+  }
+
+  [[nodiscard]] json figures(const strings& options = {}, const strings& environment = {}) const {
+    strings arguments = {"--json", "run"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const program_result result = report(arguments, environment);
+    EXPECT_EQ(result.exit_status, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    return json::parse(result.out);
+  }
+
+  scratch_directory directory_;
+};
+
+TEST_F(kzr_report, tells_the_figures_for_programs_and_people) {
+  write_run({whole()});
+  const json run = figures();
+  EXPECT_EQ(run["run"]["name"], "run");
+  EXPECT_EQ(run["run"]["frequency"], "1000");
+  EXPECT_EQ(run["run"]["makespan_ticks"], 31);  // recorded times grow by one with each record
+  EXPECT_EQ(run["run"]["damaged_files"], json::array());
+  EXPECT_EQ(run["nodes"][0]["total_ticks"], 16);
+  EXPECT_EQ(run["nodes"][0]["name"], "node");
+  EXPECT_EQ(run["path"].size(), 3U);
+  EXPECT_EQ(figures({"--from", "111", "--to", "126"})["run"]["executions"], 1);
+
+  const program_result text = report({"--text", "run"});
+  EXPECT_EQ(text.exit_status, 0);
+  EXPECT_EQ(text.out.substr(0, 16), "run/_kzr: sound\n");
+  EXPECT_NE(text.out.find("makespan             31 ticks = 0.031 s, from 100 to 131\n"), std::string::npos)
+      << text.out;
+}
+
+TEST_F(kzr_report, covers_what_damaged_runs_have) {
+  const std::string good = whole();
+  auto wide = small();
+  wide.wide_string_handle(7, u"w").task_begin(flow, node, graph, 9, 0).task_end(flow);
+  struct {
+    strings files;
+    std::uint64_t executions;
+    json damaged;
+    json converter_end;
+  } const cases[] = {
+      {{good}, 3, json::array(), nullptr},
+      {{good.substr(0, good.size() - 9 - 17)}, 3, {"run/_kzr.0"}, nullptr},  // without its last two records
+      {{good, "", "Zup"}, 3, {"run/_kzr.1", "run/_kzr.2"}, nullptr},
+      {{wide.end().take()},
+       3,
+       json::array(),
+       "reading the records: Wide character strings not yet supported"},
+      {{"<traces/>"}, 0, {"run/_kzr.0"}, "opening the trace files: XML trace file does not have trace tag"},
+      {{recorded().end().take()}, 0, json::array(), nullptr},
+  };
+  for (const auto& [files, executions, damaged, converter_end] : cases) {
+    write_run(files);
+    const json run = figures();
+    EXPECT_EQ(run["run"]["executions"], executions) << run["run"];
+    EXPECT_EQ(run["run"]["damaged_files"], damaged);
+    EXPECT_EQ(run["run"]["converter_end"], converter_end);
+    if (executions == 0) {
+      EXPECT_EQ(run["concurrency"], json::parse(R"([{"busy_threads": 0, "ticks": 0}])"));
+      EXPECT_EQ(run["run"]["utilisation"], nullptr);
+      EXPECT_EQ(run["path"], json::array());
+    }
+    const program_result dump = run_program({KZR_PROGRAM, "dump", "run"}, directory_.path());
+    const std::string problems = dump.out.substr(0, dump.out.find("\n\n"));
+    EXPECT_EQ(report({"--text", "run"}).out.substr(0, problems.size()), problems);
+  }
+}
+
+TEST_F(kzr_report, looks_into_openmp_when_the_trace_has_it) {
+  auto file = small();
+  file.domain(openmp, "openmp")
+      .task_group(openmp, {5, 0, 0}, {}, is_graph)
+      .task_group(openmp, {6, 0, 0}, {5, 0, 0}, 9);
+  write_run({file.end().take()});
+  EXPECT_EQ(figures()["nodes"][1]["id"], "omp1::n1");
+  EXPECT_EQ(figures({"--no-omp"})["nodes"][1]["id"], "g1::n1");
+}
+
+TEST_F(kzr_report, shows_hostile_names_as_they_are_and_nothing_more) {
+  struct {
+    std::string name;
+    std::string shown;
+  } const cases[] = {
+      {"\xff\xc2", "\xef\xbf\xbd\xef\xbf\xbd"},
+      {"\xe2\x82z", "\xef\xbf\xbd\xef\xbf\xbdz"},
+      {"\xc0\x80\xed\xa0\x80\xf4\x90\x80\x80",
+       std::string("\xef\xbf\xbd") + "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd" +
+           "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"},
+      {"\"\\\x01</script>\xf0\x9f\x98\x80", "\"\\\x01</script>\xf0\x9f\x98\x80"},
+      {"\x1b[2J\n" + std::string(10000, 'x'), "\x1b[2J\n" + std::string(10000, 'x')},
+  };
+  for (const auto& [name, shown] : cases) {
+    write_run({small(name).end().take()});
+    EXPECT_EQ(figures()["nodes"][0]["name"], shown);
+    const std::string text = report({"--text", "run"}).out;
+    EXPECT_EQ(text.find_first_of("\x01\x1b\xff\xc0\xed"), std::string::npos);
+    EXPECT_LT(text.size(), 3000U);
+  }
+}
+
+TEST_F(kzr_report, finds_the_function_of_a_node) {
+  Dl_info image{};
+  ASSERT_NE(dladdr(reinterpret_cast<void*>(&function_of_a_node), &image), 0);
+  const auto first = reinterpret_cast<std::uint64_t>(image.dli_fbase);
+  const auto address = reinterpret_cast<std::uint64_t>(&function_of_a_node);
+  auto file = small();
+  file.metadata(flow, node, code_address, value_type::u64, 1, address);
+  const std::string run = file.end().take();
+  const auto write_list = [this, first](const std::string& path, const std::string& name) {
+    write_file(directory_ / path, name + ',' + std::to_string(first) + ",18446744073709551615,0,1\n");
+  };
+  const std::string own = fs::read_symlink("/proc/self/exe").string();
+  write_run({run});
+  EXPECT_EQ(figures()["nodes"][0]["function"], nullptr);
+  write_list("run/imageload.csv", own);
+  EXPECT_EQ(figures()["nodes"][0]["function"], "function_of_a_node");
+  write_list("elsewhere/imageload.csv", "/dev/zero");
+  EXPECT_EQ(figures({}, {"QZD_DIR=elsewhere"})["nodes"][0]["function"], nullptr);
+  // A list that the converter would not read is no end of it.
+  write_file(directory_ / "run/imageload.csv", "a,1,2,x,1\n");
+  EXPECT_EQ(figures()["run"]["converter_end"], nullptr);
+}
+
+TEST_F(kzr_report, refuses_wrong_usage) {
+  write_run({whole()});
+  const strings cases[] = {{"run"},
+                           {"--text", "--json", "run"},
+                           {"--text", "--from", "2", "--to", "1", "run"},
+                           {"--text", "--from", "x", "run"},
+                           {"--json", "nowhere"},
+                           {"--text", "run", "run"}};
+  for (const strings& arguments : cases) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    const program_result result = report(arguments);
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err.substr(0, 5), "kzr: ");
+  }
+  EXPECT_EQ(report({"run"}).err.substr(0, 30), "kzr: report: say --text or --j");
+  for (const std::string form : {"--text", "--json"}) {
+    const program_result full =
+        run_program({"/bin/sh", "-c", KZR_PROGRAM " report run " + form + " >/dev/full"}, directory_.path());
+    EXPECT_EQ(full.exit_status, 2);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,95 @@
+#include "kzr/report/run_report.h"
+
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+
+#include "analysis/execution_collector.h"
+#include "analysis/node_links.h"
+#include "processor/image_table.h"
+#include "processor/kzr_record_processor.h"
+#include "reader/multifile_reader.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string name_of_run(const std::string& stem) {
+  const fs::path path = fs::absolute(stem).lexically_normal();
+  const std::string directory = path.parent_path().filename().string();
+  return directory.empty() ? path.filename().string() : directory;
+}
+
+/// The images of the run's own directory; none where their list cannot be read.
+image_table read_images_beside(const std::string& stem) {
+  image_table images;
+  std::ifstream list(fs::path(stem).parent_path() / "imageload.csv");
+  try {
+    images.read(list);
+  } catch (const std::exception&) {
+    return {};
+  }
+  return images;
+}
+
+bool has_image_list() {
+  const char* const results = std::getenv("QZD_DIR");
+  std::error_code failure;
+  return results != nullptr && fs::exists(fs::path(results) / "imageload.csv", failure);
+}
+
+void locate_code(run_report& report) {
+  const image_table images =
+      has_image_list() ? std::move(*report.recorded.images) : read_images_beside(report.summary().stem);
+  code_locator locator;
+  for (const auto& [node, address, time] : report.recorded.code_addresses) {
+    const auto location = images.find(address, time);
+    if (location)
+      report.code[report.nodes.find_or_add(*node)] = locator.find(location->image, location->offset);
+  }
+}
+
+}  // namespace
+
+std::string run_report::name_of(std::uint32_t node) const {
+  const node_symbol* const shown = nodes[node].shown;
+  const std::string_view given = shown == nullptr ? "" : recorded.model->find_object_name(*shown);
+  return given.empty() ? nodes[node].id : std::string(given);
+}
+
+run_report make_report(const report_settings& settings) {
+  run_report report(
+      read_run(settings.stem, settings.looks_into_openmp ? openmp_paths::as_recorded : openmp_paths::off));
+  report.name = name_of_run(settings.stem);
+  const kzr_data_manager& model = *report.recorded.model;
+  if (report.recorded.processor) {
+    const event_list& events = report.recorded.processor->collected().events();
+    report.executions = collect_executions(events, model, report.nodes);
+    report.recorded.processor.reset();
+  }
+  // Behind that no node is new that ran.
+  const node_links links = find_links(model, report.nodes);
+  locate_code(report);
+  const std::uint32_t node_count = report.nodes.size();
+  report.has_run = find_nodes_that_ran(report.executions, node_count, {});
+  report.figures = compute_figures(report.executions, node_count, settings.range);
+  report.path = find_observed_path(report.executions, links, settings.range);
+  return report;
+}
+
+const char* name_of(gap_kind kind) {
+  switch (kind) {
+    case gap_kind::none:
+      break;
+    case gap_kind::enclosing:
+      return "enclosing";
+    case gap_kind::thread:
+      return "thread";
+    case gap_kind::data:
+      return "data";
+    case gap_kind::unexplained:
+      return "unexplained";
+  }
+  return "";
+}
