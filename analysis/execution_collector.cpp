@@ -22,8 +22,40 @@ std::size_t count_begins(const event_list& events) {
 
 }  // namespace
 
-void execution_collector::begin(std::uint64_t ts, int tid, std::uint32_t node, execution_kind kind) {
+void execution_collector::pass_line(std::uint64_t ts, int tid) {
   last_timestamp_ = ts;
+  marks_.add_line(ts, tid);
+}
+
+void execution_collector::remove_edge(std::uint64_t ts, int tid, const edge_symbol* edge) {
+  last_timestamp_ = ts;
+  if (edge != nullptr) marks_.add_line(ts, tid);
+}
+
+void execution_collector::region_begin(std::uint64_t ts, int tid, const node_symbol* node,
+                                       const graph_symbol* graph) {
+  pass_line(ts, tid);
+  marks_.begin_region(ts, tid, find_region(node, graph));
+}
+
+void execution_collector::region_end(std::uint64_t ts, int tid, const node_symbol* node,
+                                     const graph_symbol* graph) {
+  pass_line(ts, tid);
+  marks_.end_region(ts, find_region(node, graph));
+}
+
+std::uint32_t execution_collector::find_region(const node_symbol* node, const graph_symbol* graph) {
+  if (node != nullptr) return nodes_.find_or_add(*node);
+  return graph == nullptr ? nodes_.find_or_add(unknown) : nodes_.find_or_add(*graph);
+}
+
+void execution_collector::user_event(std::uint64_t ts, int tid, std::string_view description) {
+  pass_line(ts, tid);
+  marks_.add_user_event(ts, tid, description);
+}
+
+void execution_collector::begin(std::uint64_t ts, int tid, std::uint32_t node, execution_kind kind) {
+  pass_line(ts, tid);
   open_tasks_.begin(tid);
   executions_.begin(tid, ts, node, kind);
 }
@@ -41,12 +73,14 @@ void execution_collector::task_begin(std::uint64_t ts, int tid, kzr_symbol* symb
 
 void execution_collector::task_end(std::uint64_t ts, int tid) {
   last_timestamp_ = ts;
-  if (open_tasks_.end(tid)) executions_.end(tid, ts);
+  if (!open_tasks_.end(tid)) return;
+  marks_.add_line(ts, tid);
+  executions_.end(tid, ts);
 }
 
 void execution_collector::omp_parallel_region_begin(std::uint64_t ts, int tid, const node_symbol*,
                                                     const graph_symbol*, std::uint64_t, std::string_view) {
-  last_timestamp_ = ts;
+  pass_line(ts, tid);
   executions_.pass(tid, ts);
 }
 
@@ -68,7 +102,7 @@ void execution_collector::parallel_task_begin(std::uint64_t ts, int tid, const p
 
 void execution_collector::outer_implicit_task_begin(std::uint64_t ts, int tid, const graph_symbol*,
                                                     std::uint64_t, std::uint64_t, std::string_view) {
-  last_timestamp_ = ts;
+  pass_line(ts, tid);
   open_tasks_.begin(tid);
   executions_.begin_outer(tid, ts);
 }
@@ -86,14 +120,15 @@ void execution_collector::close() {
     while (open_tasks_.has_open(tid)) task_end(end, tid);
   }
   executions_.close();
+  marks_.close();
 }
 
-execution_table collect_executions(const event_list& events, const kzr_data_manager& model,
-                                   run_nodes& nodes) {
-  execution_table executions;
-  executions.reserve(count_begins(events));
-  execution_collector collector(model, nodes, executions);
+collected_timeline collect_timeline(const event_list& events, const kzr_data_manager& model,
+                                    run_nodes& nodes) {
+  collected_timeline timeline;
+  timeline.executions.reserve(count_begins(events));
+  execution_collector collector(model, nodes, timeline.executions, timeline.marks);
   replay_events(events, model, collector);
   collector.close();
-  return executions;
+  return timeline;
 }

@@ -65,7 +65,9 @@ run_report make_report(const report_settings& settings) {
   const kzr_data_manager& model = *report.recorded.model;
   if (report.recorded.processor) {
     const event_list& events = report.recorded.processor->collected().events();
-    report.executions = collect_executions(events, model, report.nodes);
+    collected_timeline timeline = collect_timeline(events, model, report.nodes);
+    report.executions = std::move(timeline.executions);
+    report.marks = std::move(timeline.marks);
     report.recorded.processor.reset();
   }
   // Behind that no node is new that ran.

@@ -10,6 +10,7 @@
 #include "analysis/observed_path.h"
 #include "analysis/run_nodes.h"
 #include "analysis/tick_range.h"
+#include "analysis/timeline_marks.h"
 #include "kzr/dump/run_summary.h"
 #include "kzr/report/code_locator.h"
 
@@ -29,6 +30,7 @@ struct run_report {
   std::string name;       ///< of the run's directory
   run_nodes nodes;
   execution_table executions;
+  timeline_marks marks;
   run_figures figures;
   observed_path path;
   std::vector<bool> has_run;  ///< by node: at any time
