@@ -15,12 +15,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string name_of_run(const std::string& stem) {
-  const fs::path path = fs::absolute(stem).lexically_normal();
-  const std::string directory = path.parent_path().filename().string();
-  return directory.empty() ? path.filename().string() : directory;
-}
-
 /// The images of the run's own directory; none where their list cannot be read.
 image_table read_images_beside(const std::string& stem) {
   image_table images;
@@ -56,6 +50,12 @@ std::string run_report::name_of(std::uint32_t node) const {
   const node_symbol* const shown = nodes[node].shown;
   const std::string_view given = shown == nullptr ? "" : recorded.model->find_object_name(*shown);
   return given.empty() ? nodes[node].id : std::string(given);
+}
+
+std::string name_of_run(const std::string& stem) {
+  const fs::path path = fs::absolute(stem).lexically_normal();
+  const std::string directory = path.parent_path().filename().string();
+  return directory.empty() ? path.filename().string() : directory;
 }
 
 run_report make_report(const report_settings& settings) {

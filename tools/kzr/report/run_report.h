@@ -45,6 +45,9 @@ struct run_report {
   }
 };
 
+/// What a run is called: the name of the directory that its trace files are in.
+[[nodiscard]] std::string name_of_run(const std::string& stem);
+
 /// Reads the run and computes its figures.
 [[nodiscard]] run_report make_report(const report_settings& settings);
 
