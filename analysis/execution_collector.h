@@ -72,7 +72,7 @@ struct collected_timeline {
 };
 
 /// The executions and marks of a run, from its events. The model must be complete; nodes that tasks ran on
-/// and regions are named by are added to `nodes`. Throws `std::length_error` when there are too many
-/// executions.
+/// and regions are named by are added to `nodes`. With `keeps_begin_order` the order of begins over all
+/// threads is kept, too. Throws `std::length_error` when there are too many executions.
 [[nodiscard]] collected_timeline collect_timeline(const event_list& events, const kzr_data_manager& model,
-                                                  run_nodes& nodes);
+                                                  run_nodes& nodes, bool keeps_begin_order = false);

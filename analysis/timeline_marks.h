@@ -15,7 +15,8 @@ class timeline_marks {
   struct user_event {
     std::uint64_t time;
     int thread;
-    std::uint32_t text;  ///< see text()
+    std::uint32_t text;          ///< see text()
+    std::uint32_t lines_before;  ///< begins and ends of executions on its thread in front of it
   };
   /// From a begin to the end of the same node or graph, on any thread. No end is before its begin.
   struct region {
@@ -28,7 +29,7 @@ class timeline_marks {
   /// Any line of the timeline.
   void add_line(std::uint64_t time, int thread);
 
-  void add_user_event(std::uint64_t time, int thread, std::string_view text);
+  void add_user_event(std::uint64_t time, int thread, std::string_view text, std::uint32_t lines_before);
   void begin_region(std::uint64_t time, int thread, std::uint32_t node);
   /// Ends the region of `node` that began last and did not end yet, where there is one.
   void end_region(std::uint64_t time, std::uint32_t node);

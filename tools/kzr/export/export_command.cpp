@@ -201,6 +201,7 @@ subcommand_action set_up_export(CLI::App& command) {
   command.add_flag("!--no-omp", settings.looks_into_openmp, "Do not look into OpenMP regions");
   command.final_callback([options] {
     options->format = find_format(options->format_name);
+    options->settings.keeps_begin_order = options->format->needs_begin_order;
     check(*options);
     options->settings.stem = find_trace_stem(options->settings.stem);
   });

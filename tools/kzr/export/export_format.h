@@ -17,6 +17,7 @@ struct export_format {
   void (*write_stream)(const exported_run& run, byte_sink& out) = nullptr;
   void (*write_path)(const exported_run& run, const std::string& path) = nullptr;
   bool is_folder = false;
+  bool needs_begin_order = false;      ///< of the executions over all threads
   bool is_compressed_by_name = false;  ///< with gzip, where the path ends in `.gz`
 };
 

@@ -65,7 +65,7 @@ run_report make_report(const report_settings& settings) {
   const kzr_data_manager& model = *report.recorded.model;
   if (report.recorded.processor) {
     const event_list& events = report.recorded.processor->collected().events();
-    collected_timeline timeline = collect_timeline(events, model, report.nodes);
+    collected_timeline timeline = collect_timeline(events, model, report.nodes, settings.keeps_begin_order);
     report.executions = std::move(timeline.executions);
     report.marks = std::move(timeline.marks);
     report.recorded.processor.reset();

@@ -19,6 +19,7 @@ struct report_settings {
   std::string stem;  ///< path of the trace files without point and number
   bool looks_into_openmp = true;
   tick_range range;
+  bool keeps_begin_order = false;  ///< of the executions over all threads
 };
 
 /// The figures of a run and what is needed to tell them. Where the converter would end itself, those of the
