@@ -3,9 +3,22 @@
 #include <algorithm>
 #include <array>
 
+#include "kzr/export/perfetto_format.h"
+#include "kzr/export/speedscope_format.h"
+
 namespace {
 
-constexpr std::array<export_format, 0> table = {};
+constexpr std::array table = {
+    export_format{.name = "perfetto",
+                  .suffix = "pftrace",
+                  .readers = "Perfetto UI, its trace processor",
+                  .write_stream = write_perfetto,
+                  .is_compressed_by_name = true},
+    export_format{.name = "speedscope",
+                  .suffix = "speedscope.json",
+                  .readers = "speedscope",
+                  .write_stream = write_speedscope},
+};
 
 }  // namespace
 
