@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "kzr/export/perfetto_format.h"
-#include "kzr/export/speedscope_format.h"
+#include "kzr/export/perfetto_export.h"
+#include "kzr/export/speedscope_export.h"
 
 namespace {
 

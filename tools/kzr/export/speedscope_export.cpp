@@ -1,4 +1,4 @@
-#include "kzr/export/speedscope_format.h"
+#include "kzr/export/speedscope_export.h"
 
 #include <nlohmann/json.hpp>
 #include <string>

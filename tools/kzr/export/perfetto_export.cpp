@@ -1,4 +1,4 @@
-#include "kzr/export/perfetto_format.h"
+#include "kzr/export/perfetto_export.h"
 
 #include <algorithm>
 #include <span>
