@@ -1,54 +1,76 @@
 #include "layout/graph_layout.h"
 
 #include <algorithm>
+#include <numeric>
+#include <utility>
+
+#include "layout/acyclic_arcs.h"
+#include "layout/box_packing.h"
+#include "layout/components.h"
+#include "layout/crossing_reduction.h"
+#include "layout/edge_routes.h"
+#include "layout/layered_graph.h"
+#include "layout/node_layers.h"
+#include "layout/vertical_places.h"
 
 namespace {
 
-/// The layer of each node by the longest path that leads to it; nodes in circles have what is known by then.
-std::vector<std::uint32_t> find_layers(const layout_graph& graph) {
+/// Draws a graph all of whose nodes are connected.
+graph_layout lay_out_connected(const layout_graph& graph) {
   const auto node_count = static_cast<std::uint32_t>(graph.nodes.size());
-  std::vector<std::uint32_t> layers(node_count);
-  std::vector<std::uint32_t> missing(node_count);
-  std::vector<std::vector<std::uint32_t>> targets(node_count);
-  for (const auto& [source, target] : graph.edges) {
-    targets[graph.ports[source].node].push_back(graph.ports[target].node);
-    ++missing[graph.ports[target].node];
+  layered_graph layered = split_edges(graph, find_node_layers(node_count, find_acyclic_arcs(graph)));
+  reduce_crossings(layered);
+  return route_edges(graph, layered, find_vertical_places(layered));
+}
+
+/// Puts the drawings of components beside each other, the highest first.
+graph_layout join(const layout_graph& graph, const std::vector<graph_component>& components,
+                  const std::vector<graph_layout>& drawings) {
+  constexpr std::int64_t gap = 40;
+  std::vector<std::uint32_t> order(components.size());
+  std::iota(order.begin(), order.end(), 0);
+  std::ranges::stable_sort(
+      order, [&](std::uint32_t a, std::uint32_t b) { return drawings[a].height > drawings[b].height; });
+  std::vector<layout_box> boxes;
+  for (const std::uint32_t component : order) {
+    boxes.push_back({drawings[component].width, drawings[component].height});
   }
-  std::vector<std::uint32_t> ready;
-  for (std::uint32_t node = 0; node < node_count; ++node) {
-    if (missing[node] == 0) ready.push_back(node);
-  }
-  while (!ready.empty()) {
-    const std::uint32_t node = ready.back();
-    ready.pop_back();
-    for (const std::uint32_t target : targets[node]) {
-      layers[target] = std::max(layers[target], layers[node] + 1);
-      if (--missing[target] == 0) ready.push_back(target);
+  const box_packing packed = pack_boxes(boxes, gap, screen_row_width(boxes, gap));
+
+  graph_layout joined;
+  joined.width = packed.size.width;
+  joined.height = packed.size.height;
+  joined.nodes.resize(graph.nodes.size());
+  std::vector<std::span<const layout_point>> points(graph.edges.size());
+  std::vector<layout_point> corners(graph.edges.size());
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    const graph_component& component = components[order[i]];
+    const graph_layout& drawing = drawings[order[i]];
+    const layout_point corner = packed.places[i];
+    for (std::size_t node = 0; node < component.nodes.size(); ++node) {
+      const layout_point& place = drawing.nodes[node];
+      joined.nodes[component.nodes[node]] = {place.x + corner.x, place.y + corner.y};
+    }
+    for (std::size_t edge = 0; edge < component.edges.size(); ++edge) {
+      points[component.edges[edge]] = drawing.points_of(edge);
+      corners[component.edges[edge]] = corner;
     }
   }
-  return layers;
+  for (std::size_t edge = 0; edge < graph.edges.size(); ++edge) {
+    for (const layout_point& point : points[edge]) {
+      joined.points.push_back({point.x + corners[edge].x, point.y + corners[edge].y});
+    }
+    joined.first_point.push_back(joined.points.size());
+  }
+  return joined;
 }
 
 }  // namespace
 
 graph_layout lay_out(const layout_graph& graph) {
-  constexpr std::int64_t layer_gap = 60;
-  constexpr std::int64_t node_gap = 20;
-  graph_layout drawing;
-  const std::vector<std::uint32_t> layers = find_layers(graph);
-  std::vector<std::int64_t> x(graph.nodes.size() + 1);
-  for (std::size_t node = 0; node < graph.nodes.size(); ++node) {
-    x[layers[node] + 1] = std::max<std::int64_t>(x[layers[node] + 1], graph.nodes[node].width + layer_gap);
-  }
-  for (std::size_t layer = 1; layer < x.size(); ++layer) x[layer] += x[layer - 1];
-  std::vector<std::int64_t> y(graph.nodes.size() + 1);
-  for (std::size_t node = 0; node < graph.nodes.size(); ++node) {
-    const std::uint32_t layer = layers[node];
-    drawing.nodes.push_back({x[layer], y[layer]});
-    y[layer] += graph.nodes[node].height + node_gap;
-    drawing.width = std::max(drawing.width, x[layer] + graph.nodes[node].width);
-    drawing.height = std::max(drawing.height, y[layer] - node_gap);
-  }
-  drawing.first_point.assign(graph.edges.size() + 1, 0);
-  return drawing;
+  const std::vector<graph_component> components = split_into_components(graph);
+  std::vector<graph_layout> drawings;
+  drawings.reserve(components.size());
+  for (const graph_component& component : components) drawings.push_back(lay_out_connected(component.graph));
+  return join(graph, components, drawings);
 }
