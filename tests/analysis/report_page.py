@@ -302,7 +302,7 @@ def main():
             run = '%s/seed_%d' % (directory, seed)
             random_runs.random_run(seed).write(run)
             tell(run, check.check(run, random.Random(seed)))
-        for workload, *sizes in ('timeline', '0.03', '3'), ('strings', '0.01'):
+        for workload, *sizes in ('timeline', '0.07', '1'), ('manyfiles', '5', '3'), ('strings', '0.01'):
             tell(workload, check.check(check.generate(directory, workload, *sizes), random.Random(1)))
         tell('part', check.check_part(check.generate(directory + '/part', 'timeline', '0.3')))
     sys.exit(1 if failed else 0)
