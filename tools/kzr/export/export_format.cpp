@@ -3,9 +3,31 @@
 #include <algorithm>
 #include <array>
 
+#include "kzr/export/csv_export.h"
+#include "kzr/export/dot_export.h"
+#include "kzr/export/graphml_export.h"
+#include "kzr/export/sqlite_export.h"
+
 namespace {
 
-constexpr std::array<export_format, 0> table = {};
+constexpr std::array table = {
+    export_format{.name = "graphml",
+                  .suffix = "graphml",
+                  .readers = "NetworkX, igraph, Gephi, yEd",
+                  .write_stream = write_graphml},
+    export_format{.name = "dot", .suffix = "dot", .readers = "Graphviz dot", .write_stream = write_dot},
+    export_format{.name = "sqlite",
+                  .suffix = "db",
+                  .readers = "sqlite3, DuckDB, Datasette, pandas",
+                  .write_path = write_sqlite,
+                  .needs_begin_order = true},
+    export_format{.name = "csv",
+                  .suffix = "csv.d",
+                  .readers = "pandas, DuckDB, Spark, spreadsheets",
+                  .write_path = write_csv,
+                  .is_folder = true,
+                  .needs_begin_order = true},
+};
 
 }  // namespace
 
