@@ -51,6 +51,8 @@ class timeline_marks {
   // In the order of the lines, regions in that of their begins.
   [[nodiscard]] const std::vector<user_event>& user_events() const { return user_events_; }
   [[nodiscard]] const std::vector<region>& regions() const { return regions_; }
+  /// How many different texts user events have.
+  [[nodiscard]] std::uint32_t text_count() const { return static_cast<std::uint32_t>(texts_.size()); }
   /// The bytes of a user event as the trace has them.
   [[nodiscard]] const std::string& text(std::uint32_t number) const { return *texts_[number]; }
 

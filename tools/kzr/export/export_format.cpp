@@ -6,11 +6,22 @@
 #include "kzr/export/csv_export.h"
 #include "kzr/export/dot_export.h"
 #include "kzr/export/graphml_export.h"
+#include "kzr/export/perfetto_export.h"
+#include "kzr/export/speedscope_export.h"
 #include "kzr/export/sqlite_export.h"
 
 namespace {
 
 constexpr std::array table = {
+    export_format{.name = "perfetto",
+                  .suffix = "pftrace",
+                  .readers = "Perfetto UI, its trace processor",
+                  .write_stream = write_perfetto,
+                  .is_compressed_by_name = true},
+    export_format{.name = "speedscope",
+                  .suffix = "speedscope.json",
+                  .readers = "speedscope",
+                  .write_stream = write_speedscope},
     export_format{.name = "graphml",
                   .suffix = "graphml",
                   .readers = "NetworkX, igraph, Gephi, yEd",
