@@ -44,8 +44,8 @@ class dot_text {
   }
 
   void write() {
-    text_ += "digraph run {\ncompound=true;\nnewrank=true;\nlabel=<";
-    append_xml(report_.name, text_);
+    text_ += head;
+    append_html_label(report_.name, text_);
     text_ += ">;\n";
     find_points();
     tree_.walk([this](std::uint32_t node) { add_node(node); },
@@ -102,7 +102,7 @@ class dot_text {
     text_ += "\">";
     add_ports(report_.nodes[number].shown->input_ports());
     text_ += "<TR><TD><B>";
-    append_xml(report_.name_of(number), text_);
+    append_html_label(report_.name_of(number), text_);
     text_ += "</B><BR/>";
     add_figures(number);
     text_ += "</TD></TR>";
@@ -120,7 +120,7 @@ class dot_text {
       text_ += "\">";
       value_.clear();
       append_port_name(*port, report_.recorded.model->handles(), value_);
-      append_xml(value_, text_);
+      append_html_label(value_, text_);
       text_ += "</TD>";
       hand_over();
     }
@@ -137,7 +137,7 @@ class dot_text {
     text_ += "subgraph ";
     add_cluster_id(composite);
     text_ += " {\nlabel=<<B>";
-    append_xml(report_.name_of(composite), text_);
+    append_html_label(report_.name_of(composite), text_);
     text_ += "</B><BR/>";
     add_figures(composite);
     text_ += ">;\nbgcolor=\"";

@@ -36,18 +36,49 @@ bool fits_xml(std::string_view character) {
   return lead >= ' ' && character != "\uFFFE" && character != "\uFFFF";
 }
 
+/// Appends the character at `at` and returns where the next one is.
+std::size_t append_xml_character(std::string_view text, std::size_t at, text_buffer& out) {
+  const std::size_t bytes = utf8_character_bytes(text, at);
+  const std::string_view character = text.substr(at, std::max<std::size_t>(bytes, 1));
+  const std::string_view entity = find_entity(character.front());
+  if (!entity.empty()) {
+    out += entity;
+  } else {
+    out += bytes > 0 && fits_xml(character) ? character : replacement;
+  }
+  return at + character.size();
+}
+
 }  // namespace
 
 void append_xml(std::string_view text, text_buffer& out) {
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t bytes = utf8_character_bytes(text, at);
-    const std::string_view character = text.substr(at, std::max<std::size_t>(bytes, 1));
-    at += character.size();
-    const std::string_view entity = find_entity(character.front());
-    if (!entity.empty()) {
-      out += entity;
+  for (std::size_t at = 0; at < text.size();) at = append_xml_character(text, at, out);
+}
+
+void append_html_label(std::string_view text, text_buffer& out) {
+  constexpr std::size_t most_characters = 1000;
+  constexpr std::size_t line_characters = 100;
+  std::size_t characters = 0;
+  std::size_t in_line = 0;
+  for (std::size_t at = 0; at < text.size(); ++characters) {
+    if (characters == most_characters) {
+      out += "\u2026";
+      return;
+    }
+    if (text[at] == '\n' || in_line == line_characters) {
+      out += "<BR/>";
+      in_line = 0;
+    }
+    if (text[at] == '\n') {
+      ++at;
+      continue;
+    }
+    ++in_line;
+    if (text[at] == '\t' || text[at] == '\r') {
+      out += replacement;
+      ++at;
     } else {
-      out += bytes > 0 && fits_xml(character) ? character : replacement;
+      at = append_xml_character(text, at, out);
     }
   }
 }
