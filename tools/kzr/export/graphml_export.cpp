@@ -61,13 +61,7 @@ class graphml_text {
 
  private:
   void add_keys() {
-    const bool has_wide_ticks = std::ranges::any_of(report_.figures.nodes, [](const node_figures& node) {
-      return std::max(node.total_ticks, node.self_ticks) > INT64_MAX ||
-             (node.inclusive && node.inclusive->p50_ticks > INT64_MAX);
-    });
     for (const auto& [name, element, type] : attributes) {
-      // Some readers end at a number that is too large for its type.
-      const bool is_wide = has_wide_ticks && name.ends_with("_ticks");
       text_ += "<key id=\"";
       text_ += name;
       text_ += "\" for=\"";
@@ -75,9 +69,18 @@ class graphml_text {
       text_ += "\" attr.name=\"";
       text_ += name;
       text_ += "\" attr.type=\"";
-      text_ += is_wide ? "double" : type;
+      // Some readers end at a number that is too large for its type.
+      text_ += has_wide_values(name) ? "double" : type;
       text_ += "\"/>\n";
     }
+  }
+
+  [[nodiscard]] bool has_wide_values(std::string_view attribute) const {
+    return std::ranges::any_of(report_.figures.nodes, [attribute](const node_figures& node) {
+      if (attribute == "total_ticks") return node.total_ticks > INT64_MAX;
+      if (attribute == "self_ticks") return node.self_ticks > INT64_MAX;
+      return attribute == "p50_ticks" && node.inclusive && node.inclusive->p50_ticks > INT64_MAX;
+    });
   }
 
   void add_node(std::uint32_t number) {
