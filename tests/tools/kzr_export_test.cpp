@@ -145,6 +145,9 @@ TEST_F(kzr_export, writes_damaged_and_empty_runs) {
       EXPECT_GT(fs::file_size(directory_ / output), 0U);
     }
   }
+  EXPECT_EQ(export_run({"--to", "perfetto", "run"}).err, "");
+  EXPECT_EQ(export_run({"--to", "speedscope", "run"}).err,
+            "kzr: warning: nothing ran; speedscope shows no file without a profile\n");
 }
 
 TEST_F(kzr_export, shows_hostile_names_as_they_are_and_nothing_more) {

@@ -21,12 +21,12 @@ tick_sum to_nanoseconds(std::uint64_t ticks, std::uint64_t frequency) {
 nanosecond_clock::nanosecond_clock(const run_report& report, export_watch& watch)
     : frequency_(read_number<std::uint64_t>(report.summary().frequency).value_or(0)) {
   const timeline_marks& marks = report.marks;
-  const std::uint64_t length = marks.has_lines() ? marks.last_time() - marks.first_time() : 0;
-  if (marks.has_lines()) first_ = marks.first_time();
+  if (!marks.has_lines()) return;  // there are no times then
+  first_ = marks.first_time();
   std::string reason;
   if (frequency_ == 0) {
     reason = "the frequency \"" + report.summary().frequency + "\" of the trace is no whole number above 0";
-  } else if (to_nanoseconds(length, frequency_) > most_nanoseconds) {
+  } else if (to_nanoseconds(marks.last_time() - first_, frequency_) > most_nanoseconds) {
     reason = "in nanoseconds the length of the run does not fit 63 bits";
   }
   if (reason.empty()) return;

@@ -95,5 +95,6 @@ void write_speedscope(const exported_run& run, byte_sink& out) {
     run.watch.warn("the run has " + std::to_string(count) +
                    " executions; above a million speedscope may not open it");
   }
+  if (count == 0) run.watch.warn("nothing ran; speedscope shows no file without a profile");
   speedscope_writer(run, out).write();
 }
