@@ -43,7 +43,9 @@ install_test_tools() {
   # The figures of random runs are checked by a program in Python.
   install_missing python3:python3 /usr/lib/python3/dist-packages/jsonschema/__init__.py:python3-jsonschema
   # Exports are read back by the programs that they are for.
-  install_missing protoc:protobuf-compiler
+  install_missing protoc:protobuf-compiler dot:graphviz \
+    /usr/lib/python3/dist-packages/igraph/__init__.py:python3-igraph \
+    /usr/lib/python3/dist-packages/networkx/__init__.py:python3-networkx
   install_tool_libraries
   install_openmp_tools
 }
