@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <cerrno>
 #include <charconv>
 #include <memory>
 #include <new>
@@ -182,12 +183,14 @@ class sqlite_file : public table_sink {
   }
 
   void check(int result) {
+    // The library keeps the system's reason for some of its calls only.
+    const int system_error = result == SQLITE_FULL ? ENOSPC : errno;
     if (result == SQLITE_OK) return;
     if (result == SQLITE_NOMEM) throw std::bad_alloc();
     // Throws where the end was asked for.
     watch_.advance(0);
-    const int system_error = sqlite3_system_errno(database_.get());
-    if (system_error != 0) throw system_error_as_output_error(system_error);
+    const bool is_of_system = result == SQLITE_IOERR || result == SQLITE_CANTOPEN || result == SQLITE_FULL;
+    if (is_of_system && system_error != 0) throw system_error_as_output_error(system_error);
     throw output_error(sqlite3_errmsg(database_.get()));
   }
 
