@@ -35,14 +35,15 @@ _kzr_dump() {
 
 _kzr_export() {
   case ${COMP_WORDS[COMP_CWORD - 1]} in
-    --to) mapfile -t COMPREPLY < <(compgen -W 'perfetto speedscope' -- "$current") ;;
+    --to) mapfile -t COMPREPLY < <(compgen -W 'perfetto speedscope graphml dot sqlite csv' -- "$current") ;;
     -o | --output)
       compopt -o filenames
       mapfile -t COMPREPLY < <(compgen -f -- "$current")
       ;;
+    --part-rows) ;;
     *)
       if [[ $current == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W '--help --version --to --output --no-omp' -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W '--help --version --to --output --part-rows --no-omp' -- "$current")
       else
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -d -- "$current")

@@ -37,8 +37,9 @@ complete -c kzr -n '__kzr_does dump; and __fish_seen_argument -l records' -l to 
     -d 'Only records up to this timestamp'
 
 complete -c kzr -n '__kzr_does export' -a '(__fish_complete_directories)'
-complete -c kzr -n '__kzr_does export' -l to -x -a 'perfetto speedscope' -d 'The format'
+complete -c kzr -n '__kzr_does export' -l to -x -a 'perfetto speedscope graphml dot sqlite csv' -d 'The format'
 complete -c kzr -n '__kzr_does export' -s o -l output -r -F -d 'File to write'
+complete -c kzr -n '__kzr_does export' -l part-rows -x -d 'At most so many executions in a file'
 complete -c kzr -n '__kzr_does export' -l no-omp -d 'Do not look into OpenMP regions'
 
 complete -c kzr -n '__kzr_does help' -a 'convert dump export record report help'

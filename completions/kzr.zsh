@@ -40,8 +40,9 @@ _kzr_export() {
   _arguments \
     '(-h --help)'{-h,--help}'[print a short help]' \
     '--version[print the version]' \
-    '--to[the format]:format:(perfetto speedscope)' \
+    '--to[the format]:format:(perfetto speedscope graphml dot sqlite csv)' \
     '(-o --output)'{-o,--output}'[file to write]:file:_files' \
+    '--part-rows[at most so many executions in a file]:rows:' \
     '--no-omp[do not look into OpenMP regions]' \
     ':run:_directories'
 }

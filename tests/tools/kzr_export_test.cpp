@@ -25,7 +25,11 @@ struct format {
   bool is_stream;
 };
 
-const format formats[] = {{"perfetto", "run.pftrace", true}, {"speedscope", "run.speedscope.json", true}};
+const format formats[] = {{"perfetto", "run.pftrace", true},
+                          {"speedscope", "run.speedscope.json", true},
+                          {"graphml", "run.graphml", true},
+                          {"dot", "run.dot", true},
+                          {"sqlite", "run.db", false}};
 
 /// A graph with one node, which runs from 100 to 110 and again from 120 on.
 kzr::trace_encoder small(std::string_view name = "node") {
@@ -130,6 +134,36 @@ TEST_F(kzr_export, leaves_nothing_of_what_cannot_be_written) {
   EXPECT_EQ(read_file(directory_ / "run/_kzr.0"), trace);
 }
 
+TEST_F(kzr_export, writes_a_folder_where_nothing_is) {
+  EXPECT_EQ(export_run({"--to", "csv", "run"}).exit_status, 0);
+  EXPECT_EQ(names(), (strings{"run", "run.csv.d"}));
+  const std::string head = "id,node,thread,begin,end,self,depth\r\n";
+  EXPECT_EQ(read_file(directory_ / "run.csv.d/execution.csv"),
+            head + "1,g0::n0,0,100,110,10,0\r\n2,g0::n0,0,120,121,1,0\r\n");
+  EXPECT_EQ(export_run({"--to", "csv", "--part-rows", "1", "-o", "parts", "run"}).exit_status, 0);
+  EXPECT_EQ(read_file(directory_ / "parts/execution-00002.csv"), head + "2,g0::n0,0,120,121,1,0\r\n");
+  fs::remove_all(directory_ / "parts");
+
+  fs::create_directory(directory_ / "empty");
+  write_run({small(std::string(5000, 'x')).end().take()});
+  const struct {
+    std::string arguments;
+    std::string message;
+  } cases[] = {
+      {"", "run.csv.d could not be written: it exists already\n"},
+      {"-o empty", "empty could not be written: it exists already\n"},
+      {"-o nowhere/folder", "nowhere/folder could not be written: there is no folder nowhere\n"},
+      {"-o folder", "folder could not be written: File too large\n"},
+  };
+  for (const auto& [arguments, message] : cases) {
+    const std::string command = "ulimit -f 1; " KZR_PROGRAM " export run --to csv " + arguments;
+    const program_result result = run_program({"/bin/sh", "-c", command}, directory_.path());
+    EXPECT_EQ(result.exit_status, 2);
+    EXPECT_EQ(result.err, "kzr: " + message);
+    EXPECT_EQ(names(), (strings{"empty", "run", "run.csv.d"}));
+  }
+}
+
 TEST_F(kzr_export, writes_damaged_and_empty_runs) {
   const std::string good = small().take();
   const std::vector<strings> runs = {{good.substr(0, good.size() - 5)},
@@ -179,6 +213,9 @@ TEST_F(kzr_export, refuses_wrong_usage) {
       {{"--to", "perfeto", "run"}, "kzr: --to: there is no format \"perfeto\"; did you mean \"perfetto\"?\n"},
       {{"--to", "perfetto", "--part-rows", "5", "run"},
        "kzr: --part-rows: is for formats that are a folder\n"},
+      {{"--to", "sqlite", "-o", "-", "run"},
+       "kzr: -o: sqlite is no stream that standard output could take\n"},
+      {{"--to", "csv", "-o", "-", "run"}, "kzr: -o: csv is no stream that standard output could take\n"},
       {{"--to", "perfetto", "-o", "", "run"}, "kzr: --output: a path is not empty\n"},
       {{"--to", "perfetto", "nowhere"}, "kzr: there is neither a directory nowhere nor a trace file"},
   };

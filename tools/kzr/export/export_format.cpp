@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <array>
 
+#include "kzr/export/csv_export.h"
+#include "kzr/export/dot_export.h"
+#include "kzr/export/graphml_export.h"
 #include "kzr/export/perfetto_export.h"
 #include "kzr/export/speedscope_export.h"
+#include "kzr/export/sqlite_export.h"
 
 namespace {
 
@@ -18,6 +22,22 @@ constexpr std::array table = {
                   .suffix = "speedscope.json",
                   .readers = "speedscope",
                   .write_stream = write_speedscope},
+    export_format{.name = "graphml",
+                  .suffix = "graphml",
+                  .readers = "NetworkX, igraph, Gephi, yEd",
+                  .write_stream = write_graphml},
+    export_format{.name = "dot", .suffix = "dot", .readers = "Graphviz dot", .write_stream = write_dot},
+    export_format{.name = "sqlite",
+                  .suffix = "db",
+                  .readers = "sqlite3, DuckDB, Datasette, pandas",
+                  .write_path = write_sqlite,
+                  .needs_begin_order = true},
+    export_format{.name = "csv",
+                  .suffix = "csv.d",
+                  .readers = "pandas, DuckDB, Spark, spreadsheets",
+                  .write_path = write_csv,
+                  .is_folder = true,
+                  .needs_begin_order = true},
 };
 
 }  // namespace
