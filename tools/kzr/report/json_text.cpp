@@ -4,10 +4,6 @@
 
 #include "kzr/common/utf8.h"
 
-json_text& json_text::list(std::string_view before, std::string_view name) {
-  return raw(before).raw("\"").raw(name).raw("\":[");
-}
-
 json_text& json_text::add(std::uint64_t number) {
   begin_element();
   text_ += std::to_string(number);

@@ -18,12 +18,16 @@ class json_text {
     text_ += text;
     return *this;
   }
+  /// Begins a field of an object with `before` in front of it; its value comes next.
+  json_text& field(std::string_view before, std::string_view name) {
+    return raw(before).raw("\"").raw(name).raw("\":");
+  }
   /// Begins a list that is the value of `name`, with `before` in front of that.
-  json_text& list(std::string_view before, std::string_view name);
+  json_text& list(std::string_view before, std::string_view name) { return field(before, name).raw("["); }
   /// Ends a list.
   json_text& end() { return raw("]"); }
 
-  // Elements of a list.
+  // Elements of a list, or the value of a field.
   json_text& add(std::uint64_t number);
   json_text& add_signed(std::int64_t number);
   json_text& add_ticks(tick_sum ticks);
@@ -36,7 +40,7 @@ class json_text {
 
  private:
   void begin_element() {
-    if (text_.back() != '[') text_ += ',';
+    if (text_.back() != '[' && text_.back() != ':') text_ += ',';
   }
 
   std::string text_;
