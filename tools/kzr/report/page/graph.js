@@ -7,11 +7,13 @@ const leastNamedBox = 36;
 const leastPortsBox = 60;
 const leastOpenBox = 150;
 /** Lines and boxes that are drawn in one frame at most. */
-const mostLines = 6000;
+const mostLines = 3000;
+/** Up to so many lines are curved. */
+const mostCurves = 800;
 const mostBoxes = 12000;
 /** Milliseconds without a change after which all lines are drawn. */
 const restDelay = 150;
-const mostLinesAtRest = 200000;
+const mostLinesAtRest = 30000;
 
 /** Draws the graph from model and state. */
 class GraphView {
@@ -309,20 +311,41 @@ class GraphView {
     if (edges.length === 0) return;
     const {context, layout} = this;
     const {edgeFirst, points} = layout;
+    this.isCurved = edges.length < mostCurves;
     context.beginPath();
     for (const edge of edges) {
       let at = edgeFirst[edge];
-      let [lastX, lastY] = [x + points[at] * scale, y + points[at + 1] * scale];
-      context.moveTo(lastX, lastY);
+      let lastX = x + points[at] * scale;
+      let lastY = y + points[at + 1] * scale;
       for (at += 2; at < edgeFirst[edge + 1]; at += 2) {
-        const [nextX, nextY] = [x + points[at] * scale, y + points[at + 1] * scale];
-        const bend = Math.min(Math.abs(nextX - lastX) / 2, 40 * scale);
-        if (edges.length < 1500) context.bezierCurveTo(lastX + bend, lastY, nextX - bend, nextY, nextX, nextY);
-        else context.lineTo(nextX, nextY);
-        [lastX, lastY] = [nextX, nextY];
+        const nextX = x + points[at] * scale;
+        const nextY = y + points[at + 1] * scale;
+        this.traceSegment(lastX, lastY, nextX, nextY, 40 * scale);
+        lastX = nextX;
+        lastY = nextY;
       }
     }
     context.stroke();
+  }
+
+  /** Adds a piece of an edge, where it is in view; what reaches far out of it is cut, as drawing it takes long. */
+  traceSegment(fromX, fromY, toX, toY, mostBend) {
+    const {context, width, height} = this;
+    const margin = 60;
+    const left = Math.min(fromX, toX);
+    const top = Math.min(fromY, toY);
+    if (!this.isInView(left, top, Math.abs(toX - fromX), Math.abs(toY - fromY))) return;
+    if (Math.abs(toX - fromX) > 3 * width || Math.abs(toY - fromY) > 3 * height) {
+      const cut = cutLine(fromX, fromY, toX, toY, -margin, -margin, width + margin, height + margin);
+      if (!cut) return;
+      context.moveTo(cut[0], cut[1]);
+      context.lineTo(cut[2], cut[3]);
+      return;
+    }
+    context.moveTo(fromX, fromY);
+    const bend = Math.min(Math.abs(toX - fromX) / 2, mostBend);
+    if (this.isCurved && fromY !== toY) context.bezierCurveTo(fromX + bend, fromY, toX - bend, toY, toX, toY);
+    else context.lineTo(toX, toY);
   }
 
   /** Edges of the selected node, and a frame around it where it is in view. */
@@ -446,4 +469,18 @@ class GraphView {
     return width >= leastNamedBox && left + width / 2 > 0 && top + height / 2 > 0
       && left + width / 2 < this.width && top + height / 2 < this.height;
   }
+}
+
+/** The part of a line that is in a rectangle, as [x, y, x, y]; null when none is. */
+function cutLine(fromX, fromY, toX, toY, left, top, right, bottom) {
+  const dx = toX - fromX;
+  const dy = toY - fromY;
+  let begin = 0;
+  let end = 1;
+  for (const [speed, room] of [[-dx, fromX - left], [dx, right - fromX], [-dy, fromY - top], [dy, bottom - fromY]]) {
+    if (speed === 0 && room < 0) return null;
+    if (speed < 0) begin = Math.max(begin, room / speed);
+    if (speed > 0) end = Math.min(end, room / speed);
+  }
+  return begin < end ? [fromX + dx * begin, fromY + dy * begin, fromX + dx * end, fromY + dy * end] : null;
 }

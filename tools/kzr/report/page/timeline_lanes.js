@@ -111,8 +111,8 @@ class LanePainter {
     const perTick = 1 / timeline.ticksPerPixel;
     const {count, begin, end, depth} = block;
     let deepest = 0;
-    for (let i = 0; i < count; ++i) {
-      if (end[i] < from || begin[i] > to) continue;
+    for (let i = 0; i < count && begin[i] <= to; ++i) {
+      if (end[i] < from) continue;
       const row = Math.min(depth[i], mostRows - 1);
       if (row > deepest) deepest = row;
       const left = gutterWidth + (begin[i] - from) * perTick;
