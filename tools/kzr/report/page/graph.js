@@ -14,6 +14,9 @@ const mostBoxes = 12000;
 /** Milliseconds without a change after which all lines are drawn. */
 const restDelay = 150;
 const mostLinesAtRest = 30000;
+/** Pixels of lines that are drawn in one frame at most: what takes the time is their length. */
+const mostLineLength = 150000;
+const mostLineLengthAtRest = 2500000;
 
 /** Draws the graph from model and state. */
 class GraphView {
@@ -84,6 +87,7 @@ class GraphView {
     context.fillRect(0, 0, width, height);
     if (!layout) return;
     this.linesLeft = isAtRest ? mostLinesAtRest : mostLines;
+    this.lengthLeft = isAtRest ? mostLineLengthAtRest : mostLineLength;
     this.boxesLeft = mostBoxes;
     this.isCut = false;
     this.shownGraphs = [];
@@ -287,13 +291,13 @@ class GraphView {
     }
     context.strokeStyle = palette.edge;
     context.lineWidth = 1;
-    context.globalAlpha = long.length > 200 ? 0.12 : 0.35;
-    this.strokeEdges(long, frame);
     context.globalAlpha = short.length > 3000 ? 0.4 : 0.9;
     this.strokeEdges(short.filter((edge) => !layout.removed[edge]), frame);
     context.setLineDash([4, 3]);
     this.strokeEdges(short.filter((edge) => layout.removed[edge]), frame);
     context.setLineDash([]);
+    context.globalAlpha = long.length > 200 ? 0.12 : 0.35;
+    this.strokeEdges(long, frame);
     context.globalAlpha = 1;
   }
 
@@ -314,6 +318,10 @@ class GraphView {
     this.isCurved = edges.length < mostCurves;
     context.beginPath();
     for (const edge of edges) {
+      if (this.lengthLeft < 0) {
+        this.isCut = true;
+        break;
+      }
       let at = edgeFirst[edge];
       let lastX = x + points[at] * scale;
       let lastY = y + points[at + 1] * scale;
@@ -335,6 +343,7 @@ class GraphView {
     const left = Math.min(fromX, toX);
     const top = Math.min(fromY, toY);
     if (!this.isInView(left, top, Math.abs(toX - fromX), Math.abs(toY - fromY))) return;
+    this.lengthLeft -= Math.min(Math.abs(toX - fromX), width) + Math.min(Math.abs(toY - fromY), height);
     if (Math.abs(toX - fromX) > 3 * width || Math.abs(toY - fromY) > 3 * height) {
       const cut = cutLine(fromX, fromY, toX, toY, -margin, -margin, width + margin, height + margin);
       if (!cut) return;
@@ -357,6 +366,7 @@ class GraphView {
     const edges = Array.from(list.slice(first[state.node], Math.min(first[state.node + 1], first[state.node] + 2000)));
     context.strokeStyle = palette.edgeStrong;
     context.lineWidth = 2;
+    this.lengthLeft = mostLineLength;
     this.strokeEdges(edges.filter((edge) => this.edgeSize(edge, frame) > 0), frame);
     const {left, top, width, height} = this.boxOf(state.node, frame);
     context.strokeStyle = palette.panel;
