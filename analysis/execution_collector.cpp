@@ -119,7 +119,6 @@ void execution_collector::close() {
   for (int tid = 0; tid < open_tasks_.thread_count(); ++tid) {
     while (open_tasks_.has_open(tid)) task_end(end, tid);
   }
-  executions_.close();
   marks_.close();
 }
 

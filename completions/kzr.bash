@@ -55,10 +55,15 @@ _kzr_record() {
 
 _kzr_report() {
   case ${COMP_WORDS[COMP_CWORD - 1]} in
-    --from | --to) ;;
+    --from | --to | --max-size) ;;
+    -o | --output)
+      compopt -o filenames
+      mapfile -t COMPREPLY < <(compgen -f -- "$current")
+      ;;
     *)
       if [[ $current == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W '--help --version --text --json --from --to --no-omp' -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W '--help --version --output --open --max-size --text --json --from --to
+          --no-omp' -- "$current")
       else
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -d -- "$current")

@@ -5,7 +5,7 @@ local -a commands
 commands=('convert:convert a run to GraphML and TraceML'
   'dump:tell what is in a run, and what about it is damaged or odd'
   'record:run a program and record what it does with OpenMP'
-  'report:tell where the time of a recorded run went' 'help:show help, or that of a command')
+  'report:show a run as a page, and where its time went' 'help:show help, or that of a command')
 
 _kzr_convert() {
   _arguments \
@@ -48,8 +48,11 @@ _kzr_report() {
   _arguments \
     '(-h --help)'{-h,--help}'[print a short help]' \
     '--version[print the version]' \
-    '(--json)--text[print the figures as tables]' \
-    '(--text)--json[print the figures as JSON]' \
+    '(-o --output --text --json)'{-o,--output}'[file for the page]:file:_files' \
+    '(--text --json)--open[open the page in the browser]' \
+    '(--text --json)--max-size[greatest size of the page]:MiB:' \
+    '(-o --output --open --max-size --json)--text[print the figures as tables]' \
+    '(-o --output --open --max-size --text)--json[print the figures as JSON]' \
     '--from[only what ran at this time or later]:ticks:' \
     '--to[only what ran at this time or earlier]:ticks:' \
     '--no-omp[do not look into OpenMP regions]' \

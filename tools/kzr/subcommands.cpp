@@ -15,7 +15,7 @@ constexpr std::array table = {
                set_up_convert},
     subcommand{"dump", "Tell what is in a run, and what about it is damaged or odd", set_up_dump},
     subcommand{"record", "Run a program and record what it does with OpenMP", set_up_record},
-    subcommand{"report", "Tell where the time of a recorded run went", set_up_report},
+    subcommand{"report", "Show a run as a page, and where its time went", set_up_report},
     subcommand{"help", "Show this help, or that of a command", set_up_help},
 };
 

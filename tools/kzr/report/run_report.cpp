@@ -70,6 +70,7 @@ run_report make_report(const report_settings& settings) {
     report.executions = std::move(timeline.executions);
     report.marks = std::move(timeline.marks);
     report.recorded.processor.reset();
+    report.executions.close();
   }
   // Behind that no node is new that ran.
   report.links = find_links(model, report.nodes);
