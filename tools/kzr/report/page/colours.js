@@ -42,7 +42,7 @@ class Palette {
   }
 }
 
-/** Puts numbers of a measure on a scale: by square root, so that small nodes differ too. */
+/** Puts numbers of a measure on a scale from 0 to the greatest one. */
 class MeasureScale {
   /** @param {Iterable<?number>} values by node */
   constructor(values) {
@@ -55,11 +55,6 @@ class MeasureScale {
   stepOf(value) {
     const number = Number(value ?? 0);
     if (number <= 0 || this.most <= 0) return -1;
-    return Math.min(scaleSteps - 1, Math.floor(Math.sqrt(number / this.most) * scaleSteps));
-  }
-
-  /** @returns {number} the least value of a step */
-  leastOf(step) {
-    return this.most * (step / scaleSteps) ** 2;
+    return Math.min(scaleSteps - 1, Math.floor((number / this.most) * scaleSteps));
   }
 }

@@ -231,8 +231,14 @@ class GraphView {
     context.fillText(measured, left + width / 2, top + height / 2 + size * 0.75, width - 8);
   }
 
+  /** The name of a node as far as it fits, in the font that is set. */
   fitText(node, room, size) {
-    return shorten(plainName(this.model.nameOf(node), 80), Math.max(1, Math.floor(room / (size * 0.56))));
+    const name = plainName(this.model.nameOf(node), 80);
+    const letters = Math.max(1, Math.floor(room / (size * 0.45)));
+    let text = shorten(name, letters);
+    const width = this.context.measureText(text).width;
+    if (width > room) text = shorten(name, Math.max(1, Math.floor((text.length * room) / width) - 1));
+    return text;
   }
 
   measureText(node) {

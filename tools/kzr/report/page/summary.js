@@ -25,11 +25,12 @@ class SummaryView {
   verdict() {
     const {figures, time} = this.model;
     if (figures.threads.length === 0) return this.state.range ? 'Nothing ran in this range.' : 'Nothing was executed in this run.';
-    const threads = countText(figures.threads.length, 'thread');
+    const count = figures.threads.length;
     const where = this.state.range ? 'This range' : 'The run';
-    const use = figures.averageParallelism === null ? '.'
-      : ` – on average ${roundDigits(figures.averageParallelism, 3)} of them busy.`;
-    return `${where} took ${time.short(figures.makespan)} on ${threads}${use}`;
+    const use = figures.averageParallelism === null ? ''
+      : count === 1 ? `, busy ${percentText(figures.utilisation)} of the time`
+        : ` – on average ${roundDigits(figures.averageParallelism, 3)} of them busy`;
+    return `${where} took ${time.short(figures.makespan)} on ${countText(count, 'thread')}${use}.`;
   }
 
   drawFigures() {
