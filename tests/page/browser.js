@@ -5,9 +5,9 @@
  * for anything but files.
  */
 const assert = require('node:assert/strict');
-const { after, test } = require('node:test');
-const { pathToFileURL } = require('node:url');
-const { chromium } = require('playwright-core');
+const {after, test} = require('node:test');
+const {pathToFileURL} = require('node:url');
+const {chromium} = require('playwright-core');
 
 const program = process.env.KZR_CHROMIUM || '/usr/bin/chromium';
 let browser = null;
@@ -16,7 +16,7 @@ after(() => browser?.close());
 
 async function startedBrowser() {
   // Chromium's own sandbox refuses to run as root, as tests do on build machines.
-  browser ??= await chromium.launch({ executablePath: program, args: ['--no-sandbox'] });
+  browser ??= await chromium.launch({executablePath: program, args: ['--no-sandbox']});
   return browser;
 }
 
@@ -42,8 +42,8 @@ function pageTest(name, body) {
   test(name, async () => {
     const complaints = [];
     const windows = [];
-    const openPage = async (file, { hash = '', ...options } = {}) => {
-      const window = await (await startedBrowser()).newContext({ viewport: { width: 1280, height: 800 }, ...options });
+    const openPage = async (file, {hash = '', ...options} = {}) => {
+      const window = await (await startedBrowser()).newContext({viewport: {width: 1280, height: 800}, ...options});
       windows.push(window);
       const page = await window.newPage();
       listen(page, complaints);
@@ -63,4 +63,4 @@ function pageTest(name, body) {
   });
 }
 
-module.exports = { listen, pageTest, startedBrowser };
+module.exports = {listen, pageTest, startedBrowser};

@@ -1,7 +1,7 @@
 'use strict';
 const assert = require('node:assert/strict');
-const { test } = require('node:test');
-const { listen, startedBrowser } = require('./browser');
+const {test} = require('node:test');
+const {listen, startedBrowser} = require('./browser');
 
 test('what a page complains about is heard', async () => {
   const cases = [
