@@ -32,7 +32,7 @@ install_build_tools() { install_missing g++:g++ cmake:cmake make:make; }
 # What kzr needs beyond that; without it the build leaves kzr out.
 install_tool_libraries() {
   install_missing /usr/include/CLI/CLI.hpp:libcli11-dev /usr/include/nlohmann/json.hpp:nlohmann-json3-dev \
-    /usr/include/elfutils/libdwfl.h:libdw-dev
+    /usr/include/elfutils/libdwfl.h:libdw-dev /usr/include/zlib.h:zlib1g-dev
 }
 
 # Programs that `kzr record` records: both compilers, LLVM's OpenMP runtime and its interface for tools.

@@ -1,12 +1,13 @@
 #include "kzr/report/run_report.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 
 #include "analysis/execution_collector.h"
-#include "analysis/node_links.h"
 #include "processor/image_table.h"
 #include "processor/kzr_record_processor.h"
 #include "reader/multifile_reader.h"
@@ -71,13 +72,24 @@ run_report make_report(const report_settings& settings) {
     report.recorded.processor.reset();
   }
   // Behind that no node is new that ran.
-  const node_links links = find_links(model, report.nodes);
+  report.links = find_links(model, report.nodes);
   locate_code(report);
   const std::uint32_t node_count = report.nodes.size();
   report.has_run = find_nodes_that_ran(report.executions, node_count, {});
+  report.range = settings.range;
   report.figures = compute_figures(report.executions, node_count, settings.range);
-  report.path = find_observed_path(report.executions, links, settings.range);
+  report.path = find_observed_path(report.executions, report.links, settings.range);
   return report;
+}
+
+std::vector<std::uint32_t> list_nodes(const run_report& report) {
+  std::vector<std::uint32_t> nodes;
+  for (std::uint32_t node = 0; node < report.nodes.size(); ++node) {
+    if (report.is_listed(node)) nodes.push_back(node);
+  }
+  std::ranges::sort(nodes, {},
+                    [&report](std::uint32_t node) { return std::string_view(report.nodes[node].id); });
+  return nodes;
 }
 
 const char* name_of(gap_kind kind) {

@@ -7,6 +7,7 @@
 
 #include "analysis/execution_table.h"
 #include "analysis/figures.h"
+#include "analysis/node_links.h"
 #include "analysis/observed_path.h"
 #include "analysis/run_nodes.h"
 #include "analysis/tick_range.h"
@@ -32,6 +33,8 @@ struct run_report {
   execution_table executions;
   timeline_marks marks;
   run_figures figures;
+  tick_range range;  ///< that the figures are for
+  node_links links{0};
   observed_path path;
   std::vector<bool> has_run;  ///< by node: at any time
   std::map<std::uint32_t, code_place> code;
@@ -47,6 +50,9 @@ struct run_report {
 
 /// Reads the run and computes its figures.
 [[nodiscard]] run_report make_report(const report_settings& settings);
+
+/// The nodes that belong into the report, by the bytes of their ids.
+[[nodiscard]] std::vector<std::uint32_t> list_nodes(const run_report& report);
 
 /// The word for a gap of the path; empty for none.
 [[nodiscard]] const char* name_of(gap_kind kind);
