@@ -49,6 +49,5 @@ bool multifile_reader::next_record_or_end(trace_record& record) {
 }
 
 void multifile_reader::release_texts() {
-  constexpr std::size_t enough_bytes = std::size_t{1} << 20;
-  if (texts_.taken_bytes() >= enough_bytes) texts_.clear();
+  if (texts_.taken_bytes() >= kept_text_bytes) texts_.clear();
 }

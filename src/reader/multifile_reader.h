@@ -27,8 +27,9 @@ class multifile_reader {
   bool next_record_or_end(trace_record& record);
 
   /// Gives back the texts of all records handed out so far, which the caller must not look at any more, once
-  /// some have gathered. For those who look at each record once.
+  /// `kept_text_bytes` have gathered. For those who look at each record once.
   void release_texts();
+  static constexpr std::size_t kept_text_bytes = std::size_t{1} << 20;
 
   /// How many files could not be read to their end record: they yielded nothing, were dropped at a bad record
   /// or just stopped.

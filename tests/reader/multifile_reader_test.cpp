@@ -132,12 +132,13 @@ std::string pointed_at(const trace_record& record) {
   return {static_cast<char>(*record.wide_string())};
 }
 
-// Ten megabytes of texts pass by and are released while four other files wait with theirs.
+// Many texts pass by and are released several times while four other files wait with theirs.
 TEST(multifile_reader, keeps_the_texts_of_waiting_files_when_it_releases_others) {
-  constexpr std::uint64_t after_all = 100'000;
+  constexpr std::uint64_t after_all = UINT64_C(1) << 40;
   const std::string text(250, 't');
+  const auto count = static_cast<int>(4 * multifile_reader::kept_text_bytes / text.size());
   kzr::trace_encoder many = recorded();
-  for (int i = 0; i < 40'000; ++i) many.string_handle(1, text);
+  for (int i = 0; i < count; ++i) many.string_handle(1, text);
   // Readers of XML files have the next record ready.
   const auto waiting = [] { return recorded(kzr::trace_form::xml).at(after_all); };
   const scratch_directory directory;
@@ -158,7 +159,7 @@ TEST(multifile_reader, keeps_the_texts_of_waiting_files_when_it_releases_others)
     ASSERT_EQ(pointed_at(record), expected.at(file));
     reader.release_texts();
   }
-  EXPECT_EQ(records, (std::array{40'000, 1, 1, 1, 1}));
+  EXPECT_EQ(records, (std::array{count, 1, 1, 1, 1}));
 }
 
 }  // namespace

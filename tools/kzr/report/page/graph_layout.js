@@ -38,17 +38,16 @@ class GraphLayout {
     this.points = new Float32Array(this.edgeFirst[count]);
     this.edgeBox = new Float32Array(4 * count);
     let next = 0;
-    const portPlace = (port, graph, isEnd) => this.portPlace(port, graph, isEnd);
     for (let i = 0; i < count; ++i) {
       let at = this.edgeFirst[i];
-      [this.points[at++], this.points[at++]] = portPlace(edges.source[i], edges.graph[i], false);
+      [this.points[at++], this.points[at++]] = this.portPlace(edges.source[i]);
       let x = 0;
       let y = 0;
       for (let j = 0; j < edges.points[i]; ++j, ++next) {
         this.points[at++] = x += edges.x[next];
         this.points[at++] = y += edges.y[next];
       }
-      [this.points[at++], this.points[at++]] = portPlace(edges.target[i], edges.graph[i], true);
+      [this.points[at++], this.points[at++]] = this.portPlace(edges.target[i]);
       this.boxEdge(i);
     }
     this.edgesOfNode = this.groupEdges(nodes.graph.length);

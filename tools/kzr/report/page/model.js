@@ -212,7 +212,9 @@ class Marks {
       this.events[lane].text.push(events.text[i]);
     });
     regions.lane.forEach((lane, i) => {
-      this.regions[lane].push({node: regions.node[i], begin: Number(regions.begin[i]), end: Number(regions.end[i])});
+      const text = regions.node[i] < 0 ? this.texts[regions.text[i]] : null;
+      this.regions[lane].push({
+        node: regions.node[i], text, begin: Number(regions.begin[i]), end: Number(regions.end[i])});
     });
   }
 }

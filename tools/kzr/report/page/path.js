@@ -120,7 +120,7 @@ class NodeOrder {
         if (visited.has(source)) continue;
         visited.add(source);
         if (executions[source] > 0) before.add(source);
-        if (executions[source] === 0 || links.composites.has(source)) pending.push(source);
+        if (!(executions[source] > 0) || links.composites.has(source)) pending.push(source);
       }
     }
     return before;

@@ -155,11 +155,11 @@ class TimelineInput {
       return;
     }
     const place = {lane, time: timeline.timeAt(event.offsetX), row: timeline.rowAt(lane, event.offsetY)};
-    const event_ = this.userEventNear(place);
+    const userEvent = this.userEventNear(place);
     const isDetail = timeline.model.store && timeline.model.span / timeline.aggregates.levels.at(-1).buckets
       > widestBucket * timeline.ticksPerPixel;
     const execution = isDetail ? await this.findExecution(place, false) : null;
-    this.fillHover(place, event_, execution);
+    this.fillHover(place, userEvent, execution);
     placeHover(hover, event.clientX, event.clientY);
   }
 
@@ -187,7 +187,7 @@ class TimelineInput {
       lines.push(makeElement('div', '', busy > 0 ? `busy ${percentText(busy)} here, mostly with this` : 'idle'));
     }
     const region = model.marks?.regions[lane].find(({begin, end}) => begin <= time && end >= time);
-    if (region) lines.push(showName(makeElement('div', 'faint'), `region ${model.nameOf(region.node)}`, 80));
+    if (region) lines.push(showName(makeElement('div', 'faint'), `region ${region.text ?? model.nameOf(region.node)}`, 80));
     lines.push(makeElement('div', 'faint', `thread ${model.threadOf(lane)}, at ${model.time.short(time, 7)}`));
     hover.replaceChildren(...lines);
   }
