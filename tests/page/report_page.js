@@ -29,6 +29,65 @@ async function setRange(page, from, to) {
   await page.evaluate(([from, to]) => window.kzr.setRange(from, to), [String(from), String(to)]);
 }
 
+/** Selects a node by searching for its name. */
+async function search(page, name) {
+  await page.keyboard.press('/');
+  await page.keyboard.type(name);
+  await page.keyboard.press('Enter');
+  await page.locator('#search').blur();
+}
+
+/** The places on a canvas at which it tells of a name, by name: in its middle, in pixels of the window. */
+async function namesUnderPointer(page, canvas) {
+  const places = await page.evaluate((canvas) => {
+    const element = document.querySelector(canvas);
+    const {left, top, width, height} = element.getBoundingClientRect();
+    const found = {};
+    for (let y = top + 2; y < top + height - 2; y += 6) {
+      for (let x = left + 2; x < left + width - 2; x += 6) {
+        element.dispatchEvent(new PointerEvent('pointermove', {clientX: x, clientY: y, bubbles: true}));
+        const hover = document.querySelector('#hover');
+        const name = hover.hidden ? null : hover.querySelector('.hover-name')?.textContent;
+        if (name) (found[name] ??= []).push([x, y]);
+      }
+    }
+    element.dispatchEvent(new PointerEvent('pointerleave'));
+    return found;
+  }, canvas);
+  return Object.fromEntries(Object.entries(places).map(([name, points]) => [name, points[points.length >> 1]]));
+}
+
+/** Pixels of a canvas that have a colour of the style sheet: how many, and their rows. */
+function pixelsOfColour(page, canvas, colour) {
+  return page.evaluate(async ([canvas, colour]) => {
+    await new Promise((resolve) => { requestAnimationFrame(() => requestAnimationFrame(resolve)); });
+    const element = document.querySelector(canvas);
+    // On a copy, so that the canvas itself stays as quick as it is.
+    const {width, height} = element;
+    const copy = new OffscreenCanvas(width, height + 1).getContext('2d', {willReadFrequently: true});
+    copy.drawImage(element, 0, 0);
+    copy.fillStyle = getComputedStyle(document.documentElement).getPropertyValue(colour);
+    copy.fillRect(0, height, 1, 1);
+    const {data} = copy.getImageData(0, 0, width, height);
+    const [red, green, blue] = copy.getImageData(0, height, 1, 1).data;
+    const rows = new Set();
+    let count = 0;
+    for (let i = 0; i < data.length; i += 4) {
+      if (data[i] !== red || data[i + 1] !== green || data[i + 2] !== blue) continue;
+      ++count;
+      rows.add(Math.floor(i / 4 / width));
+    }
+    return {count, rows: [...rows]};
+  }, [canvas, colour]);
+}
+
+/** What of the state the page keeps in its address, by name; it follows changes a little later. */
+async function addressState(page, ...names) {
+  await page.waitForFunction((names) => (
+    names.every((name) => new URLSearchParams(location.hash.slice(1)).has(name))), names);
+  return Object.fromEntries(new URLSearchParams(new URL(page.url()).hash.slice(1)));
+}
+
 /** The rows of a table as its copy holds them: objects of texts by column. */
 async function copiedTable(page, name) {
   await page.locator(`#tab-${name}`).click();
@@ -66,4 +125,6 @@ function assertSame(shown, expected, place = '') {
   for (const [name, value] of Object.entries(expected)) assertSame(shown[name], value, `${place}.${name}`);
 }
 
-module.exports = {assertSame, copiedTable, openReport, selection, setRange, shownFigures};
+module.exports = {
+  addressState, assertSame, copiedTable, namesUnderPointer, openReport, pixelsOfColour, search, selection, setRange, shownFigures,
+};
