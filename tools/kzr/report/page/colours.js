@@ -25,7 +25,8 @@ class Palette {
     const style = getComputedStyle(document.documentElement);
     const colour = (name) => style.getPropertyValue(`--${name}`).trim();
     this.own = Array.from({length: 12}, (_, i) => colour(`node-${i}`));
-    this.other = colour('node-other');
+    this.waiting = colour('node-other');
+    this.others = Array.from({length: 4}, (_, i) => colour(`other-${i}`));
     this.scale = Array.from({length: scaleSteps}, (_, i) => colour(`scale-${i}`));
     this.scaleText = Array.from({length: scaleSteps}, (_, i) => colour(i < 5 ? 'scale-text-low' : 'scale-text-high'));
     for (const name of ['ground', 'panel', 'text', 'faint', 'line', 'grid', 'accent', 'busy', 'path', 'node-text',
@@ -36,7 +37,8 @@ class Palette {
 
   ofNode(node) {
     const number = this.numberOf.get(node);
-    return number === undefined ? this.other : this.own[number % this.own.length];
+    // The others differ a little, so that neighbours are told apart.
+    return number === undefined ? this.others[node & 3] : this.own[number % this.own.length];
   }
 }
 

@@ -31,9 +31,10 @@ class DetailsView {
         'Select a node in the graph, a table or the search, or an execution in the timeline.'));
       return;
     }
-    const parts = [this.nameHeading(), this.nodeList()];
-    if (state.execution) parts.push(this.executionPart());
-    this.element.replaceChildren(...parts);
+    const parts = [this.nameHeading()];
+    if (state.execution) parts.push(this.executionPart(), makeElement('h3', '', 'All of this node'));
+    this.element.replaceChildren(...parts, this.nodeList());
+    this.element.scrollTop = 0;
   }
 
   heading(text) {
@@ -71,7 +72,8 @@ class DetailsView {
     const {node} = state;
     const at = (name) => columns[name][node];
     const selfShare = Number(at('self_ticks')) / model.figures.threads.reduce((sum, thread) => sum + Number(thread.busy), 0);
-    const rows = [
+    const hasRun = at('executions') > 0 || Number(at('total_ticks')) > 0;
+    const rows = !hasRun ? [['Executions', state.range ? 'none in this range' : 'none']] : [
       ['Executions', `${groupDigits(at('executions'))} on ${countText(at('threads'), 'thread')}`],
       ['Self time', `${time.short(at('self_ticks'))}${Number.isFinite(selfShare) ? ` – ${percentText(selfShare)} of all busy time` : ''}`],
       ['Total', time.short(at('total_ticks'))],

@@ -39,9 +39,9 @@ class SummaryView {
       ['Makespan', time.short(figures.makespan), time.ticksPerSecond ? `${groupDigits(figures.makespan)} ticks` : 'first begin to last end'],
       ['Executions', groupDigits(figures.executions), `on ${countText(threads, 'thread')}`],
       ['Parallelism', figures.averageParallelism === null ? '–' : roundDigits(figures.averageParallelism, 3),
-        `threads busy of ${groupDigits(threads)}`],
-      ['Utilisation', percentText(figures.utilisation), 'of the threads’ time', figures.utilisation],
-      ['Imbalance', percentText(figures.imbalance), 'busiest over mean'],
+        `busy of ${groupDigits(threads)}`],
+      ['Utilisation', percentText(figures.utilisation), 'of threads’ time', figures.utilisation],
+      ['Imbalance', percentText(figures.imbalance), 'most over mean'],
     ];
     if (run.detailed !== run.executions) {
       const share = `${groupDigits(run.detailed)} of ${groupDigits(run.executions)}`;
@@ -66,7 +66,7 @@ class SummaryView {
   /** Bars: for how much of the time how many threads were busy; several numbers share one where there are many. */
   drawConcurrency() {
     const {figures} = this.model;
-    const all = figures.concurrency;
+    const all = Array.from(figures.concurrency);
     const bars = document.getElementById('concurrency-bars');
     const perBar = Math.max(1, Math.ceil(all.length / mostBars));
     const sums = [];
@@ -104,6 +104,7 @@ class SummaryView {
       const button = makeElement('button', 'look');
       button.type = 'button';
       button.dataset.node = look.node;
+      button.title = look.text;
       const swatch = makeElement('span', 'swatch');
       swatch.dataset.node = look.node;
       button.append(swatch, showName(makeElement('span', 'look-name'), look.name || look.id, 40),

@@ -300,6 +300,10 @@ class TablesView {
 
   /** A time and a bar for its share in that of all nodes. */
   showShare(cell, ticks) {
+    if (ticks === 0) {
+      cell.textContent = '–';
+      return;
+    }
     const bar = makeElement('span', 'cell-bar');
     bar.style.width = `${this.mostSelf > 0 ? (ticks / this.mostSelf) * 100 : 0}%`;
     cell.append(bar, makeElement('span', 'over-bar', this.model.time.short(ticks)));

@@ -58,11 +58,12 @@ function groupDigits(number) {
   return part ? `${grouped}.${part}` : grouped;
 }
 
-/** @returns {string} a number with `digits` digits that count, without an exponent */
+/** @returns {string} a number with up to `digits` digits that count, without an exponent */
 function roundDigits(number, digits) {
   if (number === 0) return '0';
   const places = Math.min(20, Math.max(0, digits - 1 - Math.floor(Math.log10(Math.abs(number)))));
-  return groupDigits(number.toFixed(places));
+  const text = number.toFixed(places);
+  return groupDigits(text.includes('.') ? text.replace(/\.?0+$/, '') : text);
 }
 
 /** @returns {string} a share of 1 in percent */

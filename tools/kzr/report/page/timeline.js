@@ -1,12 +1,14 @@
 // The timeline: axis, busy threads over time, and the frame around the lanes. Lengths are in CSS pixels.
 
 /** Width of the names of threads. */
-const gutterWidth = 92;
+const gutterWidth = 112;
 const axisHeight = 22;
 const busyHeight = 54;
 /** Rows of nested executions that a lane shows; what is nested deeper is drawn in the last one. */
 const mostRows = 12;
 const laneGap = 6;
+const leastRow = 14;
+const greatestRow = 34;
 /** Buckets of the pyramid are shown up to this width; wider ones give way to the executions themselves. */
 const widestBucket = 2;
 /** Executions that the exact number of busy threads is computed from at most, each frame. */
@@ -70,6 +72,7 @@ class TimelineView {
     this.context = this.canvas.getContext('2d', {alpha: false});
     this.busyCanvas = document.getElementById('busy');
     this.busyContext = this.busyCanvas.getContext('2d', {alpha: false});
+    this.panel = document.getElementById('timeline-panel');
     this.scroller = document.getElementById('lanes');
     this.aggregates = new Aggregates(model.run.overview);
     this.rows = new Uint8Array(model.run.all_threads.length).fill(1);
@@ -101,10 +104,13 @@ class TimelineView {
   layOut(height) {
     const rows = this.rows.reduce((sum, rows) => sum + rows, 0) || 1;
     const room = (height - this.rows.length * laneGap) / rows;
-    this.rowHeight = Math.floor(Math.min(26, Math.max(14, room)));
+    this.rowHeight = Math.floor(Math.min(greatestRow, Math.max(leastRow, room)));
     this.rows.forEach((rows, i) => { this.tops[i + 1] = this.tops[i] + rows * this.rowHeight + laneGap; });
     const total = this.tops[this.rows.length];
     document.getElementById('lanes-height').style.height = `${Math.max(0, total - height)}px`;
+    // What few lanes do not need is left to the graph.
+    const most = rows * greatestRow + this.rows.length * laneGap;
+    this.panel.style.maxHeight = `${Math.max(220, this.scroller.offsetTop + most + 6)}px`;
   }
 
   get ticksPerPixel() {

@@ -151,7 +151,7 @@ class LanePainter {
 
   useColour(node) {
     const {context, palette, state} = this.timeline;
-    context.fillStyle = node < 0 ? palette.other : palette.ofNode(node);
+    context.fillStyle = node < 0 ? palette.waiting : palette.ofNode(node);
     context.globalAlpha = this.isDimmed && node !== state.node ? 0.3 : 1;
   }
 
@@ -176,10 +176,12 @@ class LanePainter {
   }
 
   writeLabel(node, x, y, room) {
-    const {context, palette} = this.timeline;
+    const {context, palette, state} = this.timeline;
     const letters = Math.floor(room / letterWidth);
     if (letters < 3) return;
-    context.fillStyle = palette.nodeText;
+    const isDim = this.isDimmed && node !== state.node;
+    context.globalAlpha = 1;
+    context.fillStyle = isDim ? palette.faint : palette.nodeText;
     context.font = '11px system-ui, sans-serif';
     context.textAlign = 'left';
     context.textBaseline = 'middle';
@@ -339,13 +341,10 @@ class LanePainter {
       context.textAlign = 'left';
       context.fillStyle = palette.text;
       context.fillText(`Thread ${model.threadOf(lane)}`, 8, y);
+      context.textAlign = 'right';
       context.fillStyle = palette.faint;
-      context.fillRect(gutterWidth - 14, y - 5, 8, 1);
-      const share = Math.min(1, (busy.get(lane) ?? 0) / makespan);
-      context.fillStyle = palette.lane;
-      context.fillRect(gutterWidth - 14, y - 6, 8, 12);
-      context.fillStyle = palette.busy;
-      context.fillRect(gutterWidth - 14, y + 6 - 12 * share, 8, 12 * share);
+      const share = (busy.get(lane) ?? 0) / makespan;
+      context.fillText(share > 0 ? `${Math.round(share * 100)}\u202f%` : '–', gutterWidth - 8, y);
     }
   }
 
