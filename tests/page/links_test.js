@@ -2,7 +2,7 @@
 const assert = require('node:assert/strict');
 const {pageTest} = require('./browser');
 const {
-  addressState, assertSame, copiedTable, namesUnderPointer, openReport, pixelsOfColour, search, selection, shownFigures,
+  addressState, assertSame, copiedTable, namesUnderPointer, openReport, pixelsOfColour, search, selection, settle, shownFigures,
 } = require('./report_page');
 const {executions, figures, report, smallRun} = require('./runs');
 
@@ -14,15 +14,16 @@ function selectedRow(page, table) {
   return page.locator(`#${table} tr[aria-selected="true"]`);
 }
 
-/** The number that stands behind a word of the panel of the selection, without what groups its digits. */
+/** What the panel of the selection says of the execution behind a word, without what groups digits. */
 async function detail(page, name) {
-  const value = page.locator(`#details dt:text-is("${name}") + dd`).last();
+  const value = page.locator(`#details .execution dt:text-is("${name}") + dd`);
   await page.waitForFunction((element) => element.textContent !== '…', await value.elementHandle());
   return (await value.textContent()).replaceAll('\u202f', '');
 }
 
-/** Clicks all over the timeline; what each click selects, with the time under it and the ticks of three pixels. */
+/** Clicks all over the timeline; what each click selects, with its place, the time there and the ticks of three pixels. */
 async function clickTimeline(page, columns) {
+  await settle(page);
   const box = await page.locator('#timeline').boundingBox();
   const {from, to} = await page.evaluate(() => window.kzr.view());
   const gutter = await page.evaluate(() => gutterWidth);
@@ -32,9 +33,10 @@ async function clickTimeline(page, columns) {
   for (let y = 4; y < box.height; y += 8) {
     for (let column = 1; column <= columns; ++column) {
       const share = column / (columns + 1);
-      await page.mouse.click(box.x + gutter + share * (box.width - gutter), box.y + y);
+      const place = [box.x + gutter + share * (box.width - gutter), box.y + y];
+      await page.mouse.click(...place);
       const {execution} = await selection(page);
-      if (execution) found.push({...execution, time: BigInt(from) + BigInt(Math.round(ticks * share)), slack});
+      if (execution) found.push({...execution, time: BigInt(from) + BigInt(Math.round(ticks * share)), slack, place});
     }
   }
   return found;
@@ -53,8 +55,11 @@ pageTest('an execution clicked in the timeline is told of, and shows its node in
   }
   assert.deepEqual([...new Set(clicked.map(({thread}) => thread))], [0, 1, 2, 3]);
 
+  const selfOf = ({thread, begin}) => all.find((e) => e.thread === thread && e.begin === BigInt(begin)).self;
+  const nesting = clicked.find((e) => selfOf(e) < BigInt(e.end) - BigInt(e.begin));
+  await page.mouse.click(...nesting.place);
   const {execution, node} = await selection(page);
-  const {self} = all.find((e) => e.thread === execution.thread && e.begin === BigInt(execution.begin));
+  const self = selfOf(execution);
   const {name} = nodes.find(({id}) => id === node);
   assert.equal(execution.id, node);
   assert.equal(await page.locator('#details .full-name').textContent(), name);
@@ -94,7 +99,7 @@ pageTest('a node clicked in the graph is marked in table and all lanes, and its 
   }
   assert.deepEqual(seen.map(({begin}) => begin), own.map(({begin}) => begin));
   await page.keyboard.press('p');
-  await page.waitForFunction((begin) => window.kzr.selection().execution.begin === begin, String(own.at(-2).begin));
+  await page.waitForFunction((begin) => window.kzr.selection().execution?.begin === begin, String(own.at(-2).begin));
 });
 
 pageTest('a node found by search or in a table is shown in the graph, composite nodes around it opened', async (openPage) => {

@@ -24,6 +24,18 @@ async function selection(page) {
   });
 }
 
+/** Waits until what was asked for is computed and drawn; blocks are decoded after the first drawing that misses them. */
+async function settle(page) {
+  await page.evaluate(async () => {
+    const frame = () => new Promise((resolve) => { requestAnimationFrame(resolve); });
+    for (let i = 0; i < 4; ++i) {
+      await window.kzr.idle();
+      await frame();
+      await new Promise((resolve) => { setTimeout(resolve, 20); });
+    }
+  });
+}
+
 /** Restricts the figures to a range; ticks are BigInt. */
 async function setRange(page, from, to) {
   await page.evaluate(([from, to]) => window.kzr.setRange(from, to), [String(from), String(to)]);
@@ -39,6 +51,7 @@ async function search(page, name) {
 
 /** The places on a canvas at which it tells of a name, by name: in its middle, in pixels of the window. */
 async function namesUnderPointer(page, canvas) {
+  await settle(page);
   const places = await page.evaluate((canvas) => {
     const element = document.querySelector(canvas);
     const {left, top, width, height} = element.getBoundingClientRect();
@@ -58,9 +71,9 @@ async function namesUnderPointer(page, canvas) {
 }
 
 /** Pixels of a canvas that have a colour of the style sheet: how many, and their rows. */
-function pixelsOfColour(page, canvas, colour) {
-  return page.evaluate(async ([canvas, colour]) => {
-    await new Promise((resolve) => { requestAnimationFrame(() => requestAnimationFrame(resolve)); });
+async function pixelsOfColour(page, canvas, colour) {
+  await settle(page);
+  return page.evaluate(([canvas, colour]) => {
     const element = document.querySelector(canvas);
     // On a copy, so that the canvas itself stays as quick as it is.
     const {width, height} = element;
@@ -126,5 +139,5 @@ function assertSame(shown, expected, place = '') {
 }
 
 module.exports = {
-  addressState, assertSame, copiedTable, namesUnderPointer, openReport, pixelsOfColour, search, selection, setRange, shownFigures,
+  addressState, assertSame, copiedTable, namesUnderPointer, openReport, pixelsOfColour, search, selection, setRange, settle, shownFigures,
 };
