@@ -1,22 +1,32 @@
 #include "kzr/report/report_command.h"
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 
+#include "driver/conversion.h"
 #include "kzr/common/complaint.h"
 #include "kzr/common/exit_status.h"
 #include "kzr/common/number_option.h"
+#include "kzr/common/output_file.h"
+#include "kzr/common/printable.h"
 #include "kzr/common/run_option.h"
+#include "kzr/dump/summary_text.h"
+#include "kzr/report/desktop_browser.h"
+#include "kzr/report/page_writer.h"
 #include "kzr/report/report_json.h"
 #include "kzr/report/report_text.h"
 #include "kzr/report/run_report.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
 constexpr const char* description =
     "Tells where the time of a recorded run went: how well its threads were used, what each node took, and\n"
-    "one observed chain of executions from begin to end. Writes no file.";
+    "one observed chain of executions from begin to end. Writes one HTML page with graph, timeline and\n"
+    "figures, for a browser and without a network, or the figures alone with --text or --json.";
 
 constexpr const char* exit_status_help =
     "\n"
@@ -27,7 +37,42 @@ struct report_options {
   report_settings settings;
   bool as_text = false;
   bool as_json = false;
+  std::string output;
+  std::uint64_t max_size_mib = 64;
+  bool opens_page = false;
 };
+
+constexpr std::uint64_t most_mebibytes = 1'000'000;
+constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20;
+/// Of a run with more problems the rest is only counted.
+constexpr std::size_t most_problems = 40;
+
+void tell_page(const run_report& report, const std::string& path, const page_detail& detail) {
+  write_verdict(report.summary(), most_problems, std::cout);
+  std::error_code ignored;
+  std::cout << "\nWritten: " << printable(path) << ", " << fs::file_size(path, ignored) << " bytes\n";
+  if (detail.detailed == detail.executions) return;
+  std::cout << "  " << detail.detailed << " of " << detail.executions
+            << " executions are in it one by one, the others in sums; --max-size makes room for more\n";
+}
+
+void write_page_to(const report_options& options, const run_report& report) {
+  const std::uint64_t max_bytes = options.max_size_mib * mebibyte;
+  if (options.output == "-") {
+    static_cast<void>(write_page(report, max_bytes, [](std::string_view bytes) { std::cout << bytes; }));
+    return;
+  }
+  const std::string path = options.output.empty() ? report.name + ".html" : options.output;
+  ignore_output_signals();
+  output_file file(path);
+  const page_detail detail =
+      write_page(report, max_bytes, [&file](std::string_view bytes) { file.write(bytes); });
+  file.finish();
+  tell_page(report, path, detail);
+  if (!options.opens_page) return;
+  const std::string failure = open_on_desktop(path);
+  if (!failure.empty()) complain("the page could not be opened, only written: " + failure);
+}
 
 int tell(const report_options& options) {
   const std::string& stem = options.settings.stem;
@@ -43,8 +88,10 @@ int tell(const report_options& options) {
   }
   if (options.as_json) {
     write_json(report, std::cout);
-  } else {
+  } else if (options.as_text) {
     write_text(report, std::cout);
+  } else {
+    write_page_to(options, report);
   }
   return exit_success;
 }
@@ -57,8 +104,26 @@ subcommand_action set_up_report(CLI::App& command) {
   command.description(description);
   command.footer(std::string(default_run_help) + exit_status_help);
   add_run_option(command, settings.stem);
-  CLI::Option* const text = command.add_flag("--text", options->as_text, "Print the figures as tables");
-  command.add_flag("--json", options->as_json, "Print them as JSON")->excludes(text);
+  CLI::Option* const output =
+      command
+          .add_option("-o,--output", options->output,
+                      "File for the page, named after the run's directory by default; - for standard output")
+          ->type_name("FILE")
+          ->check([](const std::string& path) {
+            return std::string(path.empty() ? "the name of a file is not empty" : "");
+          });
+  CLI::Option* const max_size =
+      command.add_option("--max-size", options->max_size_mib, "Greatest size of the page, in MiB")
+          ->type_name("MIB")
+          ->capture_default_str()
+          ->transform(number_of<std::uint64_t>())
+          ->check(CLI::Range(std::uint64_t{1}, most_mebibytes));
+  CLI::Option* const open = command.add_flag("--open", options->opens_page, "Open the page in the browser");
+  CLI::Option* const text =
+      command.add_flag("--text", options->as_text, "Print the figures as tables instead");
+  CLI::Option* const json = command.add_flag("--json", options->as_json, "Print them as JSON instead");
+  json->excludes(text);
+  for (CLI::Option* const of_page : {output, max_size, open}) of_page->excludes(text)->excludes(json);
   command.add_option("--from", settings.range.from, "Only what ran at this time or later")
       ->type_name("TICKS")
       ->transform(number_of<std::uint64_t>());
@@ -68,8 +133,8 @@ subcommand_action set_up_report(CLI::App& command) {
   command.add_flag("!--no-omp", settings.looks_into_openmp, "Do not look into OpenMP regions");
   command.final_callback([options] {
     report_settings& given = options->settings;
-    if (!options->as_text && !options->as_json) {
-      throw CLI::ValidationError("report", "say --text or --json for the form of the figures");
+    if (options->opens_page && options->output == "-") {
+      throw CLI::ValidationError("--open", "needs a file, not standard output");
     }
     if (given.range.from > given.range.to) throw CLI::ValidationError("--from", "is later than --to");
     given.stem = find_trace_stem(given.stem);

@@ -1,6 +1,5 @@
 #include "kzr/report/report_json.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <nlohmann/json.hpp>
@@ -99,12 +98,7 @@ class json_writer {
   }
 
   void write_nodes() {
-    std::vector<std::uint32_t> nodes;
-    for (std::uint32_t node = 0; node < report_.nodes.size(); ++node) {
-      if (report_.is_listed(node)) nodes.push_back(node);
-    }
-    std::ranges::sort(nodes, {},
-                      [this](std::uint32_t node) { return std::string_view(report_.nodes[node].id); });
+    const std::vector<std::uint32_t> nodes = list_nodes(report_);
     write_array("nodes", nodes.size(), false, [this, &nodes](std::size_t i) { write_node(nodes[i]); });
   }
 

@@ -1,12 +1,13 @@
 #include "kzr/report/run_report.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 
 #include "analysis/execution_collector.h"
-#include "analysis/node_links.h"
 #include "processor/image_table.h"
 #include "processor/kzr_record_processor.h"
 #include "reader/multifile_reader.h"
@@ -14,12 +15,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string name_of_run(const std::string& stem) {
-  const fs::path path = fs::absolute(stem).lexically_normal();
-  const std::string directory = path.parent_path().filename().string();
-  return directory.empty() ? path.filename().string() : directory;
-}
 
 /// The images of the run's own directory; none where their list cannot be read.
 image_table read_images_beside(const std::string& stem) {
@@ -58,6 +53,12 @@ std::string run_report::name_of(std::uint32_t node) const {
   return given.empty() ? nodes[node].id : std::string(given);
 }
 
+std::string name_of_run(const std::string& stem) {
+  const fs::path path = fs::absolute(stem).lexically_normal();
+  const std::string directory = path.parent_path().filename().string();
+  return directory.empty() ? path.filename().string() : directory;
+}
+
 run_report make_report(const report_settings& settings) {
   run_report report(
       read_run(settings.stem, settings.looks_into_openmp ? openmp_paths::as_recorded : openmp_paths::off));
@@ -65,19 +66,31 @@ run_report make_report(const report_settings& settings) {
   const kzr_data_manager& model = *report.recorded.model;
   if (report.recorded.processor) {
     const event_list& events = report.recorded.processor->collected().events();
-    collected_timeline timeline = collect_timeline(events, model, report.nodes);
+    collected_timeline timeline = collect_timeline(events, model, report.nodes, settings.keeps_begin_order);
     report.executions = std::move(timeline.executions);
     report.marks = std::move(timeline.marks);
     report.recorded.processor.reset();
+    report.executions.close();
   }
   // Behind that no node is new that ran.
-  const node_links links = find_links(model, report.nodes);
+  report.links = find_links(model, report.nodes);
   locate_code(report);
   const std::uint32_t node_count = report.nodes.size();
   report.has_run = find_nodes_that_ran(report.executions, node_count, {});
+  report.range = settings.range;
   report.figures = compute_figures(report.executions, node_count, settings.range);
-  report.path = find_observed_path(report.executions, links, settings.range);
+  report.path = find_observed_path(report.executions, report.links, settings.range);
   return report;
+}
+
+std::vector<std::uint32_t> list_nodes(const run_report& report) {
+  std::vector<std::uint32_t> nodes;
+  for (std::uint32_t node = 0; node < report.nodes.size(); ++node) {
+    if (report.is_listed(node)) nodes.push_back(node);
+  }
+  std::ranges::sort(nodes, {},
+                    [&report](std::uint32_t node) { return std::string_view(report.nodes[node].id); });
+  return nodes;
 }
 
 const char* name_of(gap_kind kind) {

@@ -7,6 +7,7 @@
 
 #include "analysis/execution_table.h"
 #include "analysis/figures.h"
+#include "analysis/node_links.h"
 #include "analysis/observed_path.h"
 #include "analysis/run_nodes.h"
 #include "analysis/tick_range.h"
@@ -19,6 +20,7 @@ struct report_settings {
   std::string stem;  ///< path of the trace files without point and number
   bool looks_into_openmp = true;
   tick_range range;
+  bool keeps_begin_order = false;  ///< of the executions over all threads
 };
 
 /// The figures of a run and what is needed to tell them. Where the converter would end itself, those of the
@@ -32,6 +34,8 @@ struct run_report {
   execution_table executions;
   timeline_marks marks;
   run_figures figures;
+  tick_range range;  ///< that the figures are for
+  node_links links{0};
   observed_path path;
   std::vector<bool> has_run;  ///< by node: at any time
   std::map<std::uint32_t, code_place> code;
@@ -45,8 +49,14 @@ struct run_report {
   }
 };
 
+/// What a run is called: the name of the directory that its trace files are in.
+[[nodiscard]] std::string name_of_run(const std::string& stem);
+
 /// Reads the run and computes its figures.
 [[nodiscard]] run_report make_report(const report_settings& settings);
+
+/// The nodes that belong into the report, by the bytes of their ids.
+[[nodiscard]] std::vector<std::uint32_t> list_nodes(const run_report& report);
 
 /// The word for a gap of the path; empty for none.
 [[nodiscard]] const char* name_of(gap_kind kind);

@@ -1,0 +1,1 @@
+document.dispatchEvent(new Event("parts"));
