@@ -69,7 +69,6 @@ block_alignment::block_alignment(const alignment_input& input, bool to_left, boo
       block_places_(input.graph.elements.size(), std::numeric_limits<std::int64_t>::min()) {
   align();
   push_together();
-  move_to_neighbours();
 }
 
 void block_alignment::align() {
@@ -149,13 +148,9 @@ void block_alignment::push_together() {
   }
 }
 
-/// Moves blocks between those before and behind them to where their lines are short.
 void block_alignment::move_to_neighbours() {
-  constexpr int rounds = 4;
-  for (int round = 0; round < rounds; ++round) {
-    for (auto block = block_order_.rbegin(); block != block_order_.rend(); ++block) move_block(*block);
-    for (const std::uint32_t block : block_order_) move_block(block);
-  }
+  for (auto block = block_order_.rbegin(); block != block_order_.rend(); ++block) move_block(*block);
+  for (const std::uint32_t block : block_order_) move_block(block);
 }
 
 void block_alignment::move_block(std::uint32_t block) {

@@ -7,8 +7,8 @@
 #include <utility>
 
 namespace {
-/// In nodes and arcs looked at.
-constexpr std::size_t greatest_effort = 60'000'000;
+/// In nodes and arcs looked at; a thousand nodes need a quarter of it.
+constexpr std::size_t greatest_effort = 4'000'000;
 }  // namespace
 
 network_simplex::network_simplex(const std::vector<layer_arc>& arcs, const arcs_by_node& leaving,

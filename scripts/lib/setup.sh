@@ -42,6 +42,8 @@ install_test_tools() {
   install_missing g++:g++ cmake:cmake make:make strace:strace /usr/include/gtest/gtest.h:libgtest-dev
   # The figures of random runs are checked by a program in Python.
   install_missing python3:python3 /usr/lib/python3/dist-packages/jsonschema/__init__.py:python3-jsonschema
+  # Exports are read back by the programs that they are for.
+  install_missing protoc:protobuf-compiler
   install_tool_libraries
   install_openmp_tools
 }
