@@ -44,6 +44,8 @@ install_test_tools() {
   install_missing python3:python3 /usr/lib/python3/dist-packages/jsonschema/__init__.py:python3-jsonschema
   # Exports are read back by the programs that they are for.
   install_missing protoc:protobuf-compiler
+  # Drawn graphs are compared with what Graphviz draws.
+  install_missing dot:graphviz
   install_tool_libraries
   install_openmp_tools
 }
