@@ -348,7 +348,7 @@ def main():
     parser = argparse.ArgumentParser()
     for name in 'converter', 'kzr', 'generator':
         parser.add_argument(name)
-    parser.add_argument('--seeds', default='0:60')
+    parser.add_argument('--seeds', default='0:40')
     arguments = parser.parse_args()
     check = checker(arguments)
     failed = 0
