@@ -4,13 +4,6 @@
 #include <limits>
 #include <tuple>
 
-namespace {
-
-constexpr std::int64_t node_gap = 24;
-constexpr std::int64_t bend_gap = 10;
-
-}  // namespace
-
 alignment_input::alignment_input(const layered_graph& layered)
     : graph(layered),
       at_left(layered, &layered_graph::line::right),
@@ -121,8 +114,7 @@ std::uint32_t block_alignment::neighbour(std::uint32_t element, bool before) con
 }
 
 std::int64_t block_alignment::distance(std::uint32_t element, std::uint32_t next) const {
-  const bool is_between_bends = input_.graph.is_bend(element) || input_.graph.is_bend(next);
-  return end_of(element) + (is_between_bends ? bend_gap : node_gap) - begin_of(next);
+  return end_of(element) + input_.graph.gap_between(element, next) - begin_of(next);
 }
 
 /// Puts each block as near to the begin as those before it let it be.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "layout/layered_graph.h"
@@ -32,6 +33,8 @@ class block_alignment {
   void move_to_neighbours();
   /// The y of the upper sides of all elements, by the places of the blocks.
   [[nodiscard]] std::vector<std::int64_t> places() const;
+  /// By element: the first one of its block.
+  [[nodiscard]] std::span<const std::uint32_t> blocks() const { return blocks_; }
   /// How much lines run up and down; straight ones are worth some way.
   [[nodiscard]] std::int64_t cost() const;
 

@@ -12,7 +12,9 @@ namespace {
 
 using layers = std::vector<std::vector<std::uint32_t>>;
 
-/// In elements and ends of lines looked at; the sweep that reaches it is the last one.
+/// Elements and ends of lines looked at for each one there is, and in all; the sweep that reaches it is the
+/// last one.
+constexpr std::size_t effort_for_each = 300;
 constexpr std::size_t greatest_effort = 8'000'000;
 constexpr std::size_t most_sweeps = 24;
 /// So many sweeps without a gain, and the next are not likely to bring one.
@@ -110,8 +112,10 @@ class sweeper {
 }  // namespace
 
 void reduce_crossings(layered_graph& graph) {
+  const std::size_t effort =
+      std::min(greatest_effort, effort_for_each * (graph.elements.size() + graph.lines.size()));
   sweeper sweeps(graph);
-  sweeps.sweep_from(order_of_walk(graph, true), true, greatest_effort / 2);
-  sweeps.sweep_from(order_of_walk(graph, false), false, greatest_effort);
+  sweeps.sweep_from(order_of_walk(graph, true), true, effort / 2);
+  sweeps.sweep_from(order_of_walk(graph, false), false, effort);
   graph.layers = sweeps.take_best();
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "layout/block_alignment.h"
+#include "layout/line_shortening.h"
 
 std::vector<std::int64_t> find_vertical_places(const layered_graph& graph) {
   constexpr int further_moves = 4;
@@ -19,6 +20,7 @@ std::vector<std::int64_t> find_vertical_places(const layered_graph& graph) {
   }
   for (int i = 0; i < further_moves; ++i) best->move_to_neighbours();
   std::vector<std::int64_t> places = best->places();
+  shorten_lines(graph, best->blocks(), places);
   const std::int64_t top = *std::ranges::min_element(places);
   for (std::int64_t& place : places) place -= top;
   return places;

@@ -149,10 +149,16 @@ def check_executions(got, executions):
     number_of = {id_: number for number, id_ in enumerate(got.nodes['id'])}
     ends = {e.end_line: number for number, e in enumerate(sorted(executions, key=lambda e: e.end_line))}
     end_lines = sorted(ends)
-    times = {}
-    for e in executions:
-        times.setdefault(e.begin, set()).add(e.thread)
-        times.setdefault(e.end, set()).add(e.thread)
+    lines = [(time, e.thread, e, kind) for e in executions for kind, time in (('begin', e.begin), ('end', e.end))]
+    at = {}
+    for time, *line in lines:
+        at.setdefault(time, []).append(line)
+    tied_executions = set()
+    for same in at.values():
+        empty = any(e.begin == e.end for _, e, _ in same) and len({thread for thread, _, _ in same}) > 1
+        ends_meet = len({thread for thread, _, kind in same if kind == 'end'}) > 1
+        tied_executions |= {e for _, e, kind in same
+                            if ends_meet and kind == 'end' or empty and (kind == 'begin' or e.begin == e.end)}
     for lane, thread in enumerate(got.run['all_threads']):
         own = sorted((e for e in executions if e.thread == thread), key=lambda e: e.begin_line)
         rows, ties = got.lane(lane)
@@ -160,7 +166,7 @@ def check_executions(got, executions):
         if rows != expected:
             yield 'lane %d: %s, not %s' % (lane, rows, expected)
         tied = {position: (ends[e.end_line], bisect_right(end_lines, e.begin_line)) for position, e in enumerate(own)
-                if len(times[e.begin]) > 1 or len(times[e.end]) > 1}
+                if e in tied_executions}
         if ties != tied:
             yield 'ties of lane %d: %s, not %s' % (lane, ties, tied)
     if got.run['executions'] != len(executions) or got.run['detailed'] != len(executions):

@@ -1,0 +1,127 @@
+// The panel of the selection: figures of the selected node, and the selected execution.
+
+/** What the kinds of gaps of the path mean. */
+const gapTexts = {
+  enclosing: 'its thread was inside something else',
+  thread: 'its data was there, a thread was not',
+  data: 'its thread was free, its data was not there',
+  unexplained: 'nothing explains it',
+};
+
+/** Letters of a name that the panel shows at most. */
+const mostDetailLetters = 20000;
+
+/** Shows what is selected. */
+class DetailsView {
+  constructor(model, state, palette, actions) {
+    this.model = model;
+    this.state = state;
+    this.palette = palette;
+    this.actions = actions;
+    this.element = document.getElementById('details');
+    this.job = new Job();
+  }
+
+  draw() {
+    const {state} = this;
+    this.job.cancel();
+    this.job = new Job();
+    if (state.node < 0 || !this.model.nodes) {
+      this.element.replaceChildren(this.heading('Selection'), makeElement('p', 'faint',
+        'Select a node in the graph, a table or the search, or an execution in the timeline.'));
+      return;
+    }
+    const parts = [this.nameHeading()];
+    if (state.execution) parts.push(this.executionPart(), makeElement('h3', '', 'All of this node'));
+    this.element.replaceChildren(...parts, this.nodeList());
+    this.element.scrollTop = 0;
+  }
+
+  heading(text) {
+    return makeElement('h2', '', text);
+  }
+
+  nameHeading() {
+    const {model, state} = this;
+    const heading = document.createElement('h2');
+    const swatch = makeElement('span', 'swatch');
+    swatch.style.background = this.palette.ofNode(state.node);
+    heading.append(swatch, showName(makeElement('span', 'full-name'), model.nameOf(state.node), mostDetailLetters));
+    const steps = makeElement('span', 'group');
+    steps.append(this.makeButton('◂', 'Previous execution (P)', () => this.actions.step(-1)),
+      this.makeButton('▸', 'Next execution (N)', () => this.actions.step(1)),
+      this.makeButton('×', 'Clear the selection (Esc)', () => this.actions.clear()));
+    const row = makeElement('div', 'bar');
+    row.append(heading, makeElement('span', 'space'), steps);
+    return row;
+  }
+
+  makeButton(text, label, action) {
+    const button = makeElement('button', '', text);
+    button.type = 'button';
+    button.title = label;
+    button.setAttribute('aria-label', label);
+    button.addEventListener('click', action);
+    return button;
+  }
+
+  nodeList() {
+    const {model, state} = this;
+    const {columns} = model.figures;
+    const {time} = model;
+    const {node} = state;
+    const at = (name) => columns[name][node];
+    const selfShare = Number(at('self_ticks')) / model.figures.threads.reduce((sum, thread) => sum + Number(thread.busy), 0);
+    const hasRun = at('executions') > 0 || Number(at('total_ticks')) > 0;
+    const rows = !hasRun ? [['Executions', state.range ? 'none in this range' : 'none']] : [
+      ['Executions', `${groupDigits(at('executions'))} on ${countText(at('threads'), 'thread')}`],
+      ['Self time', `${time.short(at('self_ticks'))}${Number.isFinite(selfShare) ? ` – ${percentText(selfShare)} of all busy time` : ''}`],
+      ['Total', time.short(at('total_ticks'))],
+      ['Duration', at('executions') > 0
+        ? `median ${time.short(at('p50_ticks'))}, 90 % ${time.short(at('p90_ticks'))}, 99 % ${time.short(at('p99_ticks'))}` : '–'],
+      ['Least, mean, greatest', at('executions') > 0
+        ? `${time.short(at('min_ticks'))}, ${time.short(at('mean_ticks'))}, ${time.short(at('max_ticks'))}` : '–'],
+      ['Idle share', time.short(at('idle_share_ticks'))],
+    ];
+    if (model.nodes.name[node] !== model.nodes.id[node]) rows.push(['Id', model.nodes.id[node]]);
+    if (model.nodes.function[node]) rows.push(['Function', model.nodes.function[node]]);
+    if (model.nodes.source[node]) rows.push(['Source', model.nodes.source[node]]);
+    return this.list(rows);
+  }
+
+  list(rows) {
+    const list = makeElement('dl', 'pairs');
+    for (const [name, value] of rows) {
+      list.append(makeElement('dt', '', name), showName(document.createElement('dd'), String(value), mostDetailLetters));
+    }
+    return list;
+  }
+
+  executionPart() {
+    const {model, state, job} = this;
+    const {execution} = state;
+    const {time} = model;
+    const place = model.placeInPath(execution);
+    const {path} = model.figures;
+    const part = makeElement('div', 'execution');
+    const list = this.list([
+      ['Thread', model.threadOf(execution.lane)],
+      ['Begin', `${time.short(execution.begin, 7)} – tick ${groupDigits(model.absolute(execution.begin))}`],
+      ['Duration', time.long(execution.end - execution.begin)],
+      ['Self time', '…'],
+      ['Observed path', place === 0 ? 'not on it'
+        : `step ${groupDigits(place)} of ${groupDigits(path.lane.length)}${this.gapText(path, place - 1)}`],
+    ]);
+    const self = list.querySelectorAll('dd')[3];
+    model.selfTimeOf(execution, job).then((ticks) => {
+      self.textContent = ticks === null ? 'unknown, detail is left out' : time.long(ticks);
+    }, showError);
+    part.append(makeElement('h3', '', execution.kind === barrierKind ? 'This wait at a barrier' : 'This execution'), list);
+    return part;
+  }
+
+  gapText(path, i) {
+    if (!path.kind[i]) return ', no gap before it';
+    return `, ${this.model.time.short(path.gap[i])} after the one before: ${gapTexts[path.kind[i]]}`;
+  }
+}

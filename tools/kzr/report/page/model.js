@@ -1,0 +1,246 @@
+// What the page knows of the run: the parts, the figures of the current range, and the path in it.
+
+/** Columns of figures of nodes that depend on the range. */
+const figureColumns = ['executions', 'threads', 'total_ticks', 'self_ticks', 'min_ticks', 'mean_ticks', 'p50_ticks',
+  'p90_ticks', 'p99_ticks', 'max_ticks', 'first_begin', 'last_end', 'idle_share_ticks'];
+
+/** The run, its parts and its figures. Times are in ticks since the origin unless said otherwise. */
+class RunModel {
+  /** @param run the element `run` of the page */
+  constructor(run) {
+    this.run = run;
+    this.origin = BigInt(run.origin);
+    this.span = Math.max(1, Number(run.span));
+    this.time = new TimeText(run.ticks_per_second);
+    this.baseRange = run.range && {from: Number(run.range[0]), to: Number(run.range[1])};
+    this.laneOf = new Map(run.all_threads.map((thread, lane) => [thread, lane]));
+    this.nodes = null;
+    this.figures = this.baseFigures();
+    this.occurrences = null;
+  }
+
+  /** Reads what is needed before the page can be used. */
+  async read() {
+    const names = ['nodes', 'graph', 'marks', 'path', 'index', 'pyramid', 'links'];
+    const [nodes, graph, marks, path, index, pyramid, links] = await Promise.all(names.map(readJsonPart));
+    this.nodes = nodes;
+    this.nodeCount = nodes.id.length;
+    this.graph = graph;
+    this.marks = new Marks(marks, this.run.all_threads.length);
+    this.pyramid = pyramid.levels;
+    this.store = new ExecutionStore(index);
+    this.links = readLinks(links);
+    this.basePath = {lane: path.lane, position: path.execution, gap: path.gap, kind: path.kind, rest: path.rest,
+      leftOut: path.left_out};
+    sumGaps(path.left_out.step);
+    this.figures = this.baseFigures();
+  }
+
+  /** The figures that the report was made with. */
+  baseFigures() {
+    const {run, threads, concurrency} = this.run;
+    return {
+      makespan: run.makespan_ticks, executions: run.executions, averageParallelism: run.average_parallelism,
+      utilisation: run.utilisation, imbalance: run.imbalance, missing: 0,
+      concurrency: concurrency.map((row) => row.ticks),
+      threads: threads.map((thread) => ({
+        lane: this.laneOf.get(thread.thread), executions: thread.executions, busy: thread.busy_ticks,
+        first_begin: thread.first_begin, last_end: thread.last_end,
+      })),
+      columns: this.nodes, path: this.basePath,
+    };
+  }
+
+  /** Computes the figures of a range; those of the report's own range are there already. */
+  async figuresOf(range, job) {
+    if (range === this.baseRange) return this.baseFigures();
+    const whole = range ?? {from: -Infinity, to: Infinity};
+    const figures = await computeFigures(this.store, this.links, this.nodeCount, whole, job);
+    const {columns, path} = figures;
+    for (const name of ['first_begin', 'last_end']) columns[name] = columns[name].map((time) => this.absolute(time));
+    for (const thread of figures.threads) {
+      thread.first_begin = this.absolute(thread.firstBegin);
+      thread.last_end = this.absolute(thread.lastEnd);
+    }
+    figures.path = {
+      lane: path.steps.map((step) => step.lane), position: path.steps.map((step) => step.position),
+      gap: path.steps.map((step) => step.gap), kind: path.steps.map((step) => step.kind), rest: path.rest,
+    };
+    return figures;
+  }
+
+  /** @returns {?(number|string)} a time as ticks of the trace's clock, above 2^53 in digits */
+  absolute(time) {
+    if (time === null) return null;
+    const ticks = this.origin + BigInt(Math.round(time));
+    return ticks <= BigInt(Number.MAX_SAFE_INTEGER) ? Number(ticks) : String(ticks);
+  }
+
+  /** @returns {number} ticks of the trace's clock as a time since the origin */
+  relative(ticks) {
+    return Number(BigInt(ticks) - this.origin);
+  }
+
+  nameOf(node) {
+    return this.nodes ? this.nodes.name[node] || this.nodes.id[node] : '';
+  }
+
+  threadOf(lane) {
+    return this.run.all_threads[lane];
+  }
+
+  /** Times, lanes and nodes of the path's executions, with `isComplete` once all are decoded. */
+  pathTimes(path) {
+    path.times ??= {
+      begin: new Float64Array(path.lane.length).fill(NaN), end: new Float64Array(path.lane.length).fill(NaN),
+      node: new Int32Array(path.lane.length).fill(-1), isComplete: false,
+    };
+    return path.times;
+  }
+
+  /** Decodes the executions of a path. */
+  async readPath(path, job) {
+    const times = this.pathTimes(path);
+    if (times.isComplete) return times;
+    for (let i = 0; i < path.lane.length; ++i) {
+      const found = this.findNow(path.lane[i], path.position[i]) ?? await this.store.find(path.lane[i], path.position[i]);
+      if (found) {
+        times.begin[i] = found.begin;
+        times.end[i] = found.end;
+        times.node[i] = found.node;
+      }
+      if ((i & 255) === 255 && job.isDue) await job.pause();
+    }
+    if (path.leftOut) this.fillLeftOut(path, times);
+    times.isComplete = true;
+    return times;
+  }
+
+  /** Steps without detail in the page follow from their durations and the gaps, from what is before or behind. */
+  fillLeftOut(path, {begin, end, node}) {
+    const {step: steps, ticks, node: nodes} = path.leftOut;
+    steps.forEach((step, i) => {
+      node[step] = nodes[i];
+      begin[step] = step > 0 ? end[step - 1] + Number(path.gap[step]) : NaN;
+      end[step] = begin[step] + Number(ticks[i]);
+    });
+    const last = path.lane.length - 1;
+    for (let i = steps.length - 1; i >= 0; --i) {
+      const step = steps[i];
+      if (!Number.isNaN(end[step])) continue;
+      end[step] = step < last ? begin[step + 1] - Number(path.gap[step + 1]) : this.lastEnd - Number(path.rest);
+      begin[step] = end[step] - Number(ticks[i]);
+    }
+  }
+
+  /** The last end of the whole run. */
+  get lastEnd() {
+    return this.run.threads.reduce((last, {last_end: end}) => (end === null ? last : Math.max(last, this.relative(end))), 0);
+  }
+
+  /** @returns {?object} an execution, where its block is decoded */
+  findNow(lane, position) {
+    const number = this.store.blockOf(lane, position);
+    const block = this.store.peek(lane, number);
+    return block && executionAt(this.store, lane, number, block, position - this.store.lanes[lane].start[number]);
+  }
+
+  /** @returns {number} the place of an execution in the path of the range, from 1; 0 when it is not on it */
+  placeInPath(execution) {
+    const {lane, position} = this.figures.path;
+    for (let i = 0; i < lane.length; ++i) {
+      if (lane[i] === execution.lane && position[i] === execution.position) return i + 1;
+    }
+    return 0;
+  }
+
+  /** Self time of an execution: what is nested in it directly is left out. Null where detail is left out. */
+  async selfTimeOf(execution, job) {
+    const lane = this.store.lanes[execution.lane];
+    let self = execution.end - execution.begin;
+    let number = this.store.blockOf(execution.lane, execution.position);
+    let i = execution.position + 1 - lane.start[number];
+    for (; number < lane.count.length; ++number, i = 0) {
+      const block = await this.store.load(execution.lane, number);
+      if (!block) return null;
+      for (; i < block.count; ++i) {
+        if (block.depth[i] <= execution.depth) return self;
+        if (block.depth[i] === execution.depth + 1) self -= block.end[i] - block.begin[i];
+      }
+      if (job.isDue) await job.pause();
+    }
+    return self;
+  }
+
+  /** Finds all executions of a node, in the order of their begins; lane by lane as well. */
+  async findOccurrences(node, job) {
+    const lanes = this.store.lanes.map(() => (
+      {begin: new GrowingList(Float64Array), end: new GrowingList(Float64Array), position: new GrowingList(Float64Array)}));
+    let missing = 0;
+    await visitBlocks(this.store, {from: -Infinity, to: Infinity}, job, (lane, number, block) => {
+      if (!block) {
+        missing += this.store.lanes[lane].count[number];
+        return;
+      }
+      const start = this.store.lanes[lane].start[number];
+      for (let i = 0; i < block.count; ++i) {
+        if (block.node[i] !== node) continue;
+        lanes[lane].begin.push(block.begin[i]);
+        lanes[lane].end.push(block.end[i]);
+        lanes[lane].position.push(start + i);
+      }
+    });
+    return new Occurrences(node, lanes, missing);
+  }
+}
+
+/** The executions of a node. */
+class Occurrences {
+  constructor(node, lanes, missing) {
+    this.node = node;
+    this.missing = missing;
+    this.lanes = lanes.map(({begin, end, position}) => ({
+      begin: begin.list.subarray(0, begin.length), end: end.list.subarray(0, end.length),
+      position: position.list.subarray(0, position.length),
+    }));
+  }
+
+  /**
+   * The one next to a place in the order of begins, lanes and positions.
+   * @param {number} step 1 for the next one, -1 for the one before
+   * @returns {?{lane: number, position: number}}
+   */
+  next(time, lane, position, step) {
+    let best = null;
+    this.lanes.forEach((of, number) => {
+      const isAfter = (i) => (
+        of.begin[i] - time || number - lane || of.position[i] - position) * step > 0;
+      let i = lowerBound(of.begin, time, of.begin.length, step < 0) + (step < 0 ? -1 : 0);
+      while (i >= 0 && i < of.begin.length && !isAfter(i)) i += step;
+      if (i < 0 || i >= of.begin.length) return;
+      const candidate = {lane: number, position: of.position[i], begin: of.begin[i]};
+      if (!best || (candidate.begin - best.begin) * step < 0 || (candidate.begin === best.begin && step < 0)) best = candidate;
+    });
+    return best;
+  }
+}
+
+/** User events and regions by lane. */
+class Marks {
+  constructor(part, laneCount) {
+    this.texts = part.texts;
+    this.events = Array.from({length: laneCount}, () => ({time: [], text: []}));
+    this.regions = Array.from({length: laneCount}, () => []);
+    const {user_events: events, regions} = part;
+    sumGaps(events.time);
+    events.lane.forEach((lane, i) => {
+      this.events[lane].time.push(events.time[i]);
+      this.events[lane].text.push(events.text[i]);
+    });
+    regions.lane.forEach((lane, i) => {
+      const text = regions.node[i] < 0 ? this.texts[regions.text[i]] : null;
+      this.regions[lane].push({
+        node: regions.node[i], text, begin: Number(regions.begin[i]), end: Number(regions.end[i])});
+    });
+  }
+}

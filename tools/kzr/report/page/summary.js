@@ -1,0 +1,138 @@
+// The top of the page: what ran, how long, how well the threads were used, and where to look first.
+
+/** Bars of the picture of busy threads at most. */
+const mostBars = 48;
+
+/** Shows the run's figures for the current range. */
+class SummaryView {
+  constructor(model, state) {
+    this.model = model;
+    this.state = state;
+  }
+
+  draw() {
+    const {model} = this;
+    showName(document.getElementById('name'), model.run.run.name);
+    document.title = `${plainName(model.run.run.name, 60)} – report`;
+    document.getElementById('verdict').textContent = this.verdict();
+    this.drawFigures();
+    this.drawConcurrency();
+    this.drawTop();
+    this.drawProblems();
+  }
+
+  /** One sentence on the run. */
+  verdict() {
+    const {figures, time} = this.model;
+    if (figures.threads.length === 0) return this.state.range ? 'Nothing ran in this range.' : 'Nothing was executed in this run.';
+    const count = figures.threads.length;
+    const where = this.state.range ? 'This range' : 'The run';
+    const use = figures.averageParallelism === null ? ''
+      : count === 1 ? `, busy ${percentText(figures.utilisation)} of the time`
+        : ` – on average ${roundDigits(figures.averageParallelism, 3)} of them busy`;
+    return `${where} took ${time.short(figures.makespan)} on ${countText(count, 'thread')}${use}.`;
+  }
+
+  drawFigures() {
+    const {figures, time, run} = this.model;
+    const threads = figures.threads.length;
+    const tiles = [
+      ['Makespan', time.short(figures.makespan), time.ticksPerSecond ? `${groupDigits(figures.makespan)} ticks` : 'first begin to last end'],
+      ['Executions', groupDigits(figures.executions), `on ${countText(threads, 'thread')}`],
+      ['Parallelism', figures.averageParallelism === null ? '–' : roundDigits(figures.averageParallelism, 3),
+        `busy of ${groupDigits(threads)}`],
+      ['Utilisation', percentText(figures.utilisation), 'of threads’ time', figures.utilisation],
+      ['Imbalance', percentText(figures.imbalance), 'most over mean'],
+    ];
+    if (run.detailed !== run.executions) {
+      const share = `${groupDigits(run.detailed)} of ${groupDigits(run.executions)}`;
+      tiles.push(['Detail', percentText(run.detailed / run.executions), `${share} executions`]);
+    }
+    document.getElementById('figures').replaceChildren(...tiles.map((tile) => this.makeTile(tile)));
+  }
+
+  makeTile([name, value, note, share]) {
+    const tile = makeElement('div', 'tile');
+    const number = makeElement('dd', 'value', value);
+    tile.append(makeElement('dt', '', name), number, makeElement('dd', 'about', note));
+    if (share !== undefined && share !== null) {
+      const bar = makeElement('span', 'share-bar');
+      bar.append(makeElement('span'));
+      bar.firstChild.style.width = `${Math.min(100, share * 100)}%`;
+      number.append(bar);
+    }
+    return tile;
+  }
+
+  /** Bars: for how much of the time how many threads were busy; several numbers share one where there are many. */
+  drawConcurrency() {
+    const {figures} = this.model;
+    const all = Array.from(figures.concurrency);
+    const bars = document.getElementById('concurrency-bars');
+    const perBar = Math.max(1, Math.ceil(all.length / mostBars));
+    const sums = [];
+    all.forEach((ticks, busy) => {
+      const bar = Math.ceil(busy / perBar);
+      sums[bar] = (sums[bar] ?? 0) + Number(ticks);
+    });
+    const makespan = Number(figures.makespan) || 1;
+    const most = sums.reduce((most, sum) => Math.max(most, sum), 0) || 1;
+    bars.replaceChildren(...sums.map((sum, bar) => this.makeBar(sum / most, bar, perBar, sum / makespan, all.length - 1)));
+    const modes = Array.from(all, (ticks, busy) => [Number(ticks), busy]).sort((a, b) => b[0] - a[0]).slice(0, 3);
+    bars.setAttribute('aria-label', 'Share of the time by number of busy threads: ' + modes
+      .filter(([ticks]) => ticks > 0).map(([ticks, busy]) => `${busy} busy ${percentText(ticks / makespan)}`).join(', '));
+  }
+
+  makeBar(height, bar, perBar, share, most) {
+    const last = Math.min(bar * perBar, most);
+    const first = bar === 0 ? 0 : (bar - 1) * perBar + 1;
+    const element = makeElement('span', bar === 0 ? 'bar-column none-busy' : 'bar-column');
+    const label = first === last ? `${first}` : `${first}–${last}`;
+    element.title = `${label} busy: ${percentText(share)} of the time`;
+    const column = makeElement('span', 'column');
+    column.style.height = share > 0 ? `${Math.max(2, height * 100)}%` : '0';
+    element.append(column, makeElement('span', 'number', label));
+    return element;
+  }
+
+  drawTop() {
+    const list = document.getElementById('top');
+    if (list.childElementCount > 0 || this.model.run.top.length === 0) {
+      document.getElementById('first-looks').hidden = this.model.run.top.length === 0;
+      return;
+    }
+    list.replaceChildren(...this.model.run.top.map((look) => {
+      const button = makeElement('button', 'look');
+      button.type = 'button';
+      button.dataset.node = look.node;
+      button.title = look.text;
+      const swatch = makeElement('span', 'swatch');
+      swatch.dataset.node = look.node;
+      button.append(swatch, showName(makeElement('span', 'look-name'), look.name || look.id, 40),
+        makeElement('span', 'look-text', look.text));
+      button.addEventListener('click', () => this.state.set({node: look.node, execution: null}));
+      const item = document.createElement('li');
+      item.append(button);
+      return item;
+    }));
+  }
+
+  drawProblems() {
+    const {run} = this.model;
+    const problems = document.getElementById('problems');
+    const sentences = [...run.problems];
+    const end = run.run.converter_end;
+    if (end && !sentences.some((sentence) => sentence.includes(end))) sentences.unshift(`The converter would have ended here: ${end}`);
+    problems.hidden = sentences.length === 0;
+    if (problems.hidden || problems.childElementCount > 0) return;
+    const details = document.createElement('details');
+    details.open = sentences.length <= 3;
+    const title = sentences.length === 1 ? 'One problem in this run' : `${sentences.length} problems in this run`;
+    const list = document.createElement('ul');
+    list.append(...sentences.map((sentence) => showName(document.createElement('li'), sentence, 2000)));
+    const summary = makeElement('summary', '', title);
+    if (end) summary.append(' – figures and pictures cover what was recorded before the converter ended');
+    details.append(summary, list);
+    problems.replaceChildren(details);
+  }
+}

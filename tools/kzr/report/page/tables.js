@@ -1,0 +1,419 @@
+// Tables of nodes, threads and the path. Rows that are not in view do not exist, so that 100,000 nodes are no burden.
+
+const rowHeight = 26;
+/** Rows beyond those in view that exist, so that scrolling shows no gap. */
+const spareRows = 10;
+
+/** Order of numbers, which may be digits in a string, and of texts; what is missing comes last. */
+function compareCells(a, b) {
+  if (a === null || b === null) return (a === null) - (b === null);
+  if (typeof a === 'number' && typeof b === 'number') return a - b;
+  if (/^\d+(\.\d+)?$/.test(a) && /^\d+(\.\d+)?$/.test(b)) return Number(a) - Number(b);
+  return a < b ? -1 : a > b ? 1 : 0;
+}
+
+/** @returns {string} a cell of CSV */
+function csvCell(value) {
+  const text = value === null || value === undefined ? '' : String(value);
+  return /[",\r\n]/.test(text) ? `"${text.replaceAll('"', '""')}"` : text;
+}
+
+/**
+ * A table of rows by number. A column has `name`, `label`, `value(row)` for order and CSV, and where it is shown in
+ * another way `show(cell, row)`; `isNumber` sets it to the right; `isHidden` leaves it to CSV.
+ */
+class Table {
+  constructor(element, {label, columns, sort, onSelect}) {
+    this.element = element;
+    this.columns = columns;
+    this.shown = columns.filter((column) => !column.isHidden);
+    this.sortBy = sort.name;
+    this.isDescending = sort.isDescending;
+    this.onSelect = onSelect;
+    this.count = 0;
+    this.rows = new Uint32Array(0);
+    this.filter = '';
+    this.selected = -1;
+    this.focused = 0;
+    this.redraw = new Redraw(() => this.draw());
+    this.build(label);
+  }
+
+  build(label) {
+    this.table = document.createElement('table');
+    this.table.setAttribute('aria-label', label);
+    const head = document.createElement('thead');
+    const row = document.createElement('tr');
+    this.headers = this.shown.map((column) => this.buildHeader(column));
+    row.append(...this.headers);
+    head.append(row);
+    this.body = document.createElement('tbody');
+    this.table.append(head, this.body);
+    this.scroller = makeElement('div', 'rows');
+    this.scroller.append(this.table);
+    this.foot = makeElement('p', 'foot');
+    this.element.replaceChildren(this.scroller, this.foot);
+    this.scroller.addEventListener('scroll', () => this.redraw.ask(), {passive: true});
+    this.body.addEventListener('click', (event) => this.click(event));
+    this.body.addEventListener('keydown', (event) => this.key(event));
+    new ResizeObserver(() => this.redraw.ask()).observe(this.scroller);
+  }
+
+  buildHeader(column) {
+    const header = makeElement('th', column.isNumber ? 'number' : '');
+    header.scope = 'col';
+    const button = makeElement('button', '', column.label);
+    button.type = 'button';
+    if (column.about) button.title = column.about;
+    button.addEventListener('click', () => this.sort(column));
+    header.append(button);
+    return header;
+  }
+
+  sort(column) {
+    this.isDescending = this.sortBy === column.name ? !this.isDescending : Boolean(column.isNumber);
+    this.sortBy = column.name;
+    this.arrange();
+  }
+
+  /** Shows as many rows. */
+  fill(count) {
+    this.count = count;
+    this.arrange();
+  }
+
+  /** Filters and sorts. */
+  arrange() {
+    const column = this.columns.find(({name}) => name === this.sortBy);
+    const rows = [];
+    const needle = this.filter.toLowerCase();
+    for (let row = 0; row < this.count; ++row) if (!needle || this.matches(row, needle)) rows.push(row);
+    const values = new Map(rows.map((row) => [row, column.value(row) ?? null]));
+    const sign = this.isDescending ? -1 : 1;
+    rows.sort((a, b) => {
+      const [x, y] = [values.get(a), values.get(b)];
+      const order = compareCells(x, y);
+      return (x === null || y === null ? order : sign * order) || a - b;
+    });
+    this.rows = Uint32Array.from(rows);
+    this.focused = Math.min(this.focused, Math.max(0, rows.length - 1));
+    this.showOrder();
+    this.foot.textContent = rows.length === this.count ? '' : `${groupDigits(rows.length)} of ${groupDigits(this.count)} shown`;
+    this.foot.hidden = rows.length === this.count;
+    this.redraw.ask();
+  }
+
+  matches(row, needle) {
+    return this.columns.some((column) => !column.isNumber && String(column.value(row) ?? '').toLowerCase().includes(needle));
+  }
+
+  showOrder() {
+    this.shown.forEach((column, i) => {
+      const isSorted = column.name === this.sortBy;
+      this.headers[i].setAttribute('aria-sort', isSorted ? (this.isDescending ? 'descending' : 'ascending') : 'none');
+    });
+    this.table.setAttribute('aria-rowcount', this.rows.length + 1);
+  }
+
+  draw() {
+    const {scroller, rows} = this;
+    if (scroller.clientHeight === 0) return;
+    const first = Math.max(0, Math.floor(scroller.scrollTop / rowHeight) - spareRows);
+    const end = Math.min(rows.length, Math.ceil((scroller.scrollTop + scroller.clientHeight) / rowHeight) + spareRows);
+    const hadFocus = this.body.contains(document.activeElement);
+    const parts = [];
+    if (first > 0) parts.push(this.makeSpacer(first));
+    for (let i = first; i < end; ++i) parts.push(this.makeRow(i));
+    if (end < rows.length) parts.push(this.makeSpacer(rows.length - end));
+    this.body.replaceChildren(...parts);
+    if (!this.body.querySelector('[tabindex="0"]')) this.body.querySelector('[data-index]')?.setAttribute('tabindex', '0');
+    if (hadFocus) this.focusRow();
+  }
+
+  makeSpacer(count) {
+    const row = document.createElement('tr');
+    row.setAttribute('aria-hidden', 'true');
+    const cell = document.createElement('td');
+    cell.colSpan = this.shown.length;
+    cell.className = 'spacer';
+    cell.style.height = `${count * rowHeight}px`;
+    row.append(cell);
+    return row;
+  }
+
+  makeRow(i) {
+    const number = this.rows[i];
+    const row = document.createElement('tr');
+    row.dataset.index = i;
+    row.setAttribute('aria-rowindex', i + 2);
+    row.tabIndex = i === this.focused ? 0 : -1;
+    if (number === this.selected) row.setAttribute('aria-selected', 'true');
+    for (const column of this.shown) {
+      const cell = makeElement('td', column.isNumber ? 'number' : '');
+      if (column.show) column.show(cell, number);
+      else cell.textContent = column.value(number) ?? '–';
+      row.append(cell);
+    }
+    return row;
+  }
+
+  focusRow() {
+    this.body.querySelector(`[data-index="${this.focused}"]`)?.focus({preventScroll: true});
+  }
+
+  click(event) {
+    const row = event.target.closest('[data-index]');
+    if (!row) return;
+    this.focused = Number(row.dataset.index);
+    this.onSelect(this.rows[this.focused]);
+    this.redraw.ask();
+  }
+
+  key(event) {
+    const page = Math.max(1, Math.floor(this.scroller.clientHeight / rowHeight) - 2);
+    const moves = {ArrowDown: 1, ArrowUp: -1, PageDown: page, PageUp: -page, Home: -this.rows.length, End: this.rows.length};
+    if (event.key === 'Enter' || event.key === ' ') this.onSelect(this.rows[this.focused]);
+    else if (event.key in moves) this.moveFocus(moves[event.key]);
+    else return;
+    event.preventDefault();
+    event.stopPropagation();
+  }
+
+  moveFocus(by) {
+    this.focused = Math.min(this.rows.length - 1, Math.max(0, this.focused + by));
+    this.scrollTo(this.focused);
+    this.draw();
+    this.focusRow();
+  }
+
+  scrollTo(i) {
+    const {scroller} = this;
+    const head = this.table.tHead.offsetHeight;
+    if (i * rowHeight < scroller.scrollTop) scroller.scrollTop = i * rowHeight;
+    const over = (i + 1) * rowHeight + head - scroller.clientHeight;
+    if (over > scroller.scrollTop) scroller.scrollTop = over;
+  }
+
+  /** Marks a row and brings it into view; -1 for none. */
+  select(row) {
+    if (this.selected === row) return;
+    this.selected = row;
+    const i = row < 0 ? -1 : this.rows.indexOf(row);
+    if (i >= 0) {
+      this.focused = i;
+      this.scrollTo(i);
+    }
+    this.redraw.ask();
+  }
+
+  setFilter(text) {
+    this.filter = text;
+    this.scroller.scrollTop = 0;
+    this.arrange();
+  }
+
+  /** @returns {string} all rows that the filter leaves, in their order */
+  csv() {
+    const lines = [this.columns.map((column) => csvCell(column.name)).join(',')];
+    for (const row of this.rows) lines.push(this.columns.map((column) => csvCell(column.value(row))).join(','));
+    return lines.join('\r\n') + '\r\n';
+  }
+}
+
+/** The three tables and what is above them. */
+class TablesView {
+  /** @param actions {select(execution), selectNode(node), selectLane(lane), say(text)} */
+  constructor(model, state, palette, actions) {
+    this.model = model;
+    this.state = state;
+    this.palette = palette;
+    this.actions = actions;
+    this.tables = {nodes: this.makeNodes(), threads: this.makeThreads(), path: this.makePath()};
+    this.filters = {nodes: '', threads: '', path: ''};
+    this.wire();
+  }
+
+  wire() {
+    const filter = document.getElementById('filter');
+    filter.addEventListener('input', () => this.table.setFilter(this.filters[this.state.tab] = filter.value));
+    document.getElementById('copy').addEventListener('click', () => this.copy());
+    const tabs = Object.keys(this.tables);
+    tabs.forEach((name, i) => {
+      const tab = document.getElementById(`tab-${name}`);
+      tab.addEventListener('click', () => this.state.set({tab: name}));
+      tab.addEventListener('keydown', (event) => {
+        const step = {ArrowRight: 1, ArrowLeft: -1}[event.key];
+        if (!step) return;
+        event.stopPropagation();
+        const next = tabs[(i + step + tabs.length) % tabs.length];
+        this.state.set({tab: next});
+        document.getElementById(`tab-${next}`).focus();
+      });
+    });
+  }
+
+  get table() {
+    return this.tables[this.state.tab];
+  }
+
+  makeNodes() {
+    const {model} = this;
+    const of = (name) => (node) => model.figures.columns[name][node];
+    const ticks = (name, label, about) => ({
+      name, label, about, isNumber: true, value: of(name),
+      show: (cell, node) => { cell.textContent = of(name)(node) === null ? '–' : model.time.short(of(name)(node)); },
+    });
+    const columns = [
+      {name: 'name', label: 'Node', value: (node) => model.nameOf(node), show: (cell, node) => this.showNode(cell, node)},
+      {name: 'id', label: 'Id', isHidden: true, value: (node) => model.nodes.id[node]},
+      {...ticks('self_ticks', 'Self time', 'Time in executions without what is nested in them'),
+        show: (cell, node) => this.showShare(cell, Number(of('self_ticks')(node)))},
+      {name: 'executions', label: 'Executions', isNumber: true, value: of('executions'),
+        show: (cell, node) => { cell.textContent = groupDigits(of('executions')(node)); }},
+      {name: 'threads', label: 'Threads', isNumber: true, value: of('threads')},
+      ticks('p50_ticks', 'Median', 'Median of the durations'),
+      ticks('p90_ticks', '90 %', '90th percentile of the durations'),
+      ticks('p99_ticks', '99 %', '99th percentile of the durations'),
+      ticks('max_ticks', 'Greatest', 'The longest execution'),
+      ticks('idle_share_ticks', 'Idle share', 'What other threads waited while this ran with few others'),
+      ticks('total_ticks', 'Total', 'Durations of all executions'),
+      ticks('mean_ticks', 'Mean', 'Mean duration'),
+      {...ticks('min_ticks', 'Least'), isHidden: true},
+      {...ticks('first_begin', 'First begin'), isHidden: true},
+      {...ticks('last_end', 'Last end'), isHidden: true},
+      {name: 'function', label: 'Function', isHidden: true, value: (node) => model.nodes.function[node]},
+      {name: 'source', label: 'Source', value: (node) => model.nodes.source[node],
+        show: (cell, node) => showName(cell, model.nodes.source[node] ?? '–', 60)},
+    ];
+    return new Table(document.getElementById('nodes'), {
+      label: 'Nodes', columns, sort: {name: 'self_ticks', isDescending: true},
+      onSelect: (node) => this.actions.selectNode(node),
+    });
+  }
+
+  showNode(cell, node) {
+    const swatch = makeElement('span', 'swatch');
+    swatch.style.background = this.palette.ofNode(node);
+    const name = showName(makeElement('span', 'cell-name'), this.model.nameOf(node), 60);
+    cell.append(swatch, name);
+  }
+
+  /** A time and a bar for its share in that of all nodes. */
+  showShare(cell, ticks) {
+    if (ticks === 0) {
+      cell.textContent = '–';
+      return;
+    }
+    const bar = makeElement('span', 'cell-bar');
+    bar.style.width = `${this.mostSelf > 0 ? (ticks / this.mostSelf) * 100 : 0}%`;
+    cell.append(bar, makeElement('span', 'over-bar', this.model.time.short(ticks)));
+  }
+
+  makeThreads() {
+    const {model} = this;
+    const at = (row) => model.figures.threads[row];
+    const share = (row) => Number(at(row).busy) / (Number(model.figures.makespan) || 1);
+    const time = (name, label) => ({
+      name, label, isNumber: true, value: (row) => at(row)[name],
+      show: (cell, row) => {
+        cell.textContent = at(row)[name] === null ? '–' : model.time.short(model.relative(at(row)[name]), 6);
+      },
+    });
+    const columns = [
+      {name: 'thread', label: 'Thread', isNumber: true, value: (row) => model.threadOf(at(row).lane)},
+      {name: 'busy_ticks', label: 'Busy', isNumber: true, value: (row) => at(row).busy,
+        show: (cell, row) => { cell.textContent = model.time.short(at(row).busy); }},
+      {name: 'busy_share', label: 'of the makespan', isNumber: true, value: (row) => Math.round(share(row) * 1e6) / 1e6,
+        show: (cell, row) => {
+          const bar = makeElement('span', 'cell-bar');
+          bar.style.width = `${Math.min(100, share(row) * 100)}%`;
+          cell.append(bar, makeElement('span', 'over-bar', percentText(share(row))));
+        }},
+      {name: 'executions', label: 'Executions', isNumber: true, value: (row) => at(row).executions,
+        show: (cell, row) => { cell.textContent = groupDigits(at(row).executions); }},
+      time('first_begin', 'First begin'), time('last_end', 'Last end'),
+    ];
+    return new Table(document.getElementById('threads'), {
+      label: 'Threads', columns, sort: {name: 'thread', isDescending: false},
+      onSelect: (row) => this.actions.selectLane(at(row).lane),
+    });
+  }
+
+  makePath() {
+    const {model} = this;
+    const times = () => model.pathTimes(model.figures.path);
+    const node = (row) => times().node[row];
+    const known = (number) => (Number.isNaN(number) ? null : number);
+    const ticks = (name, label, of) => ({
+      name, label, isNumber: true, value: of,
+      show: (cell, row) => { cell.textContent = of(row) === null ? '…' : model.time.short(of(row), name === 'begin' ? 6 : 4); },
+    });
+    const columns = [
+      {name: 'step', label: 'Step', isNumber: true, value: (row) => row + 1},
+      {name: 'node', label: 'Node', value: (row) => (node(row) < 0 ? '…' : model.nameOf(node(row))),
+        show: (cell, row) => { if (node(row) >= 0) this.showNode(cell, node(row)); else cell.textContent = '…'; }},
+      ticks('duration', 'Duration', (row) => known(times().end[row] - times().begin[row])),
+      ticks('gap', 'Gap before', (row) => Number(model.figures.path.gap[row])),
+      {name: 'gap_kind', label: 'Waited for', value: (row) => model.figures.path.kind[row] ?? '',
+        about: 'enclosing: inside something else; thread: its data was there; data: its thread was there'},
+      {name: 'thread', label: 'Thread', isNumber: true, value: (row) => model.threadOf(model.figures.path.lane[row])},
+      ticks('begin', 'Begin', (row) => known(times().begin[row])),
+    ];
+    return new Table(document.getElementById('path'), {
+      label: 'Observed path', columns, sort: {name: 'step', isDescending: false},
+      onSelect: (row) => this.actions.selectAt(model.figures.path.lane[row], model.figures.path.position[row]),
+    });
+  }
+
+  /** Takes over the figures of another range. */
+  fill() {
+    const {figures, nodeCount} = this.model;
+    this.mostSelf = 0;
+    for (const ticks of figures.columns.self_ticks) this.mostSelf = Math.max(this.mostSelf, Number(ticks));
+    this.tables.nodes.fill(nodeCount);
+    this.tables.threads.fill(figures.threads.length);
+    this.tables.path.fill(figures.path.lane.length);
+  }
+
+  /** Follows the state. */
+  update() {
+    for (const name of Object.keys(this.tables)) {
+      const isShown = name === this.state.tab;
+      document.getElementById(name).hidden = !isShown;
+      const tab = document.getElementById(`tab-${name}`);
+      tab.setAttribute('aria-selected', String(isShown));
+      tab.tabIndex = isShown ? 0 : -1;
+    }
+    document.getElementById('filter').value = this.filters[this.state.tab];
+    this.tables.nodes.select(this.state.node);
+    const {execution} = this.state;
+    const {threads} = this.model.figures;
+    this.tables.threads.select(execution ? threads.findIndex(({lane}) => lane === execution.lane) : -1);
+    this.tables.path.select(execution ? this.model.placeInPath(execution) - 1 : -1);
+    this.table.redraw.ask();
+  }
+
+  redraw() {
+    for (const table of Object.values(this.tables)) table.redraw.ask();
+  }
+
+  async copy() {
+    if (this.state.tab === 'path') await this.model.readPath(this.model.figures.path, new Job());
+    await copyText(this.table.csv());
+    this.actions.say(`${countText(this.table.rows.length, 'row')} copied as CSV.`);
+  }
+}
+
+/** Puts a text on the clipboard, in the old way where the new one is not there. */
+async function copyText(text) {
+  try {
+    await navigator.clipboard.writeText(text);
+  } catch {
+    const area = document.createElement('textarea');
+    area.value = text;
+    document.body.append(area);
+    area.select();
+    document.execCommand('copy');
+    area.remove();
+  }
+}
