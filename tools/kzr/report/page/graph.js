@@ -43,9 +43,10 @@ class GraphView {
 
   /** Puts all nodes on the scale of the chosen measure. */
   updateMeasure() {
-    const values = this.model.figures.columns[this.state.measure];
-    this.scale = new MeasureScale(values);
-    this.steps = Int8Array.from(values, (value) => this.scale.stepOf(value));
+    this.values = Float64Array.from(this.model.figures.columns[this.state.measure], Number);
+    this.scale = new MeasureScale(this.values);
+    this.layout.addInner(this.values, measures[this.state.measure].addsUp);
+    this.steps = Int8Array.from(this.values, (value) => this.scale.stepOf(value));
     this.drawLegend();
     this.redraw.ask();
   }
@@ -93,6 +94,7 @@ class GraphView {
     this.shownGraphs = [];
     this.drawFrom(this.camera);
     if (this.state.node >= 0) this.drawSelected();
+    this.drawBadges();
     clearTimeout(this.restTimer);
     if (this.isCut && !isAtRest) this.restTimer = setTimeout(() => requestAnimationFrame(() => this.draw(true)), restDelay);
   }
@@ -242,8 +244,8 @@ class GraphView {
   }
 
   measureText(node) {
-    const value = this.model.figures.columns[this.state.measure][node];
-    if (value === null || Number(value) === 0) return '';
+    const value = this.values[node];
+    if (value === 0) return '';
     return measures[this.state.measure].isTime ? this.model.time.short(value, 3) : `${groupDigits(value)}×`;
   }
 
@@ -381,6 +383,35 @@ class GraphView {
     context.strokeStyle = palette.text;
     context.lineWidth = 2.5;
     context.strokeRect(left - 4, top - 4, Math.max(10, width + 8), Math.max(10, height + 8));
+  }
+
+  /** Numbers on the nodes to look at first, or on what is drawn around them. */
+  drawBadges() {
+    const {context, palette} = this;
+    context.font = '600 11px system-ui, sans-serif';
+    context.textAlign = 'center';
+    context.textBaseline = 'middle';
+    this.model.run.top.forEach((look, i) => {
+      const box = this.findDrawnBox(look.node);
+      if (!box || !this.isInView(box.left, box.top, box.width, box.height)) return;
+      const x = box.left + box.width - 3;
+      context.fillStyle = palette.text;
+      context.beginPath();
+      context.arc(x, box.top, 8, 0, 2 * Math.PI);
+      context.fill();
+      context.fillStyle = palette.panel;
+      context.fillText(String(i + 1), x, box.top + 0.5);
+    });
+  }
+
+  /** The box of a node, else of the innermost composite node around it that is drawn; null for none. */
+  findDrawnBox(node) {
+    const {graphs, nodes} = this.layout;
+    for (let shown = node; shown >= 0 && nodes.graph[shown] >= 0; shown = graphs.parent[nodes.graph[shown]]) {
+      const frame = this.frameOf(shown);
+      if (frame) return this.boxOf(shown, frame);
+    }
+    return null;
   }
 
   /** The frame of the graph of a node among those that were drawn. */
