@@ -78,7 +78,7 @@ class SummaryView {
     const makespan = Number(figures.makespan) || 1;
     const most = sums.reduce((most, sum) => Math.max(most, sum), 0) || 1;
     bars.replaceChildren(...sums.map((sum, bar) => this.makeBar(sum / most, bar, perBar, sum / makespan, all.length - 1)));
-    const modes = all.map((ticks, busy) => [Number(ticks), busy]).sort((a, b) => b[0] - a[0]).slice(0, 3);
+    const modes = Array.from(all, (ticks, busy) => [Number(ticks), busy]).sort((a, b) => b[0] - a[0]).slice(0, 3);
     bars.setAttribute('aria-label', 'Share of the time by number of busy threads: ' + modes
       .filter(([ticks]) => ticks > 0).map(([ticks, busy]) => `${busy} busy ${percentText(ticks / makespan)}`).join(', '));
   }

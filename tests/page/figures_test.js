@@ -1,0 +1,64 @@
+'use strict';
+const {pageTest} = require('./browser');
+const {assertSame, copiedTable, openReport, setRange, shownFigures} = require('./report_page');
+const {figures, randomRun, report, smallRun} = require('./runs');
+
+/** All times at which something on the path begins or ends, for ranges that cut or touch executions. */
+function timesOf({path}) {
+  return [...new Set(path.flatMap(({begin, end}) => [BigInt(begin), BigInt(end)]))].sort((a, b) => (a < b ? -1 : 1));
+}
+
+/** Ranges to try: between some times of the path, a tick inside and outside of them, and one of no length. */
+function rangesOf(expected) {
+  const times = timesOf(expected);
+  if (times.length < 4) return [];
+  const at = (share) => times[Math.floor((times.length - 1) * share)];
+  return [[at(0.2), at(0.8)], [at(0.1) + 1n, at(0.5)], [at(0.5) - 1n, at(1) + 5n], [at(0.4), at(0.4)]];
+}
+
+async function assertFigures(page, run, options = []) {
+  assertSame(await shownFigures(page), figures(run, ...options), options.join(' '));
+}
+
+pageTest('figures of random runs are those of the program, for the whole run and for ranges', async (openPage) => {
+  for (let seed = 0; seed < 16; ++seed) {
+    const run = randomRun(seed);
+    const expected = figures(run);
+    const page = await openReport(openPage, report(run));
+    // Over 2^53 ticks a browser's times are rounded, and so are sums of them; figures of the report itself are not.
+    const isExact = (await page.evaluate(() => JSON.parse(document.getElementById('run').textContent))).exact;
+    const path = isExact ? expected.path : expected.path.map(({begin, end, ...step}) => step);
+    assertSame(await shownFigures(page), {...expected, path}, `seed ${seed}`);
+    for (const [from, to] of isExact ? rangesOf(expected) : []) {
+      await setRange(page, from, to);
+      await assertFigures(page, run, ['--from', String(from), '--to', String(to)]);
+    }
+    await page.close();
+  }
+});
+
+pageTest('a report of a range opens with its figures, and has those of the whole run, too', async (openPage) => {
+  const run = smallRun('pipeline');
+  const [[from, to]] = rangesOf(figures(run));
+  const options = ['--from', String(from), '--to', String(to)];
+  const page = await openReport(openPage, report(run, ...options));
+  await assertFigures(page, run, options);
+  await page.locator('#range-clear').click();
+  await assertFigures(page, run);
+});
+
+pageTest('tables show the figures of the range, sorted and filtered, and copy them', async (openPage) => {
+  const run = smallRun('pipeline');
+  const page = await openReport(openPage, report(run));
+  const [[from, to]] = rangesOf(figures(run));
+  for (const options of [[], ['--from', String(from), '--to', String(to)]]) {
+    if (options.length > 0) await setRange(page, from, to);
+    const expected = figures(run, ...options);
+    const byId = (rows) => Object.fromEntries(rows.map((row) => [row.id ?? row.thread, row]));
+    const texts = (row) => JSON.parse(JSON.stringify(row, (_, value) => (typeof value === 'object' ? value ?? '' : String(value))));
+    const nodes = byId(await copiedTable(page, 'nodes'));
+    assertSame(nodes, byId(expected.nodes.map(texts)), 'nodes');
+    const threads = byId(await copiedTable(page, 'threads'));
+    assertSame(threads, byId(expected.threads.map(texts)), 'threads');
+  }
+});

@@ -1,0 +1,156 @@
+'use strict';
+const assert = require('node:assert/strict');
+const {pageTest} = require('./browser');
+const {
+  addressState, assertSame, copiedTable, namesUnderPointer, openReport, pixelsOfColour, search, selection, settle, shownFigures,
+} = require('./report_page');
+const {executions, figures, report, smallRun} = require('./runs');
+
+const run = smallRun('pipeline');
+const file = report(run);
+
+/** The row of the shown table that is marked as selected. */
+function selectedRow(page, table) {
+  return page.locator(`#${table} tr[aria-selected="true"]`);
+}
+
+/** What the panel of the selection says of the execution behind a word, without what groups digits. */
+async function detail(page, name) {
+  const value = page.locator(`#details .execution dt:text-is("${name}") + dd`);
+  await page.waitForFunction((element) => element.textContent !== '…', await value.elementHandle());
+  return (await value.textContent()).replaceAll('\u202f', '');
+}
+
+/** Clicks all over the timeline; what each click selects, with its place, the time there and the ticks of three pixels. */
+async function clickTimeline(page, columns) {
+  await settle(page);
+  const box = await page.locator('#timeline').boundingBox();
+  const {from, to} = await page.evaluate(() => window.kzr.view());
+  const gutter = await page.evaluate(() => gutterWidth);
+  const ticks = Number(BigInt(to) - BigInt(from));
+  const slack = BigInt(Math.ceil((3 * ticks) / (box.width - gutter)));
+  const found = [];
+  for (let y = 4; y < box.height; y += 8) {
+    for (let column = 1; column <= columns; ++column) {
+      const share = column / (columns + 1);
+      const place = [box.x + gutter + share * (box.width - gutter), box.y + y];
+      await page.mouse.click(...place);
+      const {execution} = await selection(page);
+      if (execution) found.push({...execution, time: BigInt(from) + BigInt(Math.round(ticks * share)), slack, place});
+    }
+  }
+  return found;
+}
+
+pageTest('an execution clicked in the timeline is told of, and shows its node in graph and table', async (openPage) => {
+  const page = await openReport(openPage, file);
+  const all = executions(run);
+  const {path, nodes} = figures(run);
+  await page.locator('#timeline').focus();
+  for (let i = 0; i < 9; ++i) await page.keyboard.press('w');
+  const clicked = await clickTimeline(page, 5);
+  for (const {id, thread, begin, end, time, slack} of clicked) {
+    assert.ok(all.some((e) => e.id === id && e.thread === thread && e.begin === BigInt(begin) && e.end === BigInt(end)));
+    assert.ok(time >= BigInt(begin) - slack && time <= BigInt(end) + slack, `${time} is not in ${begin} to ${end}`);
+  }
+  assert.deepEqual([...new Set(clicked.map(({thread}) => thread))], [0, 1, 2, 3]);
+
+  const selfOf = ({thread, begin}) => all.find((e) => e.thread === thread && e.begin === BigInt(begin)).self;
+  const nesting = clicked.find((e) => selfOf(e) < BigInt(e.end) - BigInt(e.begin));
+  await page.mouse.click(...nesting.place);
+  const {execution, node} = await selection(page);
+  const self = selfOf(execution);
+  const {name} = nodes.find(({id}) => id === node);
+  assert.equal(execution.id, node);
+  assert.equal(await page.locator('#details .full-name').textContent(), name);
+  assert.equal(await detail(page, 'Thread'), String(execution.thread));
+  assert.match(await detail(page, 'Begin'), new RegExp(execution.begin));
+  assert.match(await detail(page, 'Duration'), new RegExp(`\\(${BigInt(execution.end) - BigInt(execution.begin)} ticks\\)`));
+  assert.match(await detail(page, 'Self time'), new RegExp(`\\(${self} ticks\\)`));
+  const place = path.findIndex((step) => step.thread === execution.thread && String(step.begin) === execution.begin);
+  assert.match(await detail(page, 'Observed path'), place < 0 ? /not on it/ : new RegExp(`step ${place + 1} of ${path.length}`));
+  assert.match(await selectedRow(page, 'nodes').textContent(), new RegExp(`^${name}`));
+  assert.ok(name in await namesUnderPointer(page, '#graph'));
+});
+
+pageTest('a node clicked in the graph is marked in table and all lanes, and its executions are gone through', async (openPage) => {
+  const page = await openReport(openPage, file);
+  assert.equal((await pixelsOfColour(page, '#timeline', '--accent')).count, 0);
+  const places = await namesUnderPointer(page, '#graph');
+  await page.mouse.click(...places.read);
+  const {node, execution} = await selection(page);
+  assert.deepEqual([node, execution], ['g0::n0', null]);
+  assert.match(await selectedRow(page, 'nodes').textContent(), /^read/);
+  const {rows} = await pixelsOfColour(page, '#timeline', '--accent');
+  // Marks of a lane are a few pixels high.
+  assert.equal(rows.filter((row, i) => row - (rows[i - 1] ?? -9) > 3).length, 4, `rows ${rows}`);
+
+  const own = executions(run).filter(({id}) => id === 'g0::n0');
+  await page.locator('#timeline').focus();
+  const seen = [];
+  for (let i = 0; i < own.length; ++i) {
+    await page.keyboard.press('n');
+    await page.waitForFunction((last) => {
+      const {execution} = window.kzr.selection();
+      return execution && `${execution.thread} ${execution.position}` !== last;
+    }, seen.at(-1)?.key);
+    const {thread, position, begin} = (await selection(page)).execution;
+    seen.push({key: `${thread} ${position}`, begin: BigInt(begin)});
+  }
+  assert.deepEqual(seen.map(({begin}) => begin), own.map(({begin}) => begin));
+  await page.keyboard.press('p');
+  await page.waitForFunction((begin) => window.kzr.selection().execution?.begin === begin, String(own.at(-2).begin));
+});
+
+pageTest('a node found by search or in a table is shown in the graph, composite nodes around it opened', async (openPage) => {
+  const page = await openReport(openPage, file);
+  await search(page, 'score');
+  assert.equal((await selection(page)).node, 'g0::n1::n3::n5');
+  assert.ok('score' in await namesUnderPointer(page, '#graph'));
+  await page.locator('#nodes tbody tr', {hasText: 'write'}).click();
+  assert.equal((await selection(page)).node, 'g0::n6');
+  assert.ok('write' in await namesUnderPointer(page, '#graph'));
+  await page.keyboard.press('Escape');
+  assert.equal((await selection(page)).node, null);
+
+  await page.locator('#graph-all').click();
+  const closed = await namesUnderPointer(page, '#graph');
+  for (let i = 0; i < 2; ++i) await page.mouse.click(...closed.core);
+  const opened = await namesUnderPointer(page, '#graph');
+  assert.deepEqual(['filter' in closed, 'filter' in opened], [false, true]);
+});
+
+pageTest('a range drawn over the timeline restricts every figure to it', async (openPage) => {
+  const page = await openReport(openPage, file);
+  const {origin} = await page.evaluate(() => JSON.parse(document.getElementById('run').textContent));
+  for (const [canvas, key] of [['#busy', null], ['#timeline', 'Shift']]) {
+    const {x, y, width, height} = await page.locator(canvas).boundingBox();
+    if (key) await page.keyboard.down(key);
+    await page.mouse.move(x + width * 0.3, y + height / 2);
+    await page.mouse.down();
+    await page.mouse.move(x + width * 0.6, y + height / 2, {steps: 3});
+    await page.mouse.up();
+    if (key) await page.keyboard.up(key);
+    const [from, to] = (await addressState(page, 'range')).range.split('-').map((time) => String(BigInt(origin) + BigInt(time)));
+    const expected = figures(run, '--from', from, '--to', to);
+    assert.ok(expected.run.executions > 100 && expected.run.executions < 500);
+    assertSame(await shownFigures(page), expected);
+    await page.locator('#range-clear').click();
+    await page.waitForFunction(() => !location.hash.includes('range'));
+  }
+});
+
+pageTest('the path is shown in both views and listed', async (openPage) => {
+  const page = await openReport(openPage, file);
+  for (const canvas of ['#timeline', '#graph']) assert.equal((await pixelsOfColour(page, canvas, '--path')).count, 0);
+  await page.locator('#show-path').check();
+  await selection(page);
+  for (const canvas of ['#timeline', '#graph']) assert.ok((await pixelsOfColour(page, canvas, '--path')).count > 20, canvas);
+  const {path, nodes} = figures(run);
+  const nameOf = new Map(nodes.map(({id, name}) => [id, name]));
+  const rows = await copiedTable(page, 'path');
+  assert.deepEqual(rows.map((row) => [row.node, row.thread, row.duration, row.gap, row.gap_kind]), path.map((step) => (
+    [nameOf.get(step.id), step.thread, step.end - step.begin, step.gap_ticks, step.gap_kind ?? ''].map(String))));
+  await page.locator('#path tbody tr', {hasText: /^3\D/}).click();
+  assert.equal(BigInt((await selection(page)).execution.begin), path[2].begin);
+});
