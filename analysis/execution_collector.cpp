@@ -51,7 +51,7 @@ std::uint32_t execution_collector::find_region(const node_symbol* node, const gr
 
 void execution_collector::user_event(std::uint64_t ts, int tid, std::string_view description) {
   pass_line(ts, tid);
-  marks_.add_user_event(ts, tid, description);
+  marks_.add_user_event(ts, tid, description, executions_.line_count(tid));
 }
 
 void execution_collector::begin(std::uint64_t ts, int tid, std::uint32_t node, execution_kind kind) {
@@ -119,13 +119,13 @@ void execution_collector::close() {
   for (int tid = 0; tid < open_tasks_.thread_count(); ++tid) {
     while (open_tasks_.has_open(tid)) task_end(end, tid);
   }
-  executions_.close();
   marks_.close();
 }
 
-collected_timeline collect_timeline(const event_list& events, const kzr_data_manager& model,
-                                    run_nodes& nodes) {
+collected_timeline collect_timeline(const event_list& events, const kzr_data_manager& model, run_nodes& nodes,
+                                    bool keeps_begin_order) {
   collected_timeline timeline;
+  if (keeps_begin_order) timeline.executions.keep_begin_order();
   timeline.executions.reserve(count_begins(events));
   execution_collector collector(model, nodes, timeline.executions, timeline.marks);
   replay_events(events, model, collector);

@@ -49,7 +49,7 @@ class execution_collector {
   void implicit_task_begin(std::uint64_t ts, int tid, const graph_symbol* graph, std::uint64_t kind,
                            std::uint64_t cid, std::string_view stream);
 
-  /// Ends what is still open, as the timeline does, and closes executions and marks.
+  /// Ends what is still open, as the timeline does, and closes the marks.
   void close();
 
  private:
@@ -72,7 +72,9 @@ struct collected_timeline {
 };
 
 /// The executions and marks of a run, from its events. The model must be complete; nodes that tasks ran on
-/// and regions are named by are added to `nodes`. Throws `std::length_error` when there are too many
+/// and regions are named by are added to `nodes`. With `keeps_begin_order` the order of begins over all
+/// threads is kept, too. The executions are left for the caller to close, who may release the events first:
+/// together they are the most that is in memory. Throws `std::length_error` when there are too many
 /// executions.
 [[nodiscard]] collected_timeline collect_timeline(const event_list& events, const kzr_data_manager& model,
-                                                  run_nodes& nodes);
+                                                  run_nodes& nodes, bool keeps_begin_order = false);

@@ -10,20 +10,23 @@ void execution_table::reserve(std::size_t count) {
   nodes_.reserve(count);
   threads_and_kinds_.reserve(count);
   ended_before_.reserve(count);
+  if (keeps_begin_order_) begin_numbers_.reserve(count);
 }
 
 std::uint64_t execution_table::advance(int thread, std::uint64_t time) {
   const auto index = static_cast<std::size_t>(thread);
   if (index >= open_.size()) {
     open_.resize(index + 1);
-    last_times_.resize(index + 1);
+    clocks_.resize(index + 1);
   }
-  return last_times_[index] = std::max(last_times_[index], time);
+  return clocks_[index].last_time = std::max(clocks_[index].last_time, time);
 }
 
 void execution_table::begin(int thread, std::uint64_t time, std::uint32_t node, execution_kind kind) {
   const std::uint64_t begin = advance(thread, time);
-  open_[static_cast<std::size_t>(thread)].push_back({begin, node, size(), kind, true});
+  const auto index = static_cast<std::size_t>(thread);
+  ++clocks_[index].line_count;
+  open_[index].push_back({begin, node, size(), begun_++, kind, true});
 }
 
 void execution_table::begin_outer(int thread, std::uint64_t time) {
@@ -33,16 +36,19 @@ void execution_table::begin_outer(int thread, std::uint64_t time) {
 
 void execution_table::end(int thread, std::uint64_t time) {
   const std::uint64_t end = advance(thread, time);
-  std::vector<open_task>& open = open_[static_cast<std::size_t>(thread)];
+  const auto index = static_cast<std::size_t>(thread);
+  std::vector<open_task>& open = open_[index];
   const open_task ended = open.back();
   open.pop_back();
   if (!ended.is_execution) return;
+  ++clocks_[index].line_count;
   begins_.push_back(ended.begin);
   ends_.push_back(end);
   nodes_.push_back(ended.node);
   threads_and_kinds_.push_back(static_cast<std::uint32_t>(thread) << kind_bits |
                                static_cast<std::uint32_t>(ended.kind));
   ended_before_.push_back(ended.ended_before);
+  if (keeps_begin_order_) begin_numbers_.push_back(ended.begin_number);
 }
 
 void execution_table::close() {

@@ -20,6 +20,9 @@ class execution_table {
   /// More executions have no numbers.
   static constexpr std::size_t most_executions = std::size_t{1} << 30;
 
+  /// From the first line on, keeps which executions began before which: 4 bytes each.
+  void keep_begin_order() { keeps_begin_order_ = true; }
+
   /// Makes room for as many executions. Throws `std::length_error` above `most_executions`.
   void reserve(std::size_t count);
 
@@ -52,11 +55,19 @@ class execution_table {
   }
   /// How many executions of the run had ended where this one's begin stands: those with smaller numbers.
   [[nodiscard]] std::uint32_t ended_before(std::uint32_t execution) const { return ended_before_[execution]; }
+  /// Its number in the order of begins over all threads, from 0; where that order is kept.
+  [[nodiscard]] std::uint32_t begin_number_of(std::uint32_t execution) const {
+    return begin_numbers_[execution];
+  }
   /// The innermost execution around it on its thread, which has a greater number, or `none`.
   [[nodiscard]] std::uint32_t parent_of(std::uint32_t execution) const { return parents_[execution]; }
 
   /// All threads are below.
   [[nodiscard]] int thread_count() const { return static_cast<int>(open_.size()); }
+  /// How many begins and ends of executions there were on `thread` so far.
+  [[nodiscard]] std::uint32_t line_count(int thread) const {
+    return thread < thread_count() ? clocks_[static_cast<std::size_t>(thread)].line_count : 0;
+  }
   /// The executions of a thread, in the order of their ends.
   [[nodiscard]] std::span<const std::uint32_t> executions_of(int thread) const;
 
@@ -69,8 +80,15 @@ class execution_table {
     std::uint64_t begin = 0;
     std::uint32_t node = 0;
     std::uint32_t ended_before = 0;
+    std::uint32_t begin_number = 0;
     execution_kind kind = execution_kind::work;
     bool is_execution = true;
+  };
+
+  /// How far the lines of a thread are.
+  struct thread_clock {
+    std::uint64_t last_time = 0;
+    std::uint32_t line_count = 0;
   };
 
   std::uint64_t advance(int thread, std::uint64_t time);
@@ -82,11 +100,15 @@ class execution_table {
   std::vector<std::uint32_t> nodes_;
   std::vector<std::uint32_t> threads_and_kinds_;
   std::vector<std::uint32_t> ended_before_;
+  std::vector<std::uint32_t> begin_numbers_;  ///< empty where nobody asks for them
   std::vector<std::uint32_t> parents_;
   std::vector<std::uint32_t> by_thread_;
   std::vector<std::size_t> first_of_thread_;  ///< in `by_thread_`, and behind the last one its size
 
   // By thread.
   std::vector<std::vector<open_task>> open_;
-  std::vector<std::uint64_t> last_times_;
+  std::vector<thread_clock> clocks_;
+
+  bool keeps_begin_order_ = false;
+  std::uint32_t begun_ = 0;
 };

@@ -1,36 +1,11 @@
 #include "analysis/node_links.h"
 
 #include <algorithm>
-#include <unordered_map>
 
+#include "analysis/inner_ends.h"
 #include "analysis/run_nodes.h"
 #include "model/kzr_data_manager.h"
 #include "model/port_symbol.h"
-
-namespace {
-
-/// Follows the links from ports of composite nodes to those inside that stand for them.
-class inner_ends {
- public:
-  const port_symbol& find(const port_symbol& port) {
-    const port_symbol* end = &port;
-    passed_.clear();
-    // Until more is known a port stands for itself, which also ends links that come back to it.
-    while (end->aliased_child() != nullptr && known_.emplace(end, end).second) {
-      passed_.push_back(end);
-      end = end->aliased_child();
-    }
-    if (const auto known = known_.find(end); known != known_.end()) end = known->second;
-    for (const port_symbol* const outer : passed_) known_[outer] = end;
-    return *end;
-  }
-
- private:
-  std::unordered_map<const port_symbol*, const port_symbol*> known_;
-  std::vector<const port_symbol*> passed_;
-};
-
-}  // namespace
 
 void node_links::close() {
   std::ranges::sort(links_);
@@ -51,12 +26,10 @@ node_links find_links(const kzr_data_manager& model, run_nodes& nodes) {
   found.reserve(model.edges().size());
   for (std::uint32_t number = 0; number < model.edges().size(); ++number) {
     const edge_symbol& edge = model.edges().get(number);
-    const port_symbol* source = &edge.first();
-    const port_symbol* target = &edge.second();
-    // Each end says itself which one it is.
-    if (source->is_input() && !target->is_input()) std::swap(source, target);
-    const std::uint32_t from = nodes.find_or_add(ends.find(*source).node());
-    found.emplace_back(from, nodes.find_or_add(ends.find(*target).node()));
+    const auto [source, target] = ends_of(edge);
+    for (const port_symbol* const end : {source, target}) nodes.find_or_add(end->node());
+    const std::uint32_t from = nodes.find_or_add(ends.find(*source)->node());
+    found.emplace_back(from, nodes.find_or_add(ends.find(*target)->node()));
   }
   node_links links(nodes.size());
   for (const auto& [source, target] : found) links.add(source, target);

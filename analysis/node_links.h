@@ -33,7 +33,7 @@ class node_links {
 };
 
 /// The edges that the run ever made, between the nodes that they lead to inside composite nodes. Adds those
-/// to `nodes` that are not in yet. The model must be complete.
+/// to `nodes` that are not in yet, and those at their ends. The model must be complete.
 [[nodiscard]] node_links find_links(const kzr_data_manager& model, run_nodes& nodes);
 
 /// Answers which nodes are before which: those that ran and from which an edge leads there, or several over

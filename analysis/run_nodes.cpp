@@ -49,3 +49,10 @@ std::uint32_t run_nodes::find_or_add(std::string_view id) {
   by_id_.emplace(nodes_.back().id, size() - 1);
   return size() - 1;
 }
+
+std::uint32_t run_nodes::get(const node_symbol& symbol) const { return by_symbol_number_[symbol.number()]; }
+
+bool run_nodes::is_shown(const node_symbol& symbol) const {
+  const std::uint32_t number = get(symbol);
+  return number != unknown && nodes_[number].shown == &symbol;
+}

@@ -34,6 +34,11 @@ class run_nodes {
   std::uint32_t find_or_add(const graph_symbol& symbol);
   std::uint32_t find_or_add(std::string_view id);
 
+  /// The number of a symbol that was asked for before, or that a document shows.
+  [[nodiscard]] std::uint32_t get(const node_symbol& symbol) const;
+  /// Whether a document shows the symbol.
+  [[nodiscard]] bool is_shown(const node_symbol& symbol) const;
+
   [[nodiscard]] std::uint32_t size() const { return static_cast<std::uint32_t>(nodes_.size()); }
   [[nodiscard]] const node& operator[](std::uint32_t number) const { return nodes_[number]; }
 

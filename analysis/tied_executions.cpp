@@ -22,6 +22,8 @@ class line_merge {
   [[nodiscard]] std::size_t lane() const { return heap_.front().lane; }
   [[nodiscard]] std::uint32_t execution() const { return lanes_[lane()].execution(); }
 
+  [[nodiscard]] bool is_begin() const { return lanes_[lane()].innermost() == execution(); }
+
   void next() {
     lane_walk& walk = lanes_[lane()];
     if (walk.next()) {
@@ -55,22 +57,71 @@ class line_merge {
   std::vector<line> heap_;
 };
 
+/// What happens on all threads at one time.
+class moment {
+ public:
+  explicit moment(const execution_table& executions) : executions_(executions) {}
+
+  void clear() {
+    lines_.clear();
+    lanes_ = {};
+    end_lanes_ = {};
+    has_empty_ = false;
+  }
+  void add(std::size_t lane, std::uint32_t execution, bool is_begin) {
+    lines_.push_back({execution, is_begin});
+    lanes_.add(lane);
+    if (!is_begin) end_lanes_.add(lane);
+    has_empty_ |= is_empty(execution);
+  }
+  void mark_ties(std::vector<bool>& is_tied) const {
+    const bool has_begin_ties = has_empty_ && lanes_.are_several;
+    if (!end_lanes_.are_several && !has_begin_ties) return;
+    for (const auto& [execution, is_begin] : lines_) {
+      const bool is_begin_tie = has_begin_ties && (is_begin || is_empty(execution));
+      const bool is_end_tie = end_lanes_.are_several && !is_begin;
+      if (is_begin_tie || is_end_tie) is_tied[execution] = true;
+    }
+  }
+
+ private:
+  struct line {
+    std::uint32_t execution;
+    bool is_begin;
+  };
+  /// Whether lines are on one lane or on several.
+  struct lane_set {
+    std::size_t first = SIZE_MAX;
+    bool are_several = false;
+    void add(std::size_t lane) {
+      if (first == SIZE_MAX) first = lane;
+      are_several |= lane != first;
+    }
+  };
+
+  [[nodiscard]] bool is_empty(std::uint32_t execution) const {
+    return executions_.duration_of(execution) == 0;
+  }
+
+  const execution_table& executions_;
+  std::vector<line> lines_;
+  lane_set lanes_;
+  lane_set end_lanes_;
+  bool has_empty_ = false;
+};
+
 }  // namespace
 
 std::vector<bool> find_tied_executions(const execution_table& executions, const begin_order& order) {
   std::vector<bool> is_tied(executions.size());
-  std::vector<std::uint32_t> at_this_time;
+  moment now(executions);
   for (line_merge lines(executions, order); lines.has_line();) {
     const std::uint64_t time = lines.time();
-    const std::size_t first_lane = lines.lane();
-    bool has_other_lane = false;
-    at_this_time.clear();
+    now.clear();
     for (; lines.has_line() && lines.time() == time; lines.next()) {
-      at_this_time.push_back(lines.execution());
-      has_other_lane |= lines.lane() != first_lane;
+      now.add(lines.lane(), lines.execution(), lines.is_begin());
     }
-    if (!has_other_lane) continue;
-    for (const std::uint32_t execution : at_this_time) is_tied[execution] = true;
+    now.mark_ties(is_tied);
   }
   return is_tied;
 }

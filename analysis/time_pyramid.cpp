@@ -8,8 +8,8 @@
 namespace {
 
 /// Of the coarsest level, over all lanes and in one.
-constexpr std::uint64_t most_coarse_cells = 16384;
-constexpr std::uint64_t most_coarse_buckets = 1024;
+constexpr std::uint64_t most_coarse_cells = 8192;
+constexpr std::uint64_t most_coarse_buckets = 512;
 constexpr std::uint64_t executions_per_cell = 32;
 /// Further levels hold no more than what the page reads from the executions themselves.
 constexpr std::uint64_t most_buckets = std::uint64_t{1} << 26;

@@ -8,11 +8,13 @@ void timeline_marks::add_line(std::uint64_t time, int thread) {
   has_lines_of_[index] = true;
 }
 
-void timeline_marks::add_user_event(std::uint64_t time, int thread, std::string_view text) {
+void timeline_marks::add_user_event(std::uint64_t time, int thread, std::string_view text,
+                                    std::uint32_t lines_before) {
   const auto next = static_cast<std::uint32_t>(texts_.size());
   const auto [known, is_new] = text_numbers_.try_emplace(std::string(text), next);
   if (is_new) texts_.push_back(&known->first);
-  user_events_.push_back({.time = time, .thread = thread, .text = known->second});
+  user_events_.push_back(
+      {.time = time, .thread = thread, .text = known->second, .lines_before = lines_before});
 }
 
 void timeline_marks::begin_region(std::uint64_t time, int thread, std::uint32_t node) {

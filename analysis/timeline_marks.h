@@ -15,7 +15,8 @@ class timeline_marks {
   struct user_event {
     std::uint64_t time;
     int thread;
-    std::uint32_t text;  ///< see text()
+    std::uint32_t text;          ///< see text()
+    std::uint32_t lines_before;  ///< begins and ends of executions on its thread in front of it
   };
   /// From a begin to the end of the same node or graph, on any thread. No end is before its begin.
   struct region {
@@ -28,7 +29,7 @@ class timeline_marks {
   /// Any line of the timeline.
   void add_line(std::uint64_t time, int thread);
 
-  void add_user_event(std::uint64_t time, int thread, std::string_view text);
+  void add_user_event(std::uint64_t time, int thread, std::string_view text, std::uint32_t lines_before);
   void begin_region(std::uint64_t time, int thread, std::uint32_t node);
   /// Ends the region of `node` that began last and did not end yet, where there is one.
   void end_region(std::uint64_t time, std::uint32_t node);
@@ -50,6 +51,8 @@ class timeline_marks {
   // In the order of the lines, regions in that of their begins.
   [[nodiscard]] const std::vector<user_event>& user_events() const { return user_events_; }
   [[nodiscard]] const std::vector<region>& regions() const { return regions_; }
+  /// How many different texts user events have.
+  [[nodiscard]] std::uint32_t text_count() const { return static_cast<std::uint32_t>(texts_.size()); }
   /// The bytes of a user event as the trace has them.
   [[nodiscard]] const std::string& text(std::uint32_t number) const { return *texts_[number]; }
 

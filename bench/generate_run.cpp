@@ -1,6 +1,7 @@
 // Writes the trace files of a run that is shaped like a real one and always the same for the same arguments.
 // Prints the number of its events: of all records but the one that ends each file.
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <iostream>
@@ -260,6 +261,97 @@ std::uint64_t write_strings(const run_plan& plan) {
   return files.finish();
 }
 
+/// OpenMP regions that the threads of a team pass through again and again: an implicit task each, in it some
+/// explicit tasks, few of which are long, and a barrier at which all wait for the last one.
+class openmp_team {
+ public:
+  openmp_team(const run_plan& plan, std::size_t threads)
+      : files_(plan.directory, threads, trace_form::binary) {
+    files_.on(0).domain(openmp_domain, "openmp");
+    for (std::size_t text = 0; text < texts.size(); ++text) {
+      files_.on(0).string_handle(text_address(text), texts[text]);
+    }
+    files_.on(0).task_group(openmp_domain, graph_id, {}, handle_of("graph"));
+    for (std::size_t region = 0; region < regions; ++region) announce(region);
+  }
+
+  std::uint64_t write(std::size_t rounds) {
+    std::uint64_t time = files_.now();
+    for (std::size_t round = 0; round < rounds; ++round) time = pass_through(random_() % regions, time);
+    return files_.finish(time);
+  }
+
+ private:
+  static constexpr std::uint64_t openmp_domain = 0x55d0'4a7f'e0b0;
+  static constexpr std::size_t regions = 8;
+  static constexpr std::size_t tasks_of_region = 4;
+  static constexpr std::array<std::string_view, 8> texts = {"graph",       "composite_node", "function_node",
+                                                            "object_name", "omp_parallel",   "omp_implicit",
+                                                            "omp_barrier", "omp_explicit"};
+
+  static std::uint64_t handle_of(std::string_view text) {
+    return text_address(static_cast<std::uint64_t>(std::ranges::find(texts, text) - texts.begin()));
+  }
+  static object_id region_id(std::size_t region) { return {0x7f37'0000'0000 + 0x1000 * region, 0, 0}; }
+  static object_id implicit_id(std::size_t region, std::size_t thread) {
+    return {region_id(region).d1, 2 + thread, 0};
+  }
+  static object_id task_id(std::size_t region, std::size_t task) {
+    return {region_id(region).d1 + 0x100 * (task + 1), 0, 0};
+  }
+
+  void announce(std::size_t region) {
+    const auto group = [this](const object_id& id, const object_id& parent, std::string_view kind) {
+      files_.on(0).task_group(openmp_domain, id, parent, handle_of(kind));
+    };
+    group(region_id(region), {}, "omp_parallel");
+    group({region_id(region).d1, 1, 0}, graph_id, "composite_node");
+    for (std::size_t thread = 0; thread < files_.count(); ++thread) {
+      group(implicit_id(region, thread), region_id(region), "omp_implicit");
+    }
+    for (std::size_t task = 0; task < tasks_of_region; ++task) {
+      const object_id id = task_id(region, task);
+      files_.on(0).relation(openmp_domain, id, relation_code::is_child_of, implicit_id(region, 0));
+      group({id.d1, 1, 0}, implicit_id(region, 0), "function_node");
+    }
+  }
+
+  std::uint64_t pass_through(std::size_t region, std::uint64_t time) {
+    const auto begin = [&](std::size_t thread, std::uint64_t at, const object_id& id, const object_id& parent,
+                           std::string_view name) {
+      files_.file(thread).at(at).task_begin(openmp_domain, id, parent, handle_of(name), thread);
+    };
+    const auto end = [&](std::size_t thread, std::uint64_t at) {
+      files_.file(thread).at(at).task_end(openmp_domain);
+    };
+    begin(0, time, region_id(region), {}, "omp_parallel");
+    std::vector<std::uint64_t> times(files_.count());
+    for (std::size_t thread = 0; thread < files_.count(); ++thread) {
+      std::uint64_t& now = times[thread] = time + 100 + random_() % 1'000;
+      begin(thread, now, implicit_id(region, thread), region_id(region), "omp_implicit");
+      for (std::size_t task = 4 + random_() % 8; task > 0; --task) {
+        begin(thread, now += 50 + random_() % 200, task_id(region, random_() % tasks_of_region), {},
+              "omp_explicit");
+        end(thread, now += 1 + static_cast<std::uint64_t>(durations_(random_)));
+      }
+      begin(thread, now += 50, implicit_id(region, thread), region_id(region), "omp_barrier");
+    }
+    const std::uint64_t last = *std::ranges::max_element(times) + 200;
+    for (std::size_t thread = 0; thread < files_.count(); ++thread) {
+      times[thread] = last + random_() % 300;
+      end(thread, times[thread]);
+      end(thread, times[thread] + 50);
+    }
+    const std::uint64_t behind = *std::ranges::max_element(times) + 100;
+    end(0, behind);
+    return behind + 500;
+  }
+
+  thread_files files_;
+  std::mt19937_64 random_{4};
+  std::lognormal_distribution<double> durations_{8.5, 1.2};
+};
+
 std::uint64_t write_workload(std::string_view workload, const run_plan& plan) {
   if (workload == "timeline") {
     return write_timeline(plan, plan.files_or(8), plan.scaled(2'000'000), trace_form::binary);
@@ -274,6 +366,7 @@ std::uint64_t write_workload(std::string_view workload, const run_plan& plan) {
   if (workload == "strings") return write_strings(plan);
   if (workload == "structure") return write_structure(plan);
   if (workload == "chain") return write_chain(plan);
+  if (workload == "openmp") return openmp_team(plan, plan.files_or(8)).write(plan.scaled(12'500));
   if (workload == "empty") return thread_files(plan.directory, 1, trace_form::binary).finish();
   throw std::invalid_argument("no such workload: " + std::string(workload));
 }
@@ -282,7 +375,7 @@ std::uint64_t write_workload(std::string_view workload, const run_plan& plan) {
 
 int main(int argc, char** argv) {
   if (argc < 3) {
-    std::cerr << "usage: generate_run timeline|manyfiles|strings|structure|chain|xml|empty DIRECTORY "
+    std::cerr << "usage: generate_run timeline|manyfiles|strings|structure|chain|openmp|xml|empty DIRECTORY "
                  "[SCALE [FILES]]\n";
     return 2;
   }

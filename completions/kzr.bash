@@ -33,6 +33,25 @@ _kzr_dump() {
   esac
 }
 
+_kzr_export() {
+  case ${COMP_WORDS[COMP_CWORD - 1]} in
+    --to) mapfile -t COMPREPLY < <(compgen -W 'perfetto speedscope graphml dot sqlite csv' -- "$current") ;;
+    -o | --output)
+      compopt -o filenames
+      mapfile -t COMPREPLY < <(compgen -f -- "$current")
+      ;;
+    --part-rows) ;;
+    *)
+      if [[ $current == -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W '--help --version --to --output --part-rows --no-omp' -- "$current")
+      else
+        compopt -o filenames
+        mapfile -t COMPREPLY < <(compgen -d -- "$current")
+      fi
+      ;;
+  esac
+}
+
 _kzr_record() {
   # Behind the program's name it is the program's own completion that counts.
   local word=2
@@ -55,10 +74,15 @@ _kzr_record() {
 
 _kzr_report() {
   case ${COMP_WORDS[COMP_CWORD - 1]} in
-    --from | --to) ;;
+    --from | --to | --max-size) ;;
+    -o | --output)
+      compopt -o filenames
+      mapfile -t COMPREPLY < <(compgen -f -- "$current")
+      ;;
     *)
       if [[ $current == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W '--help --version --text --json --from --to --no-omp' -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W '--help --version --output --open --max-size --text --json --from --to
+          --no-omp' -- "$current")
       else
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -d -- "$current")
@@ -72,7 +96,7 @@ _kzr_help() {
 }
 
 _kzr() {
-  local current=${COMP_WORDS[COMP_CWORD]} commands='convert dump record report help'
+  local current=${COMP_WORDS[COMP_CWORD]} commands='convert dump export record report help'
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
     mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$current")

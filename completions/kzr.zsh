@@ -4,8 +4,9 @@
 local -a commands
 commands=('convert:convert a run to GraphML and TraceML'
   'dump:tell what is in a run, and what about it is damaged or odd'
+  'export:write a run as one of the forms that other tools open'
   'record:run a program and record what it does with OpenMP'
-  'report:tell where the time of a recorded run went' 'help:show help, or that of a command')
+  'report:show a run as a page, and where its time went' 'help:show help, or that of a command')
 
 _kzr_convert() {
   _arguments \
@@ -35,6 +36,17 @@ _kzr_dump() {
     ':run:_directories'
 }
 
+_kzr_export() {
+  _arguments \
+    '(-h --help)'{-h,--help}'[print a short help]' \
+    '--version[print the version]' \
+    '--to[the format]:format:(perfetto speedscope graphml dot sqlite csv)' \
+    '(-o --output)'{-o,--output}'[file to write]:file:_files' \
+    '--part-rows[at most so many executions in a file]:rows:' \
+    '--no-omp[do not look into OpenMP regions]' \
+    ':run:_directories'
+}
+
 _kzr_record() {
   _arguments \
     '(-h --help)'{-h,--help}'[print a short help]' \
@@ -48,8 +60,11 @@ _kzr_report() {
   _arguments \
     '(-h --help)'{-h,--help}'[print a short help]' \
     '--version[print the version]' \
-    '(--json)--text[print the figures as tables]' \
-    '(--text)--json[print the figures as JSON]' \
+    '(-o --output --text --json)'{-o,--output}'[file for the page]:file:_files' \
+    '(--text --json)--open[open the page in the browser]' \
+    '(--text --json)--max-size[greatest size of the page]:MiB:' \
+    '(-o --output --open --max-size --json)--text[print the figures as tables]' \
+    '(-o --output --open --max-size --text)--json[print the figures as JSON]' \
     '--from[only what ran at this time or later]:ticks:' \
     '--to[only what ran at this time or earlier]:ticks:' \
     '--no-omp[do not look into OpenMP regions]' \
@@ -57,7 +72,7 @@ _kzr_report() {
 }
 
 _kzr_help() {
-  _arguments '(-h --help)'{-h,--help}'[print a short help]' ':command:(convert dump record report help)'
+  _arguments '(-h --help)'{-h,--help}'[print a short help]' ':command:(convert dump export record report help)'
 }
 
 if ((CURRENT == 2)); then

@@ -4,13 +4,6 @@
 #include <limits>
 #include <tuple>
 
-namespace {
-
-constexpr std::int64_t node_gap = 24;
-constexpr std::int64_t bend_gap = 10;
-
-}  // namespace
-
 alignment_input::alignment_input(const layered_graph& layered)
     : graph(layered),
       at_left(layered, &layered_graph::line::right),
@@ -69,7 +62,6 @@ block_alignment::block_alignment(const alignment_input& input, bool to_left, boo
       block_places_(input.graph.elements.size(), std::numeric_limits<std::int64_t>::min()) {
   align();
   push_together();
-  move_to_neighbours();
 }
 
 void block_alignment::align() {
@@ -122,8 +114,7 @@ std::uint32_t block_alignment::neighbour(std::uint32_t element, bool before) con
 }
 
 std::int64_t block_alignment::distance(std::uint32_t element, std::uint32_t next) const {
-  const bool is_between_bends = input_.graph.is_bend(element) || input_.graph.is_bend(next);
-  return end_of(element) + (is_between_bends ? bend_gap : node_gap) - begin_of(next);
+  return end_of(element) + input_.graph.gap_between(element, next) - begin_of(next);
 }
 
 /// Puts each block as near to the begin as those before it let it be.
@@ -149,13 +140,9 @@ void block_alignment::push_together() {
   }
 }
 
-/// Moves blocks between those before and behind them to where their lines are short.
 void block_alignment::move_to_neighbours() {
-  constexpr int rounds = 4;
-  for (int round = 0; round < rounds; ++round) {
-    for (auto block = block_order_.rbegin(); block != block_order_.rend(); ++block) move_block(*block);
-    for (const std::uint32_t block : block_order_) move_block(block);
-  }
+  for (auto block = block_order_.rbegin(); block != block_order_.rend(); ++block) move_block(*block);
+  for (const std::uint32_t block : block_order_) move_block(block);
 }
 
 void block_alignment::move_block(std::uint32_t block) {

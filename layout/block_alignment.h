@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "layout/layered_graph.h"
@@ -28,8 +29,12 @@ class block_alignment {
   /// the lower one, and blocks are pushed against those above, or below. Borrows the input.
   block_alignment(const alignment_input& input, bool to_left, bool is_turned);
 
+  /// Moves blocks between those before and behind them to where their lines are short.
+  void move_to_neighbours();
   /// The y of the upper sides of all elements, by the places of the blocks.
   [[nodiscard]] std::vector<std::int64_t> places() const;
+  /// By element: the first one of its block.
+  [[nodiscard]] std::span<const std::uint32_t> blocks() const { return blocks_; }
   /// How much lines run up and down; straight ones are worth some way.
   [[nodiscard]] std::int64_t cost() const;
 
@@ -39,7 +44,6 @@ class block_alignment {
   void align();
   void align_with_middle(std::uint32_t element, std::int64_t& last_position);
   void push_together();
-  void move_to_neighbours();
   void move_block(std::uint32_t block);
 
   // A turned alignment is computed with all heights negative, and its layers from the bottom.

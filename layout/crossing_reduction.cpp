@@ -12,7 +12,9 @@ namespace {
 
 using layers = std::vector<std::vector<std::uint32_t>>;
 
-/// In elements and lines looked at by sweeps.
+/// Elements and ends of lines looked at for each one there is, and in all; the sweep that reaches it is the
+/// last one.
+constexpr std::size_t effort_for_each = 300;
 constexpr std::size_t greatest_effort = 8'000'000;
 constexpr std::size_t most_sweeps = 24;
 /// So many sweeps without a gain, and the next are not likely to bring one.
@@ -55,16 +57,15 @@ layers order_of_walk(const layered_graph& graph, bool from_left) {
 /// Sweeps over the layers in turns from the left and from the right, and remembers the best order.
 class sweeper {
  public:
-  explicit sweeper(const layered_graph& graph) : order_(graph), best_(graph.layers) {
-    const std::size_t effort = graph.elements.size() + graph.lines.size() + 1;
-    sweeps_ = std::clamp<std::size_t>(greatest_effort / effort, 2, most_sweeps);
-  }
+  explicit sweeper(const layered_graph& graph) : order_(graph), best_(graph.layers) {}
 
-  void sweep_from(const layers& start, bool takes_median) {
+  /// Until the effort spent from the begin reaches `most_effort`.
+  void sweep_from(const layers& start, bool takes_median, std::size_t most_effort) {
     order_.set_layers(start);
     std::uint64_t best_of_start = keep_if_best();
     int idle_sweeps = 0;
-    for (std::size_t i = 0; i < sweeps_ && least_crossings_ > 0 && idle_sweeps < most_idle_sweeps; ++i) {
+    for (std::size_t i = 0; i < most_sweeps && least_crossings_ > 0 && idle_sweeps < most_idle_sweeps; ++i) {
+      if (order_.effort() >= most_effort) break;
       sweep(i % 2 == 0, takes_median, i % 4 >= 2);
       const std::uint64_t crossings = keep_if_best();
       idle_sweeps = crossings < best_of_start ? 0 : idle_sweeps + 1;
@@ -106,14 +107,15 @@ class sweeper {
   layer_order order_;
   layers best_;
   std::uint64_t least_crossings_ = UINT64_MAX;
-  std::size_t sweeps_ = 0;
 };
 
 }  // namespace
 
 void reduce_crossings(layered_graph& graph) {
+  const std::size_t effort =
+      std::min(greatest_effort, effort_for_each * (graph.elements.size() + graph.lines.size()));
   sweeper sweeps(graph);
-  sweeps.sweep_from(order_of_walk(graph, true), true);
-  sweeps.sweep_from(order_of_walk(graph, false), false);
+  sweeps.sweep_from(order_of_walk(graph, true), true, effort / 2);
+  sweeps.sweep_from(order_of_walk(graph, false), false, effort);
   graph.layers = sweeps.take_best();
 }

@@ -89,7 +89,8 @@ class edge_router {
       for (std::uint32_t i = 0; i < route.bends; ++i) {
         const std::uint32_t bend = route.first_bend + i;
         const std::uint32_t next = i + 1 < route.bends ? bend + 1 : target.node;
-        add_bend(before, bend, next);
+        const std::int64_t next_y = next == target.node ? at_column(target).y : tops_[next];
+        add_bend(before, bend, next, next_y);
         before = bend;
       }
     }
@@ -98,13 +99,22 @@ class edge_router {
     drawing_.points.insert(drawing_.points.end(), points_.begin() + 1, points_.end() - 1);
   }
 
-  void add_bend(std::uint32_t before, std::uint32_t bend, std::uint32_t next) {
+  void add_bend(std::uint32_t before, std::uint32_t bend, std::uint32_t next, std::int64_t next_y) {
     const std::uint32_t layer = layered_.elements[bend].layer;
-    const auto side = [this, layer, bend](std::uint32_t neighbour) {
-      return layered_.elements[neighbour].layer < layer ? column_of(bend).left : column_of(bend).right;
-    };
-    add_point({side(before), tops_[bend]});
-    add_point({side(next), tops_[bend]});
+    const column& column = column_of(bend);
+    const bool comes_from_left = layered_.elements[before].layer < layer;
+    const bool goes_to_left = layered_.elements[next].layer < layer;
+    if (comes_from_left == goes_to_left) {
+      // It turns beside the layer that it comes from and goes back to, each such edge at a place of its own.
+      const std::int64_t distance = 10 + 4 * static_cast<std::int64_t>(turns_++ % 6);
+      const std::int64_t x =
+          comes_from_left ? columns_[layer - 1].right + distance : columns_[layer + 1].left - distance;
+      add_point({x, points_.back().y});
+      add_point({x, next_y});
+      return;
+    }
+    add_point({comes_from_left ? column.left : column.right, tops_[bend]});
+    add_point({goes_to_left ? column.left : column.right, tops_[bend]});
   }
 
   /// Above all layers, in one of a few lanes that such edges share.
@@ -160,6 +170,7 @@ class edge_router {
   graph_layout drawing_;
   std::vector<layout_point> points_;  ///< of the edge at hand, its ports included
   std::uint64_t edges_apart_ = 0;
+  std::uint64_t turns_ = 0;
 };
 
 }  // namespace

@@ -3,12 +3,13 @@
 #include <cstdint>
 #include <vector>
 
-/// That one node is to stand in a layer left of another's. Several edges between the same nodes are one arc
-/// of their weight.
+/// That one node is to stand behind another, by `length` at least, mostly in a layer right of its. Several
+/// edges between the same nodes are one arc of their weight.
 struct layer_arc {
   std::uint32_t from = 0;
   std::uint32_t to = 0;
   std::int64_t weight = 1;
+  std::int32_t length = 1;
 };
 
 /// The arcs at each node, by their numbers.

@@ -27,10 +27,21 @@ std::pair<std::uint64_t, std::uint64_t> crossings_of(sorted_ends upper, sorted_e
 
 }  // namespace
 
+layer_order::far_ends::far_ends(const layered_graph& graph, layered_graph::line_end layered_graph::line::*own,
+                                layered_graph::line_end layered_graph::line::*far)
+    : first_(graph.elements.size() + 1), ends_(graph.lines.size()) {
+  for (const layered_graph::line& line : graph.lines) ++first_[(line.*own).element + 1];
+  for (std::size_t i = 1; i < first_.size(); ++i) first_[i] += first_[i - 1];
+  std::vector<std::uint32_t> next(first_.begin(), first_.end() - 1);
+  for (const layered_graph::line& line : graph.lines) {
+    ends_[next[(line.*own).element]++] = {(line.*far).element, (line.*far).slot, (line.*own).slot};
+  }
+}
+
 layer_order::layer_order(const layered_graph& graph)
     : graph_(graph),
-      at_left_(graph, &layered_graph::line::right),
-      at_right_(graph, &layered_graph::line::left),
+      at_left_(graph, &layered_graph::line::right, &layered_graph::line::left),
+      at_right_(graph, &layered_graph::line::left, &layered_graph::line::right),
       first_left_end_(graph.elements.size()),
       first_right_end_(graph.elements.size()) {
   set_layers(graph.layers);
@@ -55,10 +66,13 @@ void layer_order::number_ends(std::size_t layer) {
 void layer_order::append_far_ends(std::uint32_t element, side facing) {
   const auto first = static_cast<std::ptrdiff_t>(ends_.size());
   if (facing == side::left) {
-    for (const std::uint32_t line : at_left_.at(element)) ends_.push_back(left_end_of(graph_.lines[line]));
+    for (const auto& [far, slot, own_slot] : at_left_.at(element))
+      ends_.push_back(first_right_end_[far] + slot);
   } else {
-    for (const std::uint32_t line : at_right_.at(element)) ends_.push_back(right_end_of(graph_.lines[line]));
+    for (const auto& [far, slot, own_slot] : at_right_.at(element))
+      ends_.push_back(first_left_end_[far] + slot);
   }
+  effort_ += ends_.size() - static_cast<std::size_t>(first);
   std::sort(ends_.begin() + first, ends_.end());
 }
 
@@ -84,7 +98,7 @@ void layer_order::sort_layer(std::size_t layer, side facing, bool takes_median, 
   std::ranges::stable_sort(places_, {}, &place::wanted);
   auto next = places_.begin();
   for (std::uint32_t& element : elements) {
-    const lines_by_element& lines = facing == side::left ? at_left_ : at_right_;
+    const far_ends& lines = facing == side::left ? at_left_ : at_right_;
     if (!lines.at(element).empty()) element = next++->element;
   }
   number_ends(layer);
@@ -112,6 +126,7 @@ bool layer_order::exchange_neighbours(std::size_t layer) {
   bool has_changed = false;
   for (int round = 0; round < most_rounds; ++round) {
     bool is_better = false;
+    effort_ += order.size();
     for (std::size_t i = 0; i + 1 < order.size(); ++i) {
       const auto left = crossings_of(ends_at(order[i], 0), ends_at(order[i + 1], 0));
       const auto right = crossings_of(ends_at(order[i], 1), ends_at(order[i + 1], 1));
@@ -139,12 +154,13 @@ std::uint64_t layer_order::count_crossings() {
 std::uint64_t layer_order::count_crossings_behind(std::size_t layer) {
   pairs_.clear();
   for (const std::uint32_t element : layers_[layer]) {
-    for (const std::uint32_t line : at_right_.at(element)) {
-      pairs_.push_back(std::uint64_t{left_end_of(graph_.lines[line])} << 32 |
-                       right_end_of(graph_.lines[line]));
+    for (const auto& [far, slot, own_slot] : at_right_.at(element)) {
+      pairs_.push_back(std::uint64_t{first_right_end_[element] + own_slot} << 32 |
+                       (first_left_end_[far] + slot));
     }
   }
   std::ranges::sort(pairs_);
+  effort_ += pairs_.size();
   std::uint32_t most_ends = 0;
   for (const std::uint32_t element : layers_[layer + 1]) most_ends += graph_.elements[element].left_slots;
   // A line crosses those before it that end further below; `counts_` is a tree of sums over the ends.

@@ -23,25 +23,40 @@ class layer_order {
   void sort_layer(std::size_t layer, side facing, bool takes_median, bool turns_ties);
   /// Exchanges neighbours in a layer while that makes crossings fewer; whether any were.
   bool exchange_neighbours(std::size_t layer);
+  /// How many elements and ends of lines were looked at so far.
+  [[nodiscard]] std::size_t effort() const { return effort_; }
   /// The crossings between all layers.
   [[nodiscard]] std::uint64_t count_crossings();
 
  private:
   /// Numbers the ends of lines at both sides of a layer from the top.
   void number_ends(std::size_t layer);
-  [[nodiscard]] std::uint32_t left_end_of(const layered_graph::line& line) const {
-    return first_right_end_[line.left.element] + line.left.slot;
-  }
-  [[nodiscard]] std::uint32_t right_end_of(const layered_graph::line& line) const {
-    return first_left_end_[line.right.element] + line.right.slot;
-  }
   /// Where the lines at one side of an element end in the layer there, appended to `ends_` and sorted.
   void append_far_ends(std::uint32_t element, side facing);
   [[nodiscard]] std::uint64_t count_crossings_behind(std::size_t layer);
 
+  /// The far ends of the lines at one side of each element.
+  class far_ends {
+   public:
+    struct end {
+      std::uint32_t element;
+      std::uint32_t slot;
+      std::uint32_t own_slot;
+    };
+    far_ends(const layered_graph& graph, layered_graph::line_end layered_graph::line::*own,
+             layered_graph::line_end layered_graph::line::*far);
+    [[nodiscard]] std::span<const end> at(std::uint32_t element) const {
+      return {ends_.data() + first_[element], first_[element + 1] - first_[element]};
+    }
+
+   private:
+    std::vector<std::uint32_t> first_;
+    std::vector<end> ends_;
+  };
+
   const layered_graph& graph_;
-  lines_by_element at_left_;
-  lines_by_element at_right_;
+  far_ends at_left_;
+  far_ends at_right_;
   std::vector<std::vector<std::uint32_t>> layers_;
   std::vector<std::uint32_t> first_left_end_;   ///< by element
   std::vector<std::uint32_t> first_right_end_;  ///< by element
@@ -54,4 +69,5 @@ class layer_order {
   std::vector<std::uint32_t> ends_;
   std::vector<std::uint32_t> counts_;
   std::vector<std::uint64_t> pairs_;
+  std::size_t effort_ = 0;
 };

@@ -45,6 +45,10 @@ struct layered_graph {
   std::vector<route> routes;
 
   [[nodiscard]] bool is_bend(std::uint32_t number) const { return number >= node_count; }
+  /// What is free at least between two elements above each other.
+  [[nodiscard]] int gap_between(std::uint32_t upper, std::uint32_t lower) const {
+    return is_bend(upper) || is_bend(lower) ? 10 : 24;
+  }
 };
 
 /// Splits the edges of a graph whose nodes have these layers.

@@ -7,8 +7,9 @@
 #include <utility>
 
 namespace {
-/// In nodes and arcs looked at.
-constexpr std::size_t greatest_effort = 60'000'000;
+/// Nodes and arcs looked at for each one there is, and in all.
+constexpr std::size_t effort_for_each = 300;
+constexpr std::size_t greatest_effort = 4'000'000;
 }  // namespace
 
 network_simplex::network_simplex(const std::vector<layer_arc>& arcs, const arcs_by_node& leaving,
@@ -21,6 +22,7 @@ network_simplex::network_simplex(const std::vector<layer_arc>& arcs, const arcs_
       places_(layers.size()),
       order_(layers.size()),
       own_pulls_(layers.size()),
+      most_effort_(std::min(greatest_effort, effort_for_each * (layers.size() + arcs.size()))),
       next_on_way_(layers.size()) {
   for (const layer_arc& arc : arcs) {
     own_pulls_[arc.from] += arc.weight;
@@ -118,7 +120,7 @@ std::uint32_t network_simplex::find_part_to_move() {
     ++candidates;
     if (best == none || std::abs(places_[node].pull) > std::abs(places_[best].pull)) best = node;
   }
-  return effort_ < greatest_effort ? best : none;
+  return effort_ < most_effort_ ? best : none;
 }
 
 void network_simplex::move(std::uint32_t part) {

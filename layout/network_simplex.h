@@ -6,11 +6,13 @@
 
 #include "layout/layer_arc.h"
 
-/// Moves the nodes of a connected graph between layers until the sum of the weighted lengths of its arcs is
-/// least, or as far as the effort that it may take: layers are right at any time.
+/// Moves the nodes of a connected graph between layers, or other places on a line, until the sum of the
+/// weighted lengths of its arcs is least, or as far as the effort that it may take: layers are right at any
+/// time.
 ///
-/// A tree of arcs of length 1 holds all nodes together. A part that hangs on one of them and that its other
-/// arcs pull away from there moves, until another arc holds it, which takes the place of the first one.
+/// A tree of arcs that are as short as can be holds all nodes together. A part that hangs on one of them and
+/// that its other arcs pull away from there moves, until another arc holds it, which takes the place of the
+/// first one.
 class network_simplex {
  public:
   /// Borrows all; `layers` are right already.
@@ -32,7 +34,7 @@ class network_simplex {
   };
 
   [[nodiscard]] std::int32_t slack(std::uint32_t arc) const {
-    return layers_[arcs_[arc].to] - layers_[arcs_[arc].from] - 1;
+    return layers_[arcs_[arc].to] - layers_[arcs_[arc].from] - arcs_[arc].length;
   }
   void grow_tree();
   void number_tree(std::uint32_t top, std::uint32_t first);
@@ -54,6 +56,7 @@ class network_simplex {
   std::vector<std::int64_t> own_pulls_;  ///< by node, of its own arcs
   std::uint32_t next_candidate_ = 0;
   std::size_t effort_ = 0;
+  std::size_t most_effort_;
   std::vector<std::uint32_t> way_;          ///< while the tree is numbered
   std::vector<std::uint32_t> next_on_way_;  ///< by node
 };

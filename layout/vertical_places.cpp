@@ -1,23 +1,26 @@
 #include "layout/vertical_places.h"
 
 #include <algorithm>
-#include <limits>
+#include <optional>
+#include <utility>
 
 #include "layout/block_alignment.h"
+#include "layout/line_shortening.h"
 
 std::vector<std::int64_t> find_vertical_places(const layered_graph& graph) {
+  constexpr int further_moves = 4;
   const alignment_input input(graph);
-  std::vector<std::int64_t> places;
-  std::int64_t least_cost = std::numeric_limits<std::int64_t>::max();
+  std::optional<block_alignment> best;
   for (const bool to_left : {true, false}) {
     for (const bool is_turned : {false, true}) {
-      const block_alignment alignment(input, to_left, is_turned);
-      const std::int64_t cost = alignment.cost();
-      if (cost >= least_cost) continue;
-      least_cost = cost;
-      places = alignment.places();
+      block_alignment alignment(input, to_left, is_turned);
+      alignment.move_to_neighbours();
+      if (!best || alignment.cost() < best->cost()) best.emplace(std::move(alignment));
     }
   }
+  for (int i = 0; i < further_moves; ++i) best->move_to_neighbours();
+  std::vector<std::int64_t> places = best->places();
+  shorten_lines(graph, best->blocks(), places);
   const std::int64_t top = *std::ranges::min_element(places);
   for (std::int64_t& place : places) place -= top;
   return places;

@@ -32,7 +32,7 @@ install_build_tools() { install_missing g++:g++ cmake:cmake make:make; }
 # What kzr needs beyond that; without it the build leaves kzr out.
 install_tool_libraries() {
   install_missing /usr/include/CLI/CLI.hpp:libcli11-dev /usr/include/nlohmann/json.hpp:nlohmann-json3-dev \
-    /usr/include/elfutils/libdwfl.h:libdw-dev /usr/include/zlib.h:zlib1g-dev
+    /usr/include/elfutils/libdwfl.h:libdw-dev /usr/include/zlib.h:zlib1g-dev /usr/include/sqlite3.h:libsqlite3-dev
 }
 
 # Programs that `kzr record` records: both compilers, LLVM's OpenMP runtime and its interface for tools.
@@ -53,6 +53,10 @@ install_test_tools() {
   install_missing g++:g++ cmake:cmake make:make strace:strace /usr/include/gtest/gtest.h:libgtest-dev
   # The figures of random runs are checked by a program in Python.
   install_missing python3:python3 /usr/lib/python3/dist-packages/jsonschema/__init__.py:python3-jsonschema
+  # Exports are read back by the programs that they are for, drawn graphs compared with what Graphviz draws.
+  install_missing protoc:protobuf-compiler dot:graphviz \
+    /usr/lib/python3/dist-packages/igraph/__init__.py:python3-igraph \
+    /usr/lib/python3/dist-packages/networkx/__init__.py:python3-networkx
   install_tool_libraries
   install_openmp_tools
 }

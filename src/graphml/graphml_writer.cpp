@@ -9,6 +9,7 @@
 #include "model/edge_prefetch.h"
 #include "model/gml_accessor.h"
 #include "model/kzr_data_manager.h"
+#include "model/node_type.h"
 #include "model/port_symbol.h"
 #include "model/subgraph_node_symbol.h"
 
@@ -17,15 +18,6 @@ namespace {
 // Lines go out in blocks of about this size.
 constexpr std::size_t block_bytes = std::size_t{64} * 1024;
 constexpr char end_of_datum[] = "</data>\n";
-
-/// The policy of a join node with such a kind handle; null for every other kind. A key-matching join is none
-/// of these: it is written with its full kind text.
-const char* find_join_policy(const string_handles& handles, std::uint64_t kind) {
-  if (handles.is(vocabulary_word::join_queueing, kind)) return "queueing";
-  if (handles.is(vocabulary_word::join_reserving, kind)) return "reserving";
-  if (handles.is(vocabulary_word::join_tag_matching, kind)) return "tag_matching";
-  return nullptr;
-}
 
 // Keys exist for the ports 0 to 9.
 bool has_port_key(const port_symbol& port) { return port.offset() >= 0 && port.offset() <= 9; }
@@ -137,11 +129,9 @@ void graphml_writer::add_node(const node_symbol& node) {
 void graphml_writer::add_kind(const node_symbol& node) {
   const graphml_keys& keys = model_.keys();
   add_datum(keys.plugin(), "pwl");
+  add_datum(keys.node_type(), node_type_of(model_, node));
   if (const char* const policy = find_join_policy(model_.handles(), node.handle())) {
-    add_datum(keys.node_type(), "join_node");
     add_datum(keys.join_policy(), policy);
-  } else {
-    add_datum(keys.node_type(), model_.handles().text(node.handle()));
   }
 }
 
@@ -150,11 +140,11 @@ void graphml_writer::add_composite_kind(const subgraph_node_symbol& composite) {
   if (model_.is_streaming_node(composite)) {
     add_datum(keys.get_id("factory"), "1");
     add_datum(keys.plugin(), "pwl");
-    add_datum(keys.node_type(), "streaming_node");
+    add_datum(keys.node_type(), node_type_of(model_, composite));
     add_datum(keys.get_id("description"), "OpenCL");
   } else {
     add_datum(keys.plugin(), "qzd");
-    add_datum(keys.node_type(), "subgraph_node");
+    add_datum(keys.node_type(), node_type_of(model_, composite));
   }
   add_inner_ports(composite.input_ports(), "Input ");
   add_inner_ports(composite.output_ports(), "Output ");

@@ -36,8 +36,8 @@ def handle(text):
 
 
 class trace_file:
-    def __init__(self):
-        self.time, self.bytes = 1, [b'A' + struct.pack('<QQ', 1000, 4)]
+    def __init__(self, frequency=1000):
+        self.time, self.bytes = 1, [b'A' + struct.pack('<QQ', frequency, 4)]
 
     def record(self, kind, layout, *fields):
         self.bytes.append(struct.pack('<BQ' + layout, kind, self.time, *fields))
@@ -63,7 +63,7 @@ class random_run:
     def __init__(self, seed):
         self.rng = random.Random(seed)
         self.last_id = 100
-        self.files = [trace_file() for _ in range(self.rng.randint(1, 3))]
+        self.files = [self.make_file() for _ in range(self.rng.randint(1, 3))]
         self.tasks, self.bodies = [], []  # what may begin: domain, object, parent, name
         self.has_openmp = self.rng.random() < 0.4
         self.describe()
@@ -72,6 +72,9 @@ class random_run:
             self.run_tasks(file)
         if self.rng.random() < 0.2:
             self.damage(self.rng.choice(self.files))
+
+    def make_file(self):
+        return trace_file()
 
     def new_id(self):
         self.last_id += 1

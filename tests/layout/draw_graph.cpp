@@ -5,7 +5,8 @@
 //   port NODE in|out Y
 //   edge PORT PORT
 //
-// with numbers from 0 in the order of the lines; the answer has a line for each node and each edge in that order:
+// with numbers from 0 in the order of the lines; the answer has a line for each node and each edge in that
+// order:
 //
 //   size WIDTH HEIGHT
 //   node X Y

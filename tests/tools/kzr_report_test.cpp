@@ -1,5 +1,6 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -37,6 +38,19 @@ kzr::trace_encoder small(std::string_view name = "node") {
 }
 
 std::string whole() { return small().end().take(); }
+
+/// The object that the first picture of a page is made from.
+json run_of(const std::string& page) {
+  const std::string begin = R"(<script type="application/json" id="run">)";
+  const std::size_t at = page.find(begin) + begin.size();
+  return json::parse(page.substr(at, page.find("</script>", at) - at));
+}
+
+std::size_t count_of(const std::string& part, const std::string& text) {
+  std::size_t count = 0;
+  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
 
 class kzr_report : public testing::Test {
  protected:
@@ -83,6 +97,66 @@ TEST_F(kzr_report, tells_the_figures_for_programs_and_people) {
       << text.out;
 }
 
+TEST_F(kzr_report, writes_a_page_named_after_the_run) {
+  write_run({whole()});
+  const program_result written = report({"run"});
+  EXPECT_EQ(written.exit_status, 0) << written.err;
+  const std::string page = read_file(directory_ / "run.html");
+  EXPECT_EQ(written.out, "run/_kzr: sound\n\nWritten: run.html, " + std::to_string(page.size()) + " bytes\n");
+  EXPECT_EQ(report({"run", "-o", "-"}).out, page);
+  EXPECT_EQ(report({"run", "-o", "again.html"}).exit_status, 0);
+  EXPECT_EQ(read_file(directory_ / "again.html"), page);
+  EXPECT_EQ(run_of(page)["run"]["makespan_ticks"], 31);
+  EXPECT_EQ(run_of(page)["range"], nullptr);
+  const std::string part = report({"run", "-o", "-", "--from", "111", "--to", "126"}).out;
+  EXPECT_EQ(run_of(part)["origin"], "5");
+  EXPECT_EQ(run_of(part)["range"], (json{106, 121}));
+  EXPECT_EQ(run_of(part)["run"]["executions"], 1);
+  EXPECT_EQ(run_of(part)["executions"], 3);
+}
+
+TEST_F(kzr_report, leaves_nothing_half_written) {
+  write_run({whole()});
+  write_file(directory_ / "old.html", "old");
+  fs::create_symlink("old.html", directory_ / "link.html");
+  struct {
+    std::string output;
+    std::string reason;
+  } const cases[] = {{"/dev/full", "No space left on device"},
+                     {"nowhere/page.html", "No such file or directory"},
+                     {"run", "Is a directory"}};
+  for (const auto& [output, reason] : cases) {
+    const program_result failed = report({"run", "-o", output});
+    EXPECT_EQ(failed.exit_status, 2);
+    EXPECT_EQ(failed.err, "kzr: " + output + " cannot be written: " + reason + '\n');
+    EXPECT_EQ(failed.out, "");
+  }
+  const std::string small_files = "ulimit -f 1; " KZR_PROGRAM " report run -o old.html";
+  const program_result cut = run_program({"/bin/sh", "-c", small_files}, directory_.path());
+  EXPECT_EQ(cut.exit_status, 2);
+  EXPECT_EQ(cut.err, "kzr: old.html cannot be written: File too large\n");
+  EXPECT_EQ(read_file(directory_ / "old.html"), "old");
+  EXPECT_EQ(report({"run", "-o", "link.html"}).exit_status, 0);
+  EXPECT_TRUE(fs::is_symlink(directory_ / "link.html"));
+  EXPECT_NE(read_file(directory_ / "old.html"), "old");
+  const auto entries = std::distance(fs::directory_iterator(directory_.path()), fs::directory_iterator());
+  EXPECT_EQ(entries, 3);  // the run, the page and the link
+}
+
+TEST_F(kzr_report, opens_the_page_where_the_desktop_can) {
+  write_run({whole()});
+  const program_result alone = report({"run", "--open"}, {"PATH=/nonexistent"});
+  EXPECT_EQ(alone.exit_status, 0);
+  EXPECT_EQ(alone.err,
+            "kzr: the page could not be opened, only written: xdg-open: No such file or directory\n");
+  // What is started hears of nothing but the page; the pipe tells when it is done.
+  write_file(directory_ / "bin/xdg-open", "#!/bin/sh\nprintf %s \"$1\" >opened\n");
+  fs::permissions(directory_ / "bin/xdg-open", fs::perms::owner_all);
+  ASSERT_EQ(mkfifo((directory_ / "opened").c_str(), 0600), 0);
+  EXPECT_EQ(report({"run", "--open"}, {"PATH=" + (directory_ / "bin").string()}).err, "");
+  EXPECT_EQ(read_file(directory_ / "opened"), fs::absolute(directory_ / "run.html"));
+}
+
 TEST_F(kzr_report, covers_what_damaged_runs_have) {
   const std::string good = whole();
   auto wide = small();
@@ -117,6 +191,9 @@ TEST_F(kzr_report, covers_what_damaged_runs_have) {
     const program_result dump = run_program({KZR_PROGRAM, "dump", "run"}, directory_.path());
     const std::string problems = dump.out.substr(0, dump.out.find("\n\n"));
     EXPECT_EQ(report({"--text", "run"}).out.substr(0, problems.size()), problems);
+    const json in_page = run_of(report({"-o", "-", "run"}).out);
+    EXPECT_EQ(in_page["run"], run["run"]);
+    EXPECT_EQ(in_page["problems"].empty(), problems == "run/_kzr: sound");
   }
 }
 
@@ -141,14 +218,21 @@ TEST_F(kzr_report, shows_hostile_names_as_they_are_and_nothing_more) {
        std::string("\xef\xbf\xbd") + "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd" +
            "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"},
       {"\"\\\x01</script>\xf0\x9f\x98\x80", "\"\\\x01</script>\xf0\x9f\x98\x80"},
+      {"<!--<script>\xe2\x80\xa8", "<!--<script>\xe2\x80\xa8"},
       {"\x1b[2J\n" + std::string(10000, 'x'), "\x1b[2J\n" + std::string(10000, 'x')},
   };
+  write_run({whole()});
+  const std::size_t elements = count_of("</script", report({"-o", "-", "run"}).out);
   for (const auto& [name, shown] : cases) {
     write_run({small(name).end().take()});
     EXPECT_EQ(figures()["nodes"][0]["name"], shown);
     const std::string text = report({"--text", "run"}).out;
     EXPECT_EQ(text.find_first_of("\x01\x1b\xff\xc0\xed"), std::string::npos);
     EXPECT_LT(text.size(), 3000U);
+    const std::string page = report({"-o", "-", "run"}).out;
+    EXPECT_EQ(run_of(page)["top"][0]["name"], shown);
+    EXPECT_EQ(count_of("</script", page), elements) << name;
+    EXPECT_EQ(page.find_first_of("\x01\x1b\xff\xc0\xed"), std::string::npos);
   }
 }
 
@@ -177,8 +261,12 @@ TEST_F(kzr_report, finds_the_function_of_a_node) {
 
 TEST_F(kzr_report, refuses_wrong_usage) {
   write_run({whole()});
-  const strings cases[] = {{"run"},
-                           {"--text", "--json", "run"},
+  const strings cases[] = {{"--text", "--json", "run"},
+                           {"-o", "page.html", "--json", "run"},
+                           {"-o", "", "run"},
+                           {"--open", "-o", "-", "run"},
+                           {"--max-size", "0", "run"},
+                           {"--max-size", "64MiB", "run"},
                            {"--text", "--from", "2", "--to", "1", "run"},
                            {"--text", "--from", "x", "run"},
                            {"--json", "nowhere"},
@@ -190,8 +278,8 @@ TEST_F(kzr_report, refuses_wrong_usage) {
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err.substr(0, 5), "kzr: ");
   }
-  EXPECT_EQ(report({"run"}).err.substr(0, 30), "kzr: report: say --text or --j");
-  for (const std::string form : {"--text", "--json"}) {
+  EXPECT_FALSE(fs::exists(directory_ / "run.html"));
+  for (const std::string form : {"--text", "--json", "-o -"}) {
     const program_result full =
         run_program({"/bin/sh", "-c", KZR_PROGRAM " report run " + form + " >/dev/full"}, directory_.path());
     EXPECT_EQ(full.exit_status, 2);

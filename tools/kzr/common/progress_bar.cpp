@@ -14,7 +14,7 @@ constexpr double megabyte = 1e6;
 }  // namespace
 
 progress_bar::progress_bar(std::uint64_t total_bytes, bool may_show)
-    : total_bytes_(std::max<std::uint64_t>(total_bytes, 1)),
+    : total_bytes_(total_bytes),
       may_show_(may_show && isatty(STDERR_FILENO) != 0),
       due_(std::chrono::steady_clock::now() + first_wait) {}
 
@@ -27,6 +27,10 @@ void progress_bar::draw_when_due() {
   if (now < due_) return;
   due_ = now + wait;
   is_drawn_ = true;
+  if (total_bytes_ == 0) {
+    std::fprintf(stderr, "\r%s, %.0f MB\x1b[K", what_, static_cast<double>(read_bytes_) / megabyte);
+    return;
+  }
   const double share = std::min(1.0, static_cast<double>(read_bytes_) / static_cast<double>(total_bytes_));
   std::string bar(width, ' ');
   std::fill_n(bar.begin(), static_cast<std::size_t>(share * width), '#');

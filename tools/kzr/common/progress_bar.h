@@ -3,11 +3,12 @@
 #include <chrono>
 #include <cstdint>
 
-/// Shows on a terminal how much of the input is read, from the second second on. Silent when standard error
+/// Shows on a terminal how much is read or written, from the second second on. Silent when standard error
 /// is no terminal. The line goes with the object.
 class progress_bar {
  public:
-  /// `total_bytes` is what is going to be read. `may_show` is false when something else fills the terminal.
+  /// `total_bytes` is what there is to do, 0 where nobody knows. `may_show` is false when something else
+  /// fills the terminal.
   explicit progress_bar(std::uint64_t total_bytes, bool may_show = true);
   progress_bar(const progress_bar&) = delete;
   progress_bar& operator=(const progress_bar&) = delete;
@@ -20,7 +21,7 @@ class progress_bar {
     if (may_show_) draw_when_due();
   }
 
-  /// Notes that `bytes` more were read. Looks at the clock now and then only.
+  /// Notes that `bytes` more are done. Looks at the clock now and then only.
   void add(std::uint64_t bytes) {
     read_bytes_ += bytes;
     if (may_show_ && (++calls_ % calls_per_look == 0 || bytes >= bytes_per_look)) draw_when_due();

@@ -76,8 +76,8 @@ std::string describe_size(std::uintmax_t bytes) {
   return text.data();
 }
 
-void tell(const std::vector<recorded_run>& runs) {
-  for (const recorded_run& run : runs) {
+void tell(const std::vector<recorded_process>& runs) {
+  for (const recorded_process& run : runs) {
     complain("recorded " + std::to_string(run.threads) + (run.threads == 1 ? " thread, " : " threads, ") +
              describe_size(run.size_bytes) + ", in " + run.directory.string() +
              (run.replaced_runtime ? " (LLVM's OpenMP runtime in front of GCC's)" : ""));
@@ -106,7 +106,7 @@ int record(const std::vector<std::string>& command, const fs::path& wanted) {
     if (runs) static_cast<void>(runs->collect());
     return exit_no_start;
   }
-  const std::vector<recorded_run> recorded = runs->collect();
+  const std::vector<recorded_process> recorded = runs->collect();
   if (end.start_error != 0) {
     complain(command.front() + ": " + std::generic_category().message(end.start_error));
     return end.start_error == ENOENT ? exit_not_found : exit_not_executable;

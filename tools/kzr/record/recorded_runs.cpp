@@ -11,8 +11,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-recorded_run describe(const fs::path& directory) {
-  recorded_run run{.directory = directory};
+recorded_process describe(const fs::path& directory) {
+  recorded_process run{.directory = directory};
   for (const fs::directory_entry& file : fs::directory_iterator(directory)) {
     if (!file.path().filename().string().starts_with("_kzr.")) continue;
     ++run.threads;
@@ -49,13 +49,13 @@ std::set<fs::path> recorded_runs::find_further() const {
   }
 }
 
-std::vector<recorded_run> recorded_runs::collect() const {
-  std::vector<recorded_run> runs;
+std::vector<recorded_process> recorded_runs::collect() const {
+  std::vector<recorded_process> runs;
   if (fs::exists(directory_)) runs.push_back(describe(directory_));
   for (const fs::path& directory : find_further()) {
     if (!further_before_.contains(directory)) runs.push_back(describe(directory));
   }
-  std::erase_if(runs, [](const recorded_run& run) { return run.threads == 0; });
+  std::erase_if(runs, [](const recorded_process& run) { return run.threads == 0; });
   // Removes only what is empty.
   std::error_code is_not_empty;
   fs::remove(directory_, is_not_empty);

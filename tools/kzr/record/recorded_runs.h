@@ -7,7 +7,7 @@
 #include <vector>
 
 /// One process's recording.
-struct recorded_run {
+struct recorded_process {
   std::filesystem::path directory;
   std::size_t threads = 0;
   std::uintmax_t size_bytes = 0;
@@ -27,7 +27,7 @@ class recorded_runs {
   [[nodiscard]] const std::filesystem::path& directory() const { return directory_; }
 
   /// The recordings that were made since. Removes the directory when there is none.
-  [[nodiscard]] std::vector<recorded_run> collect() const;
+  [[nodiscard]] std::vector<recorded_process> collect() const;
 
  private:
   [[nodiscard]] std::set<std::filesystem::path> find_further() const;

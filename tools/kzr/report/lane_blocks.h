@@ -7,6 +7,7 @@
 
 #include "analysis/execution_table.h"
 
+class packed_part;
 class page_nodes;
 
 /// What all lanes share.
@@ -21,6 +22,7 @@ struct lane_context {
 /// has it.
 class lane_blocks {
  public:
+  /// A block without its columns.
   struct block {
     std::uint32_t count = 0;
     std::uint64_t first = 0;    ///< begin, seen from the origin
@@ -35,8 +37,8 @@ class lane_blocks {
   [[nodiscard]] bool has_next() const { return next_ < by_begin_.size(); }
   /// Where the next block begins, seen from the origin; there is one.
   [[nodiscard]] std::uint64_t next_begin() const { return begin_of(by_begin_[next_]); }
-  /// Encodes the next block behind `bytes`; there is one.
-  block append_next(std::string& bytes);
+  /// Encodes the next block behind the others of a chunk; there is one.
+  block append_next(packed_part& chunk);
 
  private:
   /// An execution that may be around the next one.
@@ -49,12 +51,13 @@ class lane_blocks {
     return context_->executions.begin_of(execution) - context_->origin;
   }
   void leave_for(std::uint32_t execution);
-  void append_open(std::string& bytes) const;
-  void append_levels(std::span<const std::uint32_t> executions, std::string& bytes);
-  void append_ties(std::span<const std::uint32_t> executions, std::string& bytes) const;
+  void encode_open();
+  void encode_levels(std::span<const std::uint32_t> executions);
+  void encode_ties(std::span<const std::uint32_t> executions);
 
   const lane_context* context_;
   std::span<const std::uint32_t> by_begin_;
   std::size_t next_ = 0;
   std::vector<open_execution> open_;  ///< outermost first
+  std::string column_;                ///< that is being encoded
 };

@@ -3,9 +3,11 @@
 #include <array>
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 constexpr int level = 6;
+constexpr int strategy = Z_DEFAULT_STRATEGY;
 }  // namespace
 
 packed_part::packed_part() {
@@ -14,7 +16,20 @@ packed_part::packed_part() {
 
 packed_part::~packed_part() { deflateEnd(&stream_); }
 
+void packed_part::append_other(std::string_view bytes, repetition repeats) {
+  // A table of codes takes about so many bytes that it has to be made for more than that.
+  constexpr std::size_t least = 512;
+  if (bytes.size() >= least) {
+    run(Z_BLOCK);
+    if (std::exchange(repeats_, repeats) != repeats) {
+      deflateParams(&stream_, level, repeats == repetition::likely ? strategy : Z_RLE);
+    }
+  }
+  append(bytes);
+}
+
 void packed_part::append(std::string_view bytes) {
+  size_ += bytes.size();
   constexpr std::size_t most = std::numeric_limits<uInt>::max();
   for (std::size_t at = 0; at < bytes.size(); at += most) {
     const std::string_view piece = bytes.substr(at, most);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <functional>
+#include <memory>
 #include <numeric>
 #include <utility>
 
@@ -15,8 +16,8 @@
 
 namespace {
 
-/// Of a chunk before it is packed.
-constexpr std::uint64_t most_bytes = std::uint64_t{2} << 20;
+/// A chunk ends with the block that makes it so long, before it is packed.
+constexpr std::uint64_t most_bytes = std::uint64_t{3} << 19;
 constexpr std::uint64_t least_bytes = std::uint64_t{32} << 10;
 /// Where not all chunks fit, about so many do.
 constexpr std::uint64_t chunks_of_part = 32;
@@ -44,33 +45,33 @@ page_chunks::page_chunks(const run_report& report, const begin_order& order, con
   }
   std::ranges::make_heap(next, std::greater{});
   const std::uint64_t most = bytes_of_chunk(report.executions.size(), max_bytes);
-  std::string bytes;
-  std::string encoded;
+  std::unique_ptr<packed_part> open;
   while (!next.empty()) {
     std::ranges::pop_heap(next, std::greater{});
     const std::size_t lane = next.back().second;
     next.pop_back();
-    encoded.clear();
-    const lane_blocks::block added = lanes[lane].append_next(encoded);
-    if (bytes.size() + encoded.size() > most) close_chunk(bytes, tell);
-    if (bytes.empty()) chunks_.emplace_back();
-    lanes_[lane].push_back({added, chunks_.size() - 1, bytes.size()});
+    if (!open) {
+      open = std::make_unique<packed_part>();
+      chunks_.emplace_back();
+    }
+    const std::size_t offset = open->size();
+    const lane_blocks::block added = lanes[lane].append_next(*open);
+    lanes_[lane].push_back({added, chunks_.size() - 1, offset});
     chunks_.back().executions += added.count;
     chunks_.back().longest = std::max(chunks_.back().longest, added.longest);
-    bytes += encoded;
+    if (open->size() >= most) close_chunk(open, tell);
     if (!lanes[lane].has_next()) continue;
     next.emplace_back(lanes[lane].next_begin(), lane);
     std::ranges::push_heap(next, std::greater{});
   }
-  close_chunk(bytes, tell);
+  if (open) close_chunk(open, tell);
   number_kept();
 }
 
-void page_chunks::close_chunk(std::string& bytes, const progress& tell) {
-  if (bytes.empty()) return;
-  chunks_.back().packed = pack(bytes);
+void page_chunks::close_chunk(std::unique_ptr<packed_part>& open, const progress& tell) {
+  chunks_.back().packed = open->finish();
+  open.reset();
   tell(chunks_.back().executions);
-  bytes.clear();
 }
 
 std::uint64_t page_chunks::size_bytes() const {

@@ -2,12 +2,14 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "analysis/begin_order.h"
 #include "kzr/report/lane_blocks.h"
 
+class packed_part;
 class page_nodes;
 struct pyramid_plan;
 struct run_report;
@@ -49,7 +51,7 @@ class page_chunks {
     std::size_t number = 0;  ///< among those that are kept
   };
 
-  void close_chunk(std::string& bytes, const progress& tell);
+  void close_chunk(std::unique_ptr<packed_part>& open, const progress& tell);
   void number_kept();
 
   std::vector<std::vector<block>> lanes_;

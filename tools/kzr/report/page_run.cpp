@@ -24,6 +24,9 @@ json ticks_json(std::uint64_t ticks) {
   return ticks <= greatest_exact_ticks ? json(ticks) : json(std::to_string(ticks));
 }
 
+/// Each byte that is no UTF-8 is one U+FFFD; the library itself would take some of them together.
+json text_json(std::string_view text) { return valid_utf8(text); }
+
 json ticks_or_null(const std::optional<std::uint64_t>& ticks) {
   return ticks ? ticks_json(*ticks) : json(nullptr);
 }
@@ -35,20 +38,21 @@ json run_json(const run_report& report) {
   const run_summary& summary = report.summary();
   json damaged = json::array();
   for (const file_survey& file : summary.files) {
-    if (file.ending != file_ending::closed) damaged.push_back(file.path);
+    if (file.ending != file_ending::closed) damaged.push_back(text_json(file.path));
   }
-  return {{"name", report.name},
-          {"frequency", summary.frequency},
-          {"makespan_ticks", ticks_json(figures.span.ticks())},
-          {"threads", figures.threads.size()},
-          {"executions", figures.executions},
-          {"average_parallelism", or_null(figures.average_parallelism)},
-          {"utilisation", or_null(figures.utilisation)},
-          {"imbalance", or_null(figures.imbalance)},
-          {"path_rest_ticks", ticks_json(report.path.rest_ticks)},
-          {"damaged_files", damaged},
-          {"warnings", warnings_json(summary)},
-          {"converter_end", summary.converter_end.empty() ? json(nullptr) : json(summary.converter_end)}};
+  return {
+      {"name", text_json(report.name)},
+      {"frequency", text_json(summary.frequency)},
+      {"makespan_ticks", ticks_json(figures.span.ticks())},
+      {"threads", figures.threads.size()},
+      {"executions", figures.executions},
+      {"average_parallelism", or_null(figures.average_parallelism)},
+      {"utilisation", or_null(figures.utilisation)},
+      {"imbalance", or_null(figures.imbalance)},
+      {"path_rest_ticks", ticks_json(report.path.rest_ticks)},
+      {"damaged_files", damaged},
+      {"warnings", warnings_json(summary)},
+      {"converter_end", summary.converter_end.empty() ? json(nullptr) : text_json(summary.converter_end)}};
 }
 
 json threads_json(const run_report& report) {
@@ -126,8 +130,8 @@ class top_nodes {
     std::snprintf(percent.data(), percent.size(), "%.1f %% ",
                   100 * static_cast<double>(amounts[*greatest]) / static_cast<double>(sum));
     found_.push_back({{"node", nodes_.number_of(*greatest)},
-                      {"id", report_.nodes[*greatest].id},
-                      {"name", report_.name_of(*greatest)},
+                      {"id", text_json(report_.nodes[*greatest].id)},
+                      {"name", text_json(report_.name_of(*greatest))},
                       {"measure", measure},
                       {"text", std::string(percent.data()) + reason}});
   }
@@ -197,11 +201,13 @@ pyramid_plan plan_page(const run_report& report) {
 std::string make_page_run(const run_report& report, const page_nodes& nodes, const pyramid_plan& plan,
                           const time_pyramid::level& overview, const page_detail& detail) {
   const std::optional<double> frequency = ticks_per_second(report.summary());
+  json problems = json::array();
+  for (const std::string& problem : report.summary().problems) problems.push_back(text_json(problem));
   const json run = {{"format", format},
                     {"run", run_json(report)},
                     {"threads", threads_json(report)},
                     {"concurrency", concurrency_json(report)},
-                    {"problems", report.summary().problems},
+                    {"problems", problems},
                     {"origin", std::to_string(plan.origin)},
                     {"span", ticks_json(plan.span)},
                     {"ticks_per_second", or_null(frequency)},
@@ -213,5 +219,5 @@ std::string make_page_run(const run_report& report, const page_nodes& nodes, con
                     {"overview", overview_json(nodes, overview)},
                     {"executions", detail.executions},
                     {"detailed", detail.detailed}};
-  return without_markup(run.dump(-1, ' ', false, json::error_handler_t::replace));
+  return without_markup(run.dump());
 }

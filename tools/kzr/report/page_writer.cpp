@@ -53,12 +53,14 @@ class page_writer {
     };
     add_dependent();
     if (size_bytes() + chunks.size_bytes() > max_bytes_) {
-      // What these parts say of chunks that are left out takes some room, which is known with none of them.
+      // What these parts say of chunks that are left out takes some room; the fewer they are, the less.
       chunks.fit_into(0);
       add_dependent();
-      const std::uint64_t others = size_bytes() + reserved_bytes;
-      chunks.fit_into(max_bytes_ - std::min(max_bytes_, others));
-      add_dependent();
+      for (int round = 0; round < 2; ++round) {
+        const std::uint64_t others = size_bytes() + reserved_bytes;
+        chunks.fit_into(max_bytes_ - std::min(max_bytes_, others));
+        add_dependent();
+      }
     }
     const page_detail detail{executions, chunks.detailed()};
     for (std::string& packed : chunks.take_kept()) {

@@ -13,6 +13,7 @@
 #include "kzr/common/printable.h"
 #include "kzr/common/run_option.h"
 #include "kzr/dump/summary_text.h"
+#include "kzr/report/desktop_browser.h"
 #include "kzr/report/page_writer.h"
 #include "kzr/report/report_json.h"
 #include "kzr/report/report_text.h"
@@ -24,7 +25,8 @@ namespace {
 
 constexpr const char* description =
     "Tells where the time of a recorded run went: how well its threads were used, what each node took, and\n"
-    "one observed chain of executions from begin to end. Writes no file.";
+    "one observed chain of executions from begin to end. Writes one HTML page with graph, timeline and\n"
+    "figures, for a browser and without a network, or the figures alone with --text or --json.";
 
 constexpr const char* exit_status_help =
     "\n"
@@ -37,6 +39,7 @@ struct report_options {
   bool as_json = false;
   std::string output;
   std::uint64_t max_size_mib = 64;
+  bool opens_page = false;
 };
 
 constexpr std::uint64_t most_mebibytes = 1'000'000;
@@ -66,6 +69,9 @@ void write_page_to(const report_options& options, const run_report& report) {
       write_page(report, max_bytes, [&file](std::string_view bytes) { file.write(bytes); });
   file.finish();
   tell_page(report, path, detail);
+  if (!options.opens_page) return;
+  const std::string failure = open_on_desktop(path);
+  if (!failure.empty()) complain("the page could not be opened, only written: " + failure);
 }
 
 int tell(const report_options& options) {
@@ -99,7 +105,9 @@ subcommand_action set_up_report(CLI::App& command) {
   command.footer(std::string(default_run_help) + exit_status_help);
   add_run_option(command, settings.stem);
   CLI::Option* const output =
-      command.add_option("-o,--output", options->output, "File for the page; - for standard output")
+      command
+          .add_option("-o,--output", options->output,
+                      "File for the page, named after the run's directory by default; - for standard output")
           ->type_name("FILE")
           ->check([](const std::string& path) {
             return std::string(path.empty() ? "the name of a file is not empty" : "");
@@ -110,11 +118,12 @@ subcommand_action set_up_report(CLI::App& command) {
           ->capture_default_str()
           ->transform(number_of<std::uint64_t>())
           ->check(CLI::Range(std::uint64_t{1}, most_mebibytes));
+  CLI::Option* const open = command.add_flag("--open", options->opens_page, "Open the page in the browser");
   CLI::Option* const text =
       command.add_flag("--text", options->as_text, "Print the figures as tables instead");
   CLI::Option* const json = command.add_flag("--json", options->as_json, "Print them as JSON instead");
   json->excludes(text);
-  for (CLI::Option* const of_page : {output, max_size}) of_page->excludes(text)->excludes(json);
+  for (CLI::Option* const of_page : {output, max_size, open}) of_page->excludes(text)->excludes(json);
   command.add_option("--from", settings.range.from, "Only what ran at this time or later")
       ->type_name("TICKS")
       ->transform(number_of<std::uint64_t>());
@@ -124,6 +133,9 @@ subcommand_action set_up_report(CLI::App& command) {
   command.add_flag("!--no-omp", settings.looks_into_openmp, "Do not look into OpenMP regions");
   command.final_callback([options] {
     report_settings& given = options->settings;
+    if (options->opens_page && options->output == "-") {
+      throw CLI::ValidationError("--open", "needs a file, not standard output");
+    }
     if (given.range.from > given.range.to) throw CLI::ValidationError("--from", "is later than --to");
     given.stem = find_trace_stem(given.stem);
   });

@@ -16,12 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string name_of_run(const std::string& stem) {
-  const fs::path path = fs::absolute(stem).lexically_normal();
-  const std::string directory = path.parent_path().filename().string();
-  return directory.empty() ? path.filename().string() : directory;
-}
-
 /// The images of the run's own directory; none where their list cannot be read.
 image_table read_images_beside(const std::string& stem) {
   image_table images;
@@ -59,6 +53,12 @@ std::string run_report::name_of(std::uint32_t node) const {
   return given.empty() ? nodes[node].id : std::string(given);
 }
 
+std::string name_of_run(const std::string& stem) {
+  const fs::path path = fs::absolute(stem).lexically_normal();
+  const std::string directory = path.parent_path().filename().string();
+  return directory.empty() ? path.filename().string() : directory;
+}
+
 run_report make_report(const report_settings& settings) {
   run_report report(
       read_run(settings.stem, settings.looks_into_openmp ? openmp_paths::as_recorded : openmp_paths::off));
@@ -66,10 +66,11 @@ run_report make_report(const report_settings& settings) {
   const kzr_data_manager& model = *report.recorded.model;
   if (report.recorded.processor) {
     const event_list& events = report.recorded.processor->collected().events();
-    collected_timeline timeline = collect_timeline(events, model, report.nodes);
+    collected_timeline timeline = collect_timeline(events, model, report.nodes, settings.keeps_begin_order);
     report.executions = std::move(timeline.executions);
     report.marks = std::move(timeline.marks);
     report.recorded.processor.reset();
+    report.executions.close();
   }
   // Behind that no node is new that ran.
   report.links = find_links(model, report.nodes);

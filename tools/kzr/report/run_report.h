@@ -20,6 +20,7 @@ struct report_settings {
   std::string stem;  ///< path of the trace files without point and number
   bool looks_into_openmp = true;
   tick_range range;
+  bool keeps_begin_order = false;  ///< of the executions over all threads
 };
 
 /// The figures of a run and what is needed to tell them. Where the converter would end itself, those of the
@@ -47,6 +48,9 @@ struct run_report {
     return nodes[node].shown != nullptr || has_run[node];
   }
 };
+
+/// What a run is called: the name of the directory that its trace files are in.
+[[nodiscard]] std::string name_of_run(const std::string& stem);
 
 /// Reads the run and computes its figures.
 [[nodiscard]] run_report make_report(const report_settings& settings);

@@ -57,12 +57,20 @@ class NumberReader {
     return number;
   }
 
+  /** Reads a column in two: the lowest 8 bits of all numbers, then the rest of each. */
+  readSplit(column) {
+    for (let i = 0; i < column.length; ++i) column[i] = this.bytes[this.offset++];
+    for (let i = 0; i < column.length; ++i) column[i] += 256 * this.next();
+  }
+
   nextSigned() {
     const number = this.next();
     return number % 2 ? -(number + 1) / 2 : number / 2;
   }
 }
 
+/** Positions of executions around a block that it lists at most. */
+const mostAround = 1024;
 const workKind = 0;
 const barrierKind = 2;
 
@@ -74,23 +82,28 @@ class Block {
   constructor(bytes, offset, count, first) {
     const reader = new NumberReader(bytes, offset);
     this.count = count;
-    this.around = Array.from({length: reader.next()}, () => reader.next());
+    const around = reader.next();
+    for (let i = Math.min(around, mostAround); i > 0; --i) reader.next();
     this.begin = new Float64Array(count);
     this.end = new Float64Array(count);
     this.node = new Int32Array(count);
     this.depth = new Uint32Array(count);
     this.kind = new Uint8Array(count);
-    this.readColumns(reader, first);
+    this.readColumns(reader, first, around);
     this.ties = this.readTies(reader);
   }
 
-  readColumns(reader, first) {
+  readColumns(reader, first, around) {
     const {count, begin, end, node, depth, kind} = this;
+    reader.readSplit(begin);
+    reader.readSplit(end);
     let time = first;
-    for (let i = 0; i < count; ++i) begin[i] = time += reader.next();
-    for (let i = 0; i < count; ++i) end[i] = begin[i] + reader.next();
+    for (let i = 0; i < count; ++i) {
+      begin[i] = time += begin[i];
+      end[i] += time;
+    }
     for (let i = 0; i < count; ++i) node[i] = reader.next();
-    let level = this.around.length;
+    let level = around;
     for (let i = 0; i < count; ++i) {
       const number = reader.next();
       kind[i] = number % 4;

@@ -51,6 +51,7 @@ class DetailsView {
     steps.append(this.makeButton('◂', 'Previous execution (P)', () => this.actions.step(-1)),
       this.makeButton('▸', 'Next execution (N)', () => this.actions.step(1)),
       this.makeButton('×', 'Clear the selection (Esc)', () => this.actions.clear()));
+    this.makeReachable(heading, model.nameOf(state.node));
     const row = makeElement('div', 'bar');
     row.append(heading, makeElement('span', 'space'), steps);
     return row;
@@ -92,9 +93,16 @@ class DetailsView {
   list(rows) {
     const list = makeElement('dl', 'pairs');
     for (const [name, value] of rows) {
-      list.append(makeElement('dt', '', name), showName(document.createElement('dd'), String(value), mostDetailLetters));
+      const item = showName(document.createElement('dd'), String(value), mostDetailLetters);
+      this.makeReachable(item, String(value));
+      list.append(makeElement('dt', '', name), item);
     }
     return list;
+  }
+
+  /** Long texts scroll by themselves, for which the keyboard must reach them. */
+  makeReachable(element, text) {
+    if (text.length > 80) element.tabIndex = 0;
   }
 
   executionPart() {

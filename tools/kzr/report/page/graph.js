@@ -7,11 +7,16 @@ const leastNamedBox = 36;
 const leastPortsBox = 60;
 const leastOpenBox = 150;
 /** Lines and boxes that are drawn in one frame at most. */
-const mostLines = 6000;
+const mostLines = 3000;
+/** Up to so many lines are curved. */
+const mostCurves = 800;
 const mostBoxes = 12000;
 /** Milliseconds without a change after which all lines are drawn. */
 const restDelay = 150;
-const mostLinesAtRest = 200000;
+const mostLinesAtRest = 30000;
+/** Pixels of lines that are drawn in one frame at most: what takes the time is their length. */
+const mostLineLength = 150000;
+const mostLineLengthAtRest = 2500000;
 
 /** Draws the graph from model and state. */
 class GraphView {
@@ -38,9 +43,10 @@ class GraphView {
 
   /** Puts all nodes on the scale of the chosen measure. */
   updateMeasure() {
-    const values = this.model.figures.columns[this.state.measure];
-    this.scale = new MeasureScale(values);
-    this.steps = Int8Array.from(values, (value) => this.scale.stepOf(value));
+    this.values = Float64Array.from(this.model.figures.columns[this.state.measure], Number);
+    this.scale = new MeasureScale(this.values);
+    this.layout.addInner(this.values, measures[this.state.measure].addsUp);
+    this.steps = Int8Array.from(this.values, (value) => this.scale.stepOf(value));
     this.drawLegend();
     this.redraw.ask();
   }
@@ -82,11 +88,13 @@ class GraphView {
     context.fillRect(0, 0, width, height);
     if (!layout) return;
     this.linesLeft = isAtRest ? mostLinesAtRest : mostLines;
+    this.lengthLeft = isAtRest ? mostLineLengthAtRest : mostLineLength;
     this.boxesLeft = mostBoxes;
     this.isCut = false;
     this.shownGraphs = [];
     this.drawFrom(this.camera);
     if (this.state.node >= 0) this.drawSelected();
+    this.drawBadges();
     clearTimeout(this.restTimer);
     if (this.isCut && !isAtRest) this.restTimer = setTimeout(() => requestAnimationFrame(() => this.draw(true)), restDelay);
   }
@@ -225,13 +233,19 @@ class GraphView {
     context.fillText(measured, left + width / 2, top + height / 2 + size * 0.75, width - 8);
   }
 
+  /** The name of a node as far as it fits, in the font that is set. */
   fitText(node, room, size) {
-    return shorten(plainName(this.model.nameOf(node), 80), Math.max(1, Math.floor(room / (size * 0.56))));
+    const name = plainName(this.model.nameOf(node), 80);
+    const letters = Math.max(1, Math.floor(room / (size * 0.45)));
+    let text = shorten(name, letters);
+    const width = this.context.measureText(text).width;
+    if (width > room) text = shorten(name, Math.max(1, Math.floor((text.length * room) / width) - 1));
+    return text;
   }
 
   measureText(node) {
-    const value = this.model.figures.columns[this.state.measure][node];
-    if (value === null || Number(value) === 0) return '';
+    const value = this.values[node];
+    if (value === 0) return '';
     return measures[this.state.measure].isTime ? this.model.time.short(value, 3) : `${groupDigits(value)}×`;
   }
 
@@ -285,13 +299,13 @@ class GraphView {
     }
     context.strokeStyle = palette.edge;
     context.lineWidth = 1;
-    context.globalAlpha = long.length > 200 ? 0.12 : 0.35;
-    this.strokeEdges(long, frame);
     context.globalAlpha = short.length > 3000 ? 0.4 : 0.9;
     this.strokeEdges(short.filter((edge) => !layout.removed[edge]), frame);
     context.setLineDash([4, 3]);
     this.strokeEdges(short.filter((edge) => layout.removed[edge]), frame);
     context.setLineDash([]);
+    context.globalAlpha = long.length > 200 ? 0.12 : 0.35;
+    this.strokeEdges(long, frame);
     context.globalAlpha = 1;
   }
 
@@ -309,20 +323,46 @@ class GraphView {
     if (edges.length === 0) return;
     const {context, layout} = this;
     const {edgeFirst, points} = layout;
+    this.isCurved = edges.length < mostCurves;
     context.beginPath();
     for (const edge of edges) {
+      if (this.lengthLeft < 0) {
+        this.isCut = true;
+        break;
+      }
       let at = edgeFirst[edge];
-      let [lastX, lastY] = [x + points[at] * scale, y + points[at + 1] * scale];
-      context.moveTo(lastX, lastY);
+      let lastX = x + points[at] * scale;
+      let lastY = y + points[at + 1] * scale;
       for (at += 2; at < edgeFirst[edge + 1]; at += 2) {
-        const [nextX, nextY] = [x + points[at] * scale, y + points[at + 1] * scale];
-        const bend = Math.min(Math.abs(nextX - lastX) / 2, 40 * scale);
-        if (edges.length < 1500) context.bezierCurveTo(lastX + bend, lastY, nextX - bend, nextY, nextX, nextY);
-        else context.lineTo(nextX, nextY);
-        [lastX, lastY] = [nextX, nextY];
+        const nextX = x + points[at] * scale;
+        const nextY = y + points[at + 1] * scale;
+        this.traceSegment(lastX, lastY, nextX, nextY, 40 * scale);
+        lastX = nextX;
+        lastY = nextY;
       }
     }
     context.stroke();
+  }
+
+  /** Adds a piece of an edge, where it is in view; what reaches far out of it is cut, as drawing it takes long. */
+  traceSegment(fromX, fromY, toX, toY, mostBend) {
+    const {context, width, height} = this;
+    const margin = 60;
+    const left = Math.min(fromX, toX);
+    const top = Math.min(fromY, toY);
+    if (!this.isInView(left, top, Math.abs(toX - fromX), Math.abs(toY - fromY))) return;
+    this.lengthLeft -= Math.min(Math.abs(toX - fromX), width) + Math.min(Math.abs(toY - fromY), height);
+    if (Math.abs(toX - fromX) > 3 * width || Math.abs(toY - fromY) > 3 * height) {
+      const cut = cutLine(fromX, fromY, toX, toY, -margin, -margin, width + margin, height + margin);
+      if (!cut) return;
+      context.moveTo(cut[0], cut[1]);
+      context.lineTo(cut[2], cut[3]);
+      return;
+    }
+    context.moveTo(fromX, fromY);
+    const bend = Math.min(Math.abs(toX - fromX) / 2, mostBend);
+    if (this.isCurved && fromY !== toY) context.bezierCurveTo(fromX + bend, fromY, toX - bend, toY, toX, toY);
+    else context.lineTo(toX, toY);
   }
 
   /** Edges of the selected node, and a frame around it where it is in view. */
@@ -334,6 +374,7 @@ class GraphView {
     const edges = Array.from(list.slice(first[state.node], Math.min(first[state.node + 1], first[state.node] + 2000)));
     context.strokeStyle = palette.edgeStrong;
     context.lineWidth = 2;
+    this.lengthLeft = mostLineLength;
     this.strokeEdges(edges.filter((edge) => this.edgeSize(edge, frame) > 0), frame);
     const {left, top, width, height} = this.boxOf(state.node, frame);
     context.strokeStyle = palette.panel;
@@ -342,6 +383,35 @@ class GraphView {
     context.strokeStyle = palette.text;
     context.lineWidth = 2.5;
     context.strokeRect(left - 4, top - 4, Math.max(10, width + 8), Math.max(10, height + 8));
+  }
+
+  /** Numbers on the nodes to look at first, or on what is drawn around them. */
+  drawBadges() {
+    const {context, palette} = this;
+    context.font = '600 11px system-ui, sans-serif';
+    context.textAlign = 'center';
+    context.textBaseline = 'middle';
+    this.model.run.top.forEach((look, i) => {
+      const box = this.findDrawnBox(look.node);
+      if (!box || !this.isInView(box.left, box.top, box.width, box.height)) return;
+      const x = box.left + box.width - 3;
+      context.fillStyle = palette.text;
+      context.beginPath();
+      context.arc(x, box.top, 8, 0, 2 * Math.PI);
+      context.fill();
+      context.fillStyle = palette.panel;
+      context.fillText(String(i + 1), x, box.top + 0.5);
+    });
+  }
+
+  /** The box of a node, else of the innermost composite node around it that is drawn; null for none. */
+  findDrawnBox(node) {
+    const {graphs, nodes} = this.layout;
+    for (let shown = node; shown >= 0 && nodes.graph[shown] >= 0; shown = graphs.parent[nodes.graph[shown]]) {
+      const frame = this.frameOf(shown);
+      if (frame) return this.boxOf(shown, frame);
+    }
+    return null;
   }
 
   /** The frame of the graph of a node among those that were drawn. */
@@ -446,4 +516,18 @@ class GraphView {
     return width >= leastNamedBox && left + width / 2 > 0 && top + height / 2 > 0
       && left + width / 2 < this.width && top + height / 2 < this.height;
   }
+}
+
+/** The part of a line that is in a rectangle, as [x, y, x, y]; null when none is. */
+function cutLine(fromX, fromY, toX, toY, left, top, right, bottom) {
+  const dx = toX - fromX;
+  const dy = toY - fromY;
+  let begin = 0;
+  let end = 1;
+  for (const [speed, room] of [[-dx, fromX - left], [dx, right - fromX], [-dy, fromY - top], [dy, bottom - fromY]]) {
+    if (speed === 0 && room < 0) return null;
+    if (speed < 0) begin = Math.max(begin, room / speed);
+    if (speed > 0) end = Math.min(end, room / speed);
+  }
+  return begin < end ? [fromX + dx * begin, fromY + dy * begin, fromX + dx * end, fromY + dy * end] : null;
 }

@@ -30,7 +30,9 @@ class RunModel {
     this.pyramid = pyramid.levels;
     this.store = new ExecutionStore(index);
     this.links = readLinks(links);
-    this.basePath = {lane: path.lane, position: path.execution, gap: path.gap, kind: path.kind, rest: path.rest};
+    this.basePath = {lane: path.lane, position: path.execution, gap: path.gap, kind: path.kind, rest: path.rest,
+      leftOut: path.left_out};
+    sumGaps(path.left_out.step);
     this.figures = this.baseFigures();
   }
 
@@ -99,7 +101,8 @@ class RunModel {
   /** Decodes the executions of a path. */
   async readPath(path, job) {
     const times = this.pathTimes(path);
-    for (let i = 0; i < path.lane.length && !times.isComplete; ++i) {
+    if (times.isComplete) return times;
+    for (let i = 0; i < path.lane.length; ++i) {
       const found = this.findNow(path.lane[i], path.position[i]) ?? await this.store.find(path.lane[i], path.position[i]);
       if (found) {
         times.begin[i] = found.begin;
@@ -108,8 +111,31 @@ class RunModel {
       }
       if ((i & 255) === 255 && job.isDue) await job.pause();
     }
+    if (path.leftOut) this.fillLeftOut(path, times);
     times.isComplete = true;
     return times;
+  }
+
+  /** Steps without detail in the page follow from their durations and the gaps, from what is before or behind. */
+  fillLeftOut(path, {begin, end, node}) {
+    const {step: steps, ticks, node: nodes} = path.leftOut;
+    steps.forEach((step, i) => {
+      node[step] = nodes[i];
+      begin[step] = step > 0 ? end[step - 1] + Number(path.gap[step]) : NaN;
+      end[step] = begin[step] + Number(ticks[i]);
+    });
+    const last = path.lane.length - 1;
+    for (let i = steps.length - 1; i >= 0; --i) {
+      const step = steps[i];
+      if (!Number.isNaN(end[step])) continue;
+      end[step] = step < last ? begin[step + 1] - Number(path.gap[step + 1]) : this.lastEnd - Number(path.rest);
+      begin[step] = end[step] - Number(ticks[i]);
+    }
+  }
+
+  /** The last end of the whole run. */
+  get lastEnd() {
+    return this.run.threads.reduce((last, {last_end: end}) => (end === null ? last : Math.max(last, this.relative(end))), 0);
   }
 
   /** @returns {?object} an execution, where its block is decoded */

@@ -227,7 +227,7 @@ class PathFinder {
   hasEnded(before, execution) {
     if (before.end !== execution.begin || before.end > before.begin) return before.end <= execution.begin;
     if (before.lane === execution.lane) return before.position < execution.position;
-    return before.tie.number < execution.tie.endedBefore;
+    return before.tie?.number < execution.tie?.endedBefore;
   }
 
   kindOfGap(execution, before, gapBegin) {

@@ -25,11 +25,12 @@ class SummaryView {
   verdict() {
     const {figures, time} = this.model;
     if (figures.threads.length === 0) return this.state.range ? 'Nothing ran in this range.' : 'Nothing was executed in this run.';
-    const threads = countText(figures.threads.length, 'thread');
+    const count = figures.threads.length;
     const where = this.state.range ? 'This range' : 'The run';
-    const use = figures.averageParallelism === null ? '.'
-      : ` – on average ${roundDigits(figures.averageParallelism, 3)} of them busy.`;
-    return `${where} took ${time.short(figures.makespan)} on ${threads}${use}`;
+    const use = figures.averageParallelism === null ? ''
+      : count === 1 ? `, busy ${percentText(figures.utilisation)} of the time`
+        : ` – on average ${roundDigits(figures.averageParallelism, 3)} of them busy`;
+    return `${where} took ${time.short(figures.makespan)} on ${countText(count, 'thread')}${use}.`;
   }
 
   drawFigures() {
@@ -90,7 +91,9 @@ class SummaryView {
     element.title = `${label} busy: ${percentText(share)} of the time`;
     const column = makeElement('span', 'column');
     column.style.height = share > 0 ? `${Math.max(2, height * 100)}%` : '0';
-    element.append(column, makeElement('span', 'number', label));
+    // Where there are many bars, the first and the last one are named.
+    const isNamed = most < 16 || bar === 0 || last === most;
+    element.append(column, makeElement('span', 'number', isNamed ? `${last}` : ''));
     return element;
   }
 
@@ -100,14 +103,14 @@ class SummaryView {
       document.getElementById('first-looks').hidden = this.model.run.top.length === 0;
       return;
     }
-    list.replaceChildren(...this.model.run.top.map((look) => {
+    list.replaceChildren(...this.model.run.top.map((look, i) => {
       const button = makeElement('button', 'look');
       button.type = 'button';
       button.dataset.node = look.node;
       button.title = look.text;
       const swatch = makeElement('span', 'swatch');
       swatch.dataset.node = look.node;
-      button.append(swatch, showName(makeElement('span', 'look-name'), look.name || look.id, 40),
+      button.append(makeElement('span', 'badge', String(i + 1)), swatch, showName(makeElement('span', 'look-name'), look.name || look.id, 40),
         makeElement('span', 'look-text', look.text));
       button.addEventListener('click', () => this.state.set({node: look.node, execution: null}));
       const item = document.createElement('li');

@@ -11,8 +11,8 @@ const leastRow = 14;
 const greatestRow = 34;
 /** Buckets of the pyramid are shown up to this width; wider ones give way to the executions themselves. */
 const widestBucket = 2;
-/** Executions that the exact number of busy threads is computed from at most, each frame. */
-const mostExactExecutions = 20000;
+/** Executions in blocks that the exact number of busy threads is computed from at most, each frame. */
+const mostExactExecutions = 400000;
 
 /** Asks for one drawing a frame, however often it is asked. */
 class Redraw {
@@ -80,7 +80,6 @@ class TimelineView {
     this.drawnRange = null;
     this.lanes = new LanePainter(this);
     this.redraw = new Redraw(() => this.draw());
-    this.exactBusy = {key: '', points: null};
     this.cursor = null;
     new ResizeObserver(() => this.redraw.ask()).observe(this.scroller);
   }
@@ -206,50 +205,47 @@ class TimelineView {
     });
   }
 
-  /** Makes the outline of the busy threads the path of the canvas. */
+  /** Makes the outline of the busy threads the path of the canvas; a column of pixels has their mean. */
   traceBusy(context, base, heightOfThread) {
+    const columns = this.busyColumns();
     context.beginPath();
     context.moveTo(gutterWidth, base);
-    const exact = this.findExactBusy();
-    if (exact) {
-      for (const {time, busy} of exact) {
-        const x = Math.min(this.width, Math.max(gutterWidth, this.xOf(time)));
-        context.lineTo(x, base - busy.before * heightOfThread);
-        context.lineTo(x, base - busy.after * heightOfThread);
-      }
-    } else {
-      this.traceBuckets(context, base, heightOfThread);
-    }
-    context.lineTo(this.width, base);
+    columns.forEach((busy, i) => {
+      const y = base - busy * heightOfThread;
+      context.lineTo(gutterWidth + i, y);
+      context.lineTo(gutterWidth + i + 1, y);
+    });
+    context.lineTo(gutterWidth + columns.length, base);
     context.closePath();
   }
 
-  traceBuckets(context, base, heightOfThread) {
+  /** How many threads were busy in each column of pixels, on average. */
+  busyColumns() {
     const {view} = this.state;
+    const columns = new Float64Array(Math.ceil(this.timeWidth));
+    const add = (begin, end, busy) => addToColumns(
+      columns, (begin - view.from) / this.ticksPerPixel, (end - view.from) / this.ticksPerPixel, busy);
+    if (this.isExactBusy()) {
+      const blocks = this.blocksInView();
+      if (blocks) {
+        for (const lane of blocks) visitBusyTimes(lane, view, (begin, end) => add(begin, end, 1));
+        return columns;
+      }
+    }
     const level = this.aggregates.levelFor(widestBucket * this.ticksPerPixel, this.model.span);
     const busy = this.aggregates.busyThreads(level);
     const bucketTicks = this.model.span / level.buckets;
-    const first = Math.max(0, Math.floor(view.from / bucketTicks));
     const end = Math.min(level.buckets, Math.ceil(view.to / bucketTicks));
-    for (let i = first; i < end; ++i) {
-      const y = base - busy[i] * heightOfThread;
-      context.lineTo(Math.max(gutterWidth, this.xOf(i * bucketTicks)), y);
-      context.lineTo(Math.min(this.width, this.xOf((i + 1) * bucketTicks)), y);
+    for (let i = Math.max(0, Math.floor(view.from / bucketTicks)); i < end; ++i) {
+      add(i * bucketTicks, (i + 1) * bucketTicks, busy[i]);
     }
+    return columns;
   }
 
-  /** Steps of the number of busy threads, where few executions are in view and all are decoded; else null. */
-  findExactBusy() {
-    const {view} = this.state;
-    const {store} = this.model;
-    const level = this.aggregates.levels[this.aggregates.levels.length - 1];
-    if (!store || this.model.span / level.buckets <= widestBucket * this.ticksPerPixel) return null;
-    const key = `${view.from} ${view.to}`;
-    if (this.exactBusy.key === key) return this.exactBusy.points;
-    const blocks = this.blocksInView();
-    if (!blocks) return null;
-    this.exactBusy = {key, points: stepsOfBusy(blocks, view)};
-    return this.exactBusy.points;
+  /** Whether the finest aggregates are too coarse for the view. */
+  isExactBusy() {
+    const {levels} = this.aggregates;
+    return this.model.store && this.model.span / levels[levels.length - 1].buckets > widestBucket * this.ticksPerPixel;
   }
 
   /** The blocks of all lanes in view, null when they are too many or not all are decoded; then they are loaded. */
@@ -265,7 +261,7 @@ class TimelineView {
       for (let number = first; number < end; ++number) {
         if (store.lanes[lane].last[number] < from) continue;
         executions += store.lanes[lane].count[number];
-        if (executions > 16 * mostExactExecutions || !store.hasDetail(lane, number)) return null;
+        if (executions > mostExactExecutions || !store.hasDetail(lane, number)) return null;
         const block = this.lanes.peekOrLoad(lane, number);
         if (block) blocks.push(block);
         else isComplete = false;
@@ -359,45 +355,46 @@ class TimelineView {
   }
 }
 
-/** The number of busy threads over time, from the decoded blocks of each lane. */
-function stepsOfBusy(lanes, view) {
-  const changes = [];
-  const note = (time, change) => changes.push({time: Math.min(Math.max(time, view.from), view.to), change});
-  for (const blocks of lanes) for (const [begin, end] of busyTimes(blocks, view)) {
-    note(begin, 1);
-    note(end, -1);
+/** Adds `amount`, from one place to another, to the columns between, to those at the ends in part. */
+function addToColumns(columns, from, to, amount) {
+  const begin = Math.max(0, from);
+  const end = Math.min(columns.length, to);
+  if (begin >= end) return;
+  const first = Math.floor(begin);
+  const last = Math.ceil(end) - 1;
+  if (first === last) {
+    columns[first] += amount * (end - begin);
+    return;
   }
-  changes.sort((a, b) => a.time - b.time);
-  const points = [];
-  let busy = 0;
-  for (const {time, change} of changes) {
-    const last = points[points.length - 1];
-    if (last && last.time === time) last.busy.after += change;
-    else points.push({time, busy: {before: busy, after: busy + change}});
-    busy += change;
-  }
-  return points;
+  columns[first] += amount * (first + 1 - begin);
+  for (let i = first + 1; i < last; ++i) columns[i] += amount;
+  columns[last] += amount * (end - last);
 }
 
-/** Times in which a lane was busy: in an execution that is no barrier, and not in a barrier nested in it. */
-function* busyTimes(blocks, view) {
-  const open = [];
-  let time = 0;
-  const isBusy = () => open.length > 0 && open[open.length - 1].kind !== barrierKind;
-  const visible = function* (to) {
-    if (to > time && isBusy()) yield [time, to];
+/** Calls `visit(begin, end)` for times in which a lane was busy: a barrier, and what it is nested in, is not. */
+function visitBusyTimes(blocks, view, visit) {
+  const ends = [];
+  const depths = [];
+  const kinds = [];
+  let time = view.from;
+  const passTo = (to) => {
+    if (to > time && ends.length > 0 && kinds[kinds.length - 1] !== barrierKind) visit(time, to);
     time = Math.max(time, to);
   };
-  for (const block of blocks) {
-    for (let i = 0; i < block.count; ++i) {
-      if (block.end[i] < view.from || block.begin[i] > view.to) continue;
-      while (open.length > 0 && open[open.length - 1].depth >= block.depth[i]) {
-        yield* visible(open[open.length - 1].end);
-        open.pop();
-      }
-      yield* visible(block.begin[i]);
-      open.push({end: block.end[i], depth: block.depth[i], kind: block.kind[i]});
+  const close = () => {
+    passTo(ends.pop());
+    depths.pop();
+    kinds.pop();
+  };
+  for (const {count, begin, end, depth, kind} of blocks) {
+    for (let i = 0; i < count && begin[i] <= view.to; ++i) {
+      if (end[i] < view.from) continue;
+      while (ends.length > 0 && depths[depths.length - 1] >= depth[i]) close();
+      passTo(begin[i]);
+      ends.push(end[i]);
+      depths.push(depth[i]);
+      kinds.push(kind[i]);
     }
   }
-  for (; open.length > 0; open.pop()) yield* visible(open[open.length - 1].end);
+  while (ends.length > 0) close();
 }

@@ -111,8 +111,8 @@ class LanePainter {
     const perTick = 1 / timeline.ticksPerPixel;
     const {count, begin, end, depth} = block;
     let deepest = 0;
-    for (let i = 0; i < count; ++i) {
-      if (end[i] < from || begin[i] > to) continue;
+    for (let i = 0; i < count && begin[i] <= to; ++i) {
+      if (end[i] < from) continue;
       const row = Math.min(depth[i], mostRows - 1);
       if (row > deepest) deepest = row;
       const left = gutterWidth + (begin[i] - from) * perTick;
@@ -216,6 +216,27 @@ class LanePainter {
       i = next;
     }
     context.globalAlpha = 1;
+    if (this.model.nodes) this.labelStretches(level, lane, first, end, top + height / 2);
+  }
+
+  /** Writes names where one node prevails, busy for most of the time, over a long stretch of buckets. */
+  labelStretches(level, lane, first, end, y) {
+    const {timeline} = this;
+    const {busy, node} = level.lanes[lane];
+    const bucketTicks = this.model.span / level.buckets;
+    for (let i = first; i < end;) {
+      let next = i + 1;
+      while (next < end && node[next] === node[i] && busy[next] > 160) ++next;
+      if (node[i] >= 0 && busy[i] > 160 && this.labelsLeft > 0) {
+        const left = Math.max(gutterWidth, timeline.xOf(i * bucketTicks));
+        const room = Math.min(timeline.width, timeline.xOf(next * bucketTicks)) - left;
+        if (room >= leastLabelWidth) {
+          --this.labelsLeft;
+          this.writeLabel(node[i], left + 4, y, room - 9);
+        }
+      }
+      i = next;
+    }
   }
 
   drawRegions(lane, top, height) {

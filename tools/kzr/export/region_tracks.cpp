@@ -1,0 +1,78 @@
+#include "kzr/export/region_tracks.h"
+
+#include <algorithm>
+#include <numeric>
+#include <set>
+#include <utility>
+
+namespace {
+
+class region_layout {
+ public:
+  region_layout(const std::vector<timeline_marks::region>& regions,
+                const std::function<void(const region_line&)>& take)
+      : regions_(regions), take_(take) {}
+
+  std::uint32_t run() {
+    std::vector<std::uint32_t> order(regions_.size());
+    std::iota(order.begin(), order.end(), 0U);
+    std::ranges::stable_sort(order, {}, [this](std::uint32_t region) { return regions_[region].begin; });
+    for (const std::uint32_t region : order) {
+      end_until(regions_[region].begin);
+      begin(region);
+    }
+    end_until(UINT64_MAX);
+    return static_cast<std::uint32_t>(open_.size());
+  }
+
+ private:
+  void begin(std::uint32_t region) {
+    const std::uint32_t track = take_track(regions_[region].end);
+    open_[track].push_back(region);
+    ends_.emplace(regions_[region].end, track);
+    take_({regions_[region], track, true});
+  }
+
+  /// A track whose innermost region ends no earlier than `end`, else one on which nothing is open.
+  std::uint32_t take_track(std::uint64_t end) {
+    std::uint32_t track = 0;
+    if (const auto around = ends_.lower_bound({end, 0}); around != ends_.end()) {
+      track = around->second;
+      ends_.erase(around);
+    } else if (!free_.empty()) {
+      track = *free_.begin();
+      free_.erase(free_.begin());
+    } else {
+      track = static_cast<std::uint32_t>(open_.size());
+      open_.emplace_back();
+    }
+    return track;
+  }
+
+  void end_until(std::uint64_t time) {
+    while (!ends_.empty() && ends_.begin()->first <= time) {
+      const std::uint32_t track = ends_.begin()->second;
+      ends_.erase(ends_.begin());
+      take_({regions_[open_[track].back()], track, false});
+      open_[track].pop_back();
+      if (open_[track].empty()) {
+        free_.insert(track);
+      } else {
+        ends_.emplace(regions_[open_[track].back()].end, track);
+      }
+    }
+  }
+
+  const std::vector<timeline_marks::region>& regions_;
+  const std::function<void(const region_line&)>& take_;
+  std::vector<std::vector<std::uint32_t>> open_;            ///< by track, the innermost last
+  std::set<std::pair<std::uint64_t, std::uint32_t>> ends_;  ///< of the innermost regions, with their tracks
+  std::set<std::uint32_t> free_;                            ///< tracks on which nothing is open
+};
+
+}  // namespace
+
+std::uint32_t lay_out_regions(const std::vector<timeline_marks::region>& regions,
+                              const std::function<void(const region_line&)>& take) {
+  return region_layout(regions, take).run();
+}
