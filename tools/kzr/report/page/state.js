@@ -68,7 +68,7 @@ class Address {
     const {node, execution, range, view, camera} = state;
     if (node >= 0) words.set('node', model.nodes.id[node]);
     if (execution) words.set('execution', `${model.run.all_threads[execution.lane]}:${execution.position}`);
-    if (range !== model.baseRange) words.set('range', range ? `${range.from}_${range.to}` : 'all');
+    if (range !== model.baseRange) words.set('range', range ? `${range.from}-${range.to}` : 'all');
     if (view.from !== 0 || view.to !== model.span) words.set('view', `${view.from}_${view.to}`);
     if (state.top > 0) words.set('top', Math.round(state.top));
     if (state.measure !== 'self_ticks') words.set('measure', state.measure);
@@ -90,7 +90,7 @@ class Address {
       return words.has(name) && list.length === count && list.every(Number.isFinite) ? list : null;
     };
     change.node = words.has('node') ? model.nodes.id.indexOf(words.get('node')) : -1;
-    const range = numbers('range', '_', 2);
+    const range = (words.get('range') ?? '').match(/^(-?\d+)-(-?\d+)$/)?.slice(1).map(Number);
     change.range = range && range[0] <= range[1] ? {from: range[0], to: range[1]}
       : words.get('range') === 'all' ? null : model.baseRange;
     const view = numbers('view', '_', 2);
