@@ -1,12 +1,15 @@
 // Colours of nodes and of measures. The style sheet has those of the page as variables, for light and for dark.
 
-/** The measures that nodes of the graph are coloured by: fields of a node, and how they are told. */
+/**
+ * The measures that nodes of the graph are coloured by: fields of a node, how they are told, and whether what is in a
+ * composite node adds up for it; else the greatest one counts.
+ */
 const measures = {
-  self_ticks: {label: 'Self time', isTime: true},
-  executions: {label: 'Executions', isTime: false},
+  self_ticks: {label: 'Self time', isTime: true, addsUp: true},
+  executions: {label: 'Executions', isTime: false, addsUp: true},
   p50_ticks: {label: 'Median', isTime: true},
   p99_ticks: {label: '99th percentile', isTime: true},
-  idle_share_ticks: {label: 'Idle share', isTime: true},
+  idle_share_ticks: {label: 'Idle share', isTime: true, addsUp: true},
 };
 
 /** How many colours a scale of a measure has. */

@@ -51,6 +51,7 @@ class DetailsView {
     steps.append(this.makeButton('◂', 'Previous execution (P)', () => this.actions.step(-1)),
       this.makeButton('▸', 'Next execution (N)', () => this.actions.step(1)),
       this.makeButton('×', 'Clear the selection (Esc)', () => this.actions.clear()));
+    this.makeReachable(heading, model.nameOf(state.node));
     const row = makeElement('div', 'bar');
     row.append(heading, makeElement('span', 'space'), steps);
     return row;
@@ -78,7 +79,7 @@ class DetailsView {
       ['Self time', `${time.short(at('self_ticks'))}${Number.isFinite(selfShare) ? ` – ${percentText(selfShare)} of all busy time` : ''}`],
       ['Total', time.short(at('total_ticks'))],
       ['Duration', at('executions') > 0
-        ? `median ${time.short(at('p50_ticks'))}, 90 % ${time.short(at('p90_ticks'))}, 99 % ${time.short(at('p99_ticks'))}` : '–'],
+        ? `median ${time.short(at('p50_ticks'))}, 90\u202f% ${time.short(at('p90_ticks'))}, 99\u202f% ${time.short(at('p99_ticks'))}` : '–'],
       ['Least, mean, greatest', at('executions') > 0
         ? `${time.short(at('min_ticks'))}, ${time.short(at('mean_ticks'))}, ${time.short(at('max_ticks'))}` : '–'],
       ['Idle share', time.short(at('idle_share_ticks'))],
@@ -92,9 +93,16 @@ class DetailsView {
   list(rows) {
     const list = makeElement('dl', 'pairs');
     for (const [name, value] of rows) {
-      list.append(makeElement('dt', '', name), showName(document.createElement('dd'), String(value), mostDetailLetters));
+      const item = showName(document.createElement('dd'), String(value), mostDetailLetters);
+      this.makeReachable(item, String(value));
+      list.append(makeElement('dt', '', name), item);
     }
     return list;
+  }
+
+  /** Long texts scroll by themselves, for which the keyboard must reach them. */
+  makeReachable(element, text) {
+    if (text.length > 80) element.tabIndex = 0;
   }
 
   executionPart() {

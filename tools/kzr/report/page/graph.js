@@ -43,9 +43,11 @@ class GraphView {
 
   /** Puts all nodes on the scale of the chosen measure. */
   updateMeasure() {
-    const values = this.model.figures.columns[this.state.measure];
-    this.scale = new MeasureScale(values);
-    this.steps = Int8Array.from(values, (value) => this.scale.stepOf(value));
+    this.values = Float64Array.from(this.model.figures.columns[this.state.measure], Number);
+    const {graph} = this.layout.nodes;
+    this.scale = new MeasureScale(this.values.filter((_, node) => graph[node] >= 0));
+    this.layout.addInner(this.values, measures[this.state.measure].addsUp);
+    this.steps = Int8Array.from(this.values, (value) => this.scale.stepOf(value));
     this.drawLegend();
     this.redraw.ask();
   }
@@ -93,6 +95,7 @@ class GraphView {
     this.shownGraphs = [];
     this.drawFrom(this.camera);
     if (this.state.node >= 0) this.drawSelected();
+    this.drawBadges();
     clearTimeout(this.restTimer);
     if (this.isCut && !isAtRest) this.restTimer = setTimeout(() => requestAnimationFrame(() => this.draw(true)), restDelay);
   }
@@ -219,7 +222,6 @@ class GraphView {
     const {context, palette} = this;
     const size = Math.min(15, Math.max(9, height * 0.36));
     if (height < 9) return;
-    context.font = `${size}px system-ui, sans-serif`;
     context.textAlign = 'center';
     context.textBaseline = 'middle';
     context.fillStyle = step < 0 ? palette.text : palette.scaleText[step];
@@ -231,19 +233,23 @@ class GraphView {
     context.fillText(measured, left + width / 2, top + height / 2 + size * 0.75, width - 8);
   }
 
-  /** The name of a node as far as it fits, in the font that is set. */
-  fitText(node, room, size) {
+  /** The name of a node as far as it fits, and the font for it set: a smaller one where that is enough. */
+  fitText(node, room, size, weight = '') {
+    const {context} = this;
     const name = plainName(this.model.nameOf(node), 80);
-    const letters = Math.max(1, Math.floor(room / (size * 0.45)));
-    let text = shorten(name, letters);
-    const width = this.context.measureText(text).width;
-    if (width > room) text = shorten(name, Math.max(1, Math.floor((text.length * room) / width) - 1));
-    return text;
+    const useSize = (size) => { context.font = `${weight} ${size}px system-ui, sans-serif`; };
+    useSize(size);
+    const width = context.measureText(name).width;
+    if (width <= room) return name;
+    const smaller = Math.max(9, (size * room) / width);
+    useSize(smaller);
+    const letters = Math.floor((name.length * room * size) / (width * smaller));
+    return letters >= name.length ? name : shorten(name, Math.max(1, letters - 1));
   }
 
   measureText(node) {
-    const value = this.model.figures.columns[this.state.measure][node];
-    if (value === null || Number(value) === 0) return '';
+    const value = this.values[node];
+    if (value === 0) return '';
     return measures[this.state.measure].isTime ? this.model.time.short(value, 3) : `${groupDigits(value)}×`;
   }
 
@@ -253,11 +259,10 @@ class GraphView {
     const title = this.titleOf(box, node);
     const size = Math.min(15, title * 0.75);
     if (size >= 6) {
-      context.font = `600 ${size}px system-ui, sans-serif`;
       context.textAlign = 'left';
       context.textBaseline = 'middle';
       context.fillStyle = palette.text;
-      context.fillText(this.fitText(node, box.width - 20, size), Math.max(box.left + 10, 6), box.top + title / 2);
+      context.fillText(this.fitText(node, box.width - 20, size, '600'), Math.max(box.left + 10, 6), box.top + title / 2);
     }
     const place = layout.placeInParent(inner);
     pending.push({
@@ -381,6 +386,35 @@ class GraphView {
     context.strokeStyle = palette.text;
     context.lineWidth = 2.5;
     context.strokeRect(left - 4, top - 4, Math.max(10, width + 8), Math.max(10, height + 8));
+  }
+
+  /** Numbers on the nodes to look at first, or on what is drawn around them. */
+  drawBadges() {
+    const {context, palette} = this;
+    context.font = '600 11px system-ui, sans-serif';
+    context.textAlign = 'center';
+    context.textBaseline = 'middle';
+    this.model.run.top.forEach((look, i) => {
+      const box = this.findDrawnBox(look.node);
+      if (!box || !this.isInView(box.left, box.top, box.width, box.height)) return;
+      const x = box.left + box.width - 3;
+      context.fillStyle = palette.text;
+      context.beginPath();
+      context.arc(x, box.top, 8, 0, 2 * Math.PI);
+      context.fill();
+      context.fillStyle = palette.panel;
+      context.fillText(String(i + 1), x, box.top + 0.5);
+    });
+  }
+
+  /** The box of a node, else of the innermost composite node around it that is drawn; null for none. */
+  findDrawnBox(node) {
+    const {graphs, nodes} = this.layout;
+    for (let shown = node; shown >= 0 && nodes.graph[shown] >= 0; shown = graphs.parent[nodes.graph[shown]]) {
+      const frame = this.frameOf(shown);
+      if (frame) return this.boxOf(shown, frame);
+    }
+    return null;
   }
 
   /** The frame of the graph of a node among those that were drawn. */

@@ -98,6 +98,31 @@ class GraphLayout {
       : {x: 0, y: 0, width: 1, height: 1};
   }
 
+  /**
+   * Values of nodes, for composite ones with those of all nodes in them.
+   * @param {Float64Array} values by node, which are changed
+   */
+  addInner(values, addsUp) {
+    const {graphs, nodes} = this;
+    // A graph is finished when all its nodes are: inner graphs first, however deep they are nested.
+    const open = new Int32Array(this.graphCount);
+    for (let node = 0; node < nodes.inner.length; ++node) {
+      if (nodes.inner[node] >= 0 && nodes.graph[node] >= 0) ++open[nodes.graph[node]];
+    }
+    const finished = [];
+    open.forEach((count, graph) => { if (count === 0) finished.push(graph); });
+    while (finished.length > 0) {
+      const graph = finished.pop();
+      const around = graphs.parent[graph];
+      if (around < 0) continue;
+      const {first, list} = this.nodesOf;
+      for (let i = first[graph]; i < first[graph + 1]; ++i) {
+        values[around] = addsUp ? values[around] + values[list[i]] : Math.max(values[around], values[list[i]]);
+      }
+      if (--open[nodes.graph[around]] === 0) finished.push(nodes.graph[around]);
+    }
+  }
+
   /** Where an inner graph lies in the graph around it: place of its origin and scale. */
   placeInParent(graph) {
     const {graphs, nodes} = this;

@@ -198,7 +198,7 @@ class Page {
       this.graph.pathNodes = new Set(times.node);
       this.graph.redraw.ask();
       this.timeline.redraw.ask();
-      this.tables.tables.path.arrange();
+      this.tables.tables.path.fill(path.lane.length);
     }).catch(showError);
   }
 

@@ -69,6 +69,7 @@ class SummaryView {
     const {figures} = this.model;
     const all = Array.from(figures.concurrency);
     const bars = document.getElementById('concurrency-bars');
+    bars.classList.toggle('dense', all.length > 16);
     const perBar = Math.max(1, Math.ceil(all.length / mostBars));
     const sums = [];
     all.forEach((ticks, busy) => {
@@ -91,7 +92,9 @@ class SummaryView {
     element.title = `${label} busy: ${percentText(share)} of the time`;
     const column = makeElement('span', 'column');
     column.style.height = share > 0 ? `${Math.max(2, height * 100)}%` : '0';
-    element.append(column, makeElement('span', 'number', label));
+    // Where there are many bars, the first and the last one are named.
+    const isNamed = most < 16 || bar === 0 || last === most;
+    element.append(column, makeElement('span', 'number', isNamed ? `${last}` : ''));
     return element;
   }
 
@@ -101,14 +104,14 @@ class SummaryView {
       document.getElementById('first-looks').hidden = this.model.run.top.length === 0;
       return;
     }
-    list.replaceChildren(...this.model.run.top.map((look) => {
+    list.replaceChildren(...this.model.run.top.map((look, i) => {
       const button = makeElement('button', 'look');
       button.type = 'button';
       button.dataset.node = look.node;
       button.title = look.text;
       const swatch = makeElement('span', 'swatch');
       swatch.dataset.node = look.node;
-      button.append(swatch, showName(makeElement('span', 'look-name'), look.name || look.id, 40),
+      button.append(makeElement('span', 'badge', String(i + 1)), swatch, showName(makeElement('span', 'look-name'), look.name || look.id, 40),
         makeElement('span', 'look-text', look.text));
       button.addEventListener('click', () => this.state.set({node: look.node, execution: null}));
       const item = document.createElement('li');

@@ -20,7 +20,8 @@ function csvCell(value) {
 
 /**
  * A table of rows by number. A column has `name`, `label`, `value(row)` for order and CSV, and where it is shown in
- * another way `show(cell, row)`; `isNumber` sets it to the right; `isHidden` leaves it to CSV.
+ * another way `show(cell, row)`; `isNumber` sets it to the right; `isHidden` leaves it to CSV; `isOrder` says that rows
+ * are in its order.
  */
 class Table {
   constructor(element, {label, columns, sort, onSelect}) {
@@ -35,6 +36,7 @@ class Table {
     this.filter = '';
     this.selected = -1;
     this.focused = 0;
+    this.isStale = true;
     this.redraw = new Redraw(() => this.draw());
     this.build(label);
   }
@@ -76,31 +78,38 @@ class Table {
     this.arrange();
   }
 
-  /** Shows as many rows. */
+  /** Shows as many rows, which are arranged when they are seen. */
   fill(count) {
     this.count = count;
-    this.arrange();
+    this.isStale = true;
+    this.redraw.ask();
   }
 
   /** Filters and sorts. */
   arrange() {
+    this.isStale = false;
     const column = this.columns.find(({name}) => name === this.sortBy);
     const rows = [];
     const needle = this.filter.toLowerCase();
     for (let row = 0; row < this.count; ++row) if (!needle || this.matches(row, needle)) rows.push(row);
-    const values = new Map(rows.map((row) => [row, column.value(row) ?? null]));
-    const sign = this.isDescending ? -1 : 1;
-    rows.sort((a, b) => {
-      const [x, y] = [values.get(a), values.get(b)];
-      const order = compareCells(x, y);
-      return (x === null || y === null ? order : sign * order) || a - b;
-    });
+    if (!column.isOrder || this.isDescending) this.sortRows(rows, column);
     this.rows = Uint32Array.from(rows);
     this.focused = Math.min(this.focused, Math.max(0, rows.length - 1));
     this.showOrder();
     this.foot.textContent = rows.length === this.count ? '' : `${groupDigits(rows.length)} of ${groupDigits(this.count)} shown`;
     this.foot.hidden = rows.length === this.count;
     this.redraw.ask();
+  }
+
+  sortRows(rows, column) {
+    const values = new Array(this.count);
+    for (const row of rows) values[row] = column.value(row) ?? null;
+    const sign = this.isDescending ? -1 : 1;
+    rows.sort((a, b) => {
+      const [x, y] = [values[a], values[b]];
+      const order = compareCells(x, y);
+      return (x === null || y === null ? order : sign * order) || a - b;
+    });
   }
 
   matches(row, needle) {
@@ -116,8 +125,13 @@ class Table {
   }
 
   draw() {
-    const {scroller, rows} = this;
+    const {scroller} = this;
     if (scroller.clientHeight === 0) return;
+    if (this.isStale) {
+      this.arrange();
+      this.revealSelected();
+    }
+    const {rows} = this;
     const first = Math.max(0, Math.floor(scroller.scrollTop / rowHeight) - spareRows);
     const end = Math.min(rows.length, Math.ceil((scroller.scrollTop + scroller.clientHeight) / rowHeight) + spareRows);
     const hadFocus = this.body.contains(document.activeElement);
@@ -198,12 +212,15 @@ class Table {
   select(row) {
     if (this.selected === row) return;
     this.selected = row;
-    const i = row < 0 ? -1 : this.rows.indexOf(row);
-    if (i >= 0) {
-      this.focused = i;
-      this.scrollTo(i);
-    }
+    if (!this.isStale) this.revealSelected();
     this.redraw.ask();
+  }
+
+  revealSelected() {
+    const i = this.selected < 0 ? -1 : this.rows.indexOf(this.selected);
+    if (i < 0) return;
+    this.focused = i;
+    this.scrollTo(i);
   }
 
   setFilter(text) {
@@ -214,6 +231,7 @@ class Table {
 
   /** @returns {string} all rows that the filter leaves, in their order */
   csv() {
+    if (this.isStale) this.arrange();
     const lines = [this.columns.map((column) => csvCell(column.name)).join(',')];
     for (const row of this.rows) lines.push(this.columns.map((column) => csvCell(column.value(row))).join(','));
     return lines.join('\r\n') + '\r\n';
@@ -349,7 +367,7 @@ class TablesView {
       show: (cell, row) => { cell.textContent = of(row) === null ? '…' : model.time.short(of(row), name === 'begin' ? 6 : 4); },
     });
     const columns = [
-      {name: 'step', label: 'Step', isNumber: true, value: (row) => row + 1},
+      {name: 'step', label: 'Step', isNumber: true, isOrder: true, value: (row) => row + 1},
       {name: 'node', label: 'Node', value: (row) => (node(row) < 0 ? '…' : model.nameOf(node(row))),
         show: (cell, row) => { if (node(row) >= 0) this.showNode(cell, node(row)); else cell.textContent = '…'; }},
       ticks('duration', 'Duration', (row) => known(times().end[row] - times().begin[row])),
