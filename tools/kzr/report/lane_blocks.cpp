@@ -57,7 +57,7 @@ lane_blocks::block lane_blocks::append_next(packed_part& chunk) {
     append_number(column_, context_->nodes.number_of(executions.node_of(execution)));
   }
   append(repetition::likely);
-  encode_levels(of_block);
+  encoded.rows = encode_levels(of_block);
   append(repetition::likely);
   encode_ties(of_block);
   append(repetition::likely);
@@ -78,7 +78,8 @@ void lane_blocks::encode_open() {
   }
 }
 
-void lane_blocks::encode_levels(std::span<const std::uint32_t> executions) {
+std::uint32_t lane_blocks::encode_levels(std::span<const std::uint32_t> executions) {
+  std::size_t rows = 0;
   auto depth = static_cast<std::int64_t>(open_.size());
   auto position = static_cast<std::uint32_t>(next_);
   for (const std::uint32_t execution : executions) {
@@ -88,7 +89,9 @@ void lane_blocks::encode_levels(std::span<const std::uint32_t> executions) {
                                static_cast<std::uint64_t>(context_->executions.kind_of(execution)));
     depth = next;
     open_.push_back({execution, position++});
+    rows = std::max(rows, open_.size());
   }
+  return static_cast<std::uint32_t>(rows);
 }
 
 void lane_blocks::encode_ties(std::span<const std::uint32_t> executions) {

@@ -28,6 +28,7 @@ class lane_blocks {
     std::uint64_t first = 0;    ///< begin, seen from the origin
     std::uint64_t last = 0;     ///< the greatest end, likewise
     std::uint64_t longest = 0;  ///< duration
+    std::uint32_t rows = 0;     ///< how many are nested in each other, those around the block too
   };
 
   /// Borrows everything; `by_begin` are all executions of the thread.
@@ -52,7 +53,8 @@ class lane_blocks {
   }
   void leave_for(std::uint32_t execution);
   void encode_open();
-  void encode_levels(std::span<const std::uint32_t> executions);
+  /// Returns how many are nested in each other.
+  std::uint32_t encode_levels(std::span<const std::uint32_t> executions);
   void encode_ties(std::span<const std::uint32_t> executions);
 
   const lane_context* context_;

@@ -138,6 +138,7 @@ std::string page_chunks::make_index() const {
       json.add_signed(its.is_kept ? static_cast<std::int64_t>(its.number) : -1);
     });
     column(",", "offset", [&](const block& each) { json.add(each.offset); });
+    column(",", "rows", [&](const block& each) { json.add(each.rows); });
     json.raw("}");
   }
   return std::move(json.raw("]}").text());

@@ -79,7 +79,7 @@ class DetailsView {
       ['Self time', `${time.short(at('self_ticks'))}${Number.isFinite(selfShare) ? ` – ${percentText(selfShare)} of all busy time` : ''}`],
       ['Total', time.short(at('total_ticks'))],
       ['Duration', at('executions') > 0
-        ? `median ${time.short(at('p50_ticks'))}, 90 % ${time.short(at('p90_ticks'))}, 99 % ${time.short(at('p99_ticks'))}` : '–'],
+        ? `median ${time.short(at('p50_ticks'))}, 90\u202f% ${time.short(at('p90_ticks'))}, 99\u202f% ${time.short(at('p99_ticks'))}` : '–'],
       ['Least, mean, greatest', at('executions') > 0
         ? `${time.short(at('min_ticks'))}, ${time.short(at('mean_ticks'))}, ${time.short(at('max_ticks'))}` : '–'],
       ['Idle share', time.short(at('idle_share_ticks'))],

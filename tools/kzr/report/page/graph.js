@@ -44,7 +44,8 @@ class GraphView {
   /** Puts all nodes on the scale of the chosen measure. */
   updateMeasure() {
     this.values = Float64Array.from(this.model.figures.columns[this.state.measure], Number);
-    this.scale = new MeasureScale(this.values);
+    const {graph} = this.layout.nodes;
+    this.scale = new MeasureScale(this.values.filter((_, node) => graph[node] >= 0));
     this.layout.addInner(this.values, measures[this.state.measure].addsUp);
     this.steps = Int8Array.from(this.values, (value) => this.scale.stepOf(value));
     this.drawLegend();
@@ -221,7 +222,6 @@ class GraphView {
     const {context, palette} = this;
     const size = Math.min(15, Math.max(9, height * 0.36));
     if (height < 9) return;
-    context.font = `${size}px system-ui, sans-serif`;
     context.textAlign = 'center';
     context.textBaseline = 'middle';
     context.fillStyle = step < 0 ? palette.text : palette.scaleText[step];
@@ -233,14 +233,18 @@ class GraphView {
     context.fillText(measured, left + width / 2, top + height / 2 + size * 0.75, width - 8);
   }
 
-  /** The name of a node as far as it fits, in the font that is set. */
-  fitText(node, room, size) {
+  /** The name of a node as far as it fits, and the font for it set: a smaller one where that is enough. */
+  fitText(node, room, size, weight = '') {
+    const {context} = this;
     const name = plainName(this.model.nameOf(node), 80);
-    const letters = Math.max(1, Math.floor(room / (size * 0.45)));
-    let text = shorten(name, letters);
-    const width = this.context.measureText(text).width;
-    if (width > room) text = shorten(name, Math.max(1, Math.floor((text.length * room) / width) - 1));
-    return text;
+    const useSize = (size) => { context.font = `${weight} ${size}px system-ui, sans-serif`; };
+    useSize(size);
+    const width = context.measureText(name).width;
+    if (width <= room) return name;
+    const smaller = Math.max(9, (size * room) / width);
+    useSize(smaller);
+    const letters = Math.floor((name.length * room * size) / (width * smaller));
+    return letters >= name.length ? name : shorten(name, Math.max(1, letters - 1));
   }
 
   measureText(node) {
@@ -255,11 +259,10 @@ class GraphView {
     const title = this.titleOf(box, node);
     const size = Math.min(15, title * 0.75);
     if (size >= 6) {
-      context.font = `600 ${size}px system-ui, sans-serif`;
       context.textAlign = 'left';
       context.textBaseline = 'middle';
       context.fillStyle = palette.text;
-      context.fillText(this.fitText(node, box.width - 20, size), Math.max(box.left + 10, 6), box.top + title / 2);
+      context.fillText(this.fitText(node, box.width - 20, size, '600'), Math.max(box.left + 10, 6), box.top + title / 2);
     }
     const place = layout.placeInParent(inner);
     pending.push({

@@ -90,7 +90,7 @@ class Address {
       return words.has(name) && list.length === count && list.every(Number.isFinite) ? list : null;
     };
     change.node = words.has('node') ? model.nodes.id.indexOf(words.get('node')) : -1;
-    const range = numbers('range', '-', 2);
+    const range = (words.get('range') ?? '').match(/^(-?\d+)-(-?\d+)$/)?.slice(1).map(Number);
     change.range = range && range[0] <= range[1] ? {from: range[0], to: range[1]}
       : words.get('range') === 'all' ? null : model.baseRange;
     const view = numbers('view', '_', 2);

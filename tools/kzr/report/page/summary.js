@@ -69,6 +69,7 @@ class SummaryView {
     const {figures} = this.model;
     const all = Array.from(figures.concurrency);
     const bars = document.getElementById('concurrency-bars');
+    bars.classList.toggle('dense', all.length > 16);
     const perBar = Math.max(1, Math.ceil(all.length / mostBars));
     const sums = [];
     all.forEach((ticks, busy) => {

@@ -87,15 +87,7 @@ class TimelineView {
   /** Takes over the parts once they are read. */
   useParts() {
     this.aggregates.levels = this.model.pyramid.length > 0 ? this.model.pyramid : this.aggregates.levels;
-    this.model.store.lanes.forEach((lane, i) => this.noteRows(i, lane.depth ?? 1));
-    this.redraw.ask();
-  }
-
-  /** Makes room for as many rows of a lane. */
-  noteRows(lane, rows) {
-    const shown = Math.min(rows, mostRows);
-    if (shown <= this.rows[lane]) return;
-    this.rows[lane] = shown;
+    this.model.store.lanes.forEach((lane, i) => { this.rows[i] = greatestRows(lane.rows); });
     this.redraw.ask();
   }
 
@@ -353,6 +345,11 @@ class TimelineView {
   rowAt(lane, y) {
     return Math.min(this.rows[lane] - 1, Math.floor((y + this.top - this.tops[lane] - laneGap / 2) / this.rowHeight));
   }
+}
+
+/** Rows of a lane, from those of its blocks. */
+function greatestRows(rows) {
+  return Math.min(mostRows, rows.reduce((most, number) => Math.max(most, number), 1));
 }
 
 /** Adds `amount`, from one place to another, to the columns between, to those at the ends in part. */

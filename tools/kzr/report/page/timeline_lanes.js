@@ -67,7 +67,7 @@ class LanePainter {
     const blocks = this.findBlocks(lane);
     if (!blocks) return false;
     this.pendingX.fill(-1);
-    for (const block of blocks) this.drawBlock(lane, block, top);
+    for (const block of blocks) this.drawBlock(block, top);
     for (let row = 0; row < mostRows; ++row) this.flush(row, top);
     timeline.context.globalAlpha = 1;
     return true;
@@ -105,22 +105,19 @@ class LanePainter {
     return null;
   }
 
-  drawBlock(lane, block, top) {
+  drawBlock(block, top) {
     const {timeline} = this;
     const {from, to} = timeline.state.view;
     const perTick = 1 / timeline.ticksPerPixel;
     const {count, begin, end, depth} = block;
-    let deepest = 0;
     for (let i = 0; i < count && begin[i] <= to; ++i) {
       if (end[i] < from) continue;
       const row = Math.min(depth[i], mostRows - 1);
-      if (row > deepest) deepest = row;
       const left = gutterWidth + (begin[i] - from) * perTick;
       const right = gutterWidth + (end[i] - from) * perTick;
       if (right - left < 1) this.collect(block, i, row, left, top);
       else this.drawExecution(block, i, row, left, right, top);
     }
-    timeline.noteRows(lane, deepest + 1);
   }
 
   /** Of executions in one column of pixels the longest one is drawn. */
@@ -206,12 +203,14 @@ class LanePainter {
     for (let i = first; i < end;) {
       let next = i + 1;
       while (next < end && busy[next] === busy[i] && node[next] === node[i]) ++next;
-      if (busy[i] > 0) {
+      if (node[i] >= 0) {
+        this.useColour(node[i]);
         const left = Math.max(gutterWidth, timeline.xOf(i * bucketTicks));
         const right = Math.min(timeline.width, timeline.xOf(next * bucketTicks));
         const tall = Math.max(2, (height - 1) * (busy[i] / 255));
-        this.useColour(node[i]);
-        context.fillRect(left, top + height - 1 - tall, right - left, tall);
+        // Where a thread only waited there is a thin bar, as for the barriers themselves.
+        if (busy[i] > 0) context.fillRect(left, top + height - 1 - tall, right - left, tall);
+        else context.fillRect(left, top + height * 0.38, right - left, height * 0.24);
       }
       i = next;
     }
@@ -327,7 +326,7 @@ class LanePainter {
 
   pathY(lane) {
     const {tops, top, rowHeight} = this.timeline;
-    return tops[lane] - top + laneGap / 2 + rowHeight / 2;
+    return tops[lane] - top + laneGap / 2 + rowHeight - 4.5;
   }
 
   /** A frame around the selected execution. */
