@@ -103,7 +103,8 @@ class Address {
     change.measure = Object.hasOwn(measures, words.get('measure')) ? words.get('measure') : 'self_ticks';
     change.showsPath = words.get('path') === '1';
     const camera = numbers('graph', '_', 4);
-    change.camera = camera && camera[3] > 0 ? {graph: camera[0], x: camera[1], y: camera[2], scale: camera[3]} : null;
+    const isKnown = camera && Number.isInteger(camera[0]) && camera[0] >= -1 && camera[0] < model.graph.graphs.x.length;
+    change.camera = isKnown && camera[3] > 0 ? {graph: camera[0], x: camera[1], y: camera[2], scale: camera[3]} : null;
     change.tab = ['threads', 'path'].includes(words.get('table')) ? words.get('table') : 'nodes';
     change.theme = ['light', 'dark'].includes(words.get('theme')) ? words.get('theme') : '';
     return change;
