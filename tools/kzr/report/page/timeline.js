@@ -3,7 +3,6 @@
 /** Width of the names of threads. */
 const gutterWidth = 112;
 const axisHeight = 22;
-const busyHeight = 54;
 /** Rows of nested executions that a lane shows; what is nested deeper is drawn in the last one. */
 const mostRows = 12;
 const laneGap = 6;
@@ -379,7 +378,8 @@ function visitBusyTimes(blocks, view, visit) {
     time = Math.max(time, to);
   };
   const close = () => {
-    passTo(ends.pop());
+    passTo(ends[ends.length - 1]);
+    ends.pop();
     depths.pop();
     kinds.pop();
   };
