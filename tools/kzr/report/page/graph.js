@@ -37,8 +37,9 @@ class GraphView {
   useParts() {
     this.layout = new GraphLayout(this.model.graph);
     this.updateMeasure();
-    document.getElementById('graph-note').hidden = this.layout.graphCount > 0;
-    document.getElementById('graph-note').textContent = 'This run has no graph.';
+    const note = document.getElementById('graph-note');
+    note.hidden = this.layout.nodes.graph.some((graph) => graph >= 0);
+    note.textContent = 'No graph of this run has nodes.';
   }
 
   /** Puts all nodes on the scale of the chosen measure. */

@@ -2,6 +2,8 @@
 
 /** Bars of the picture of busy threads at most. */
 const mostBars = 48;
+/** Problems that are told at once; the others on request. */
+const mostProblems = 3;
 
 /** Shows the run's figures for the current range. */
 class SummaryView {
@@ -128,14 +130,18 @@ class SummaryView {
     if (end && !sentences.some((sentence) => sentence.includes(end))) sentences.unshift(`The converter would have ended here: ${end}`);
     problems.hidden = sentences.length === 0;
     if (problems.hidden || problems.childElementCount > 0) return;
-    const details = document.createElement('details');
-    details.open = sentences.length <= 3;
-    const title = sentences.length === 1 ? 'One problem in this run' : `${sentences.length} problems in this run`;
+    const title = makeElement('h2', '', sentences.length === 1 ? 'A problem in this run' : `${sentences.length} problems in this run`);
+    if (end) title.append(' – figures and pictures cover what was recorded before the converter ended');
+    problems.replaceChildren(title, this.listOf(sentences.slice(0, mostProblems)));
+    if (sentences.length <= mostProblems) return;
+    const more = document.createElement('details');
+    more.append(makeElement('summary', '', `${sentences.length - mostProblems} more`), this.listOf(sentences.slice(mostProblems)));
+    problems.append(more);
+  }
+
+  listOf(sentences) {
     const list = document.createElement('ul');
     list.append(...sentences.map((sentence) => showName(document.createElement('li'), sentence, 2000)));
-    const summary = makeElement('summary', '', title);
-    if (end) summary.append(' – figures and pictures cover what was recorded before the converter ended');
-    details.append(summary, list);
-    problems.replaceChildren(details);
+    return list;
   }
 }

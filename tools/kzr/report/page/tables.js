@@ -21,7 +21,7 @@ function csvCell(value) {
 /**
  * A table of rows by number. A column has `name`, `label`, `value(row)` for order and CSV, and where it is shown in
  * another way `show(cell, row)`; `isNumber` sets it to the right; `isHidden` leaves it to CSV; `isOrder` says that rows
- * are in its order.
+ * are in its order, `isFiltered` that the filter looks at it.
  */
 class Table {
   constructor(element, {label, columns, sort, onSelect}) {
@@ -96,8 +96,8 @@ class Table {
     this.rows = Uint32Array.from(rows);
     this.focused = Math.min(this.focused, Math.max(0, rows.length - 1));
     this.showOrder();
-    this.foot.textContent = rows.length === this.count ? '' : `${groupDigits(rows.length)} of ${groupDigits(this.count)} shown`;
-    this.foot.hidden = rows.length === this.count;
+    this.foot.textContent = this.count === 0 ? 'nothing to list' : `${groupDigits(rows.length)} of ${groupDigits(this.count)} shown`;
+    this.foot.hidden = this.count > 0 && rows.length === this.count;
     this.redraw.ask();
   }
 
@@ -113,7 +113,7 @@ class Table {
   }
 
   matches(row, needle) {
-    return this.columns.some((column) => !column.isNumber && String(column.value(row) ?? '').toLowerCase().includes(needle));
+    return this.columns.some((column) => column.isFiltered && String(column.value(row) ?? '').toLowerCase().includes(needle));
   }
 
   showOrder() {
@@ -282,8 +282,8 @@ class TablesView {
       show: (cell, node) => { cell.textContent = of(name)(node) === null ? '–' : model.time.short(of(name)(node)); },
     });
     const columns = [
-      {name: 'name', label: 'Node', value: (node) => model.nameOf(node), show: (cell, node) => this.showNode(cell, node)},
-      {name: 'id', label: 'Id', isHidden: true, value: (node) => model.nodes.id[node]},
+      {name: 'name', label: 'Node', isFiltered: true, value: (node) => model.nameOf(node), show: (cell, node) => this.showNode(cell, node)},
+      {name: 'id', label: 'Id', isHidden: true, isFiltered: true, value: (node) => model.nodes.id[node]},
       {...ticks('self_ticks', 'Self time', 'Time in executions without what is nested in them'),
         show: (cell, node) => this.showShare(cell, Number(of('self_ticks')(node)))},
       {name: 'executions', label: 'Executions', isNumber: true, value: of('executions'),
@@ -300,7 +300,7 @@ class TablesView {
       {...ticks('first_begin', 'First begin'), isHidden: true},
       {...ticks('last_end', 'Last end'), isHidden: true},
       {name: 'function', label: 'Function', isHidden: true, value: (node) => model.nodes.function[node]},
-      {name: 'source', label: 'Source', value: (node) => model.nodes.source[node],
+      {name: 'source', label: 'Source', isFiltered: true, value: (node) => model.nodes.source[node],
         show: (cell, node) => showName(cell, model.nodes.source[node] ?? '–', 60)},
     ];
     return new Table(document.getElementById('nodes'), {
@@ -338,7 +338,7 @@ class TablesView {
       },
     });
     const columns = [
-      {name: 'thread', label: 'Thread', isNumber: true, value: (row) => model.threadOf(at(row).lane)},
+      {name: 'thread', label: 'Thread', isNumber: true, isFiltered: true, value: (row) => model.threadOf(at(row).lane)},
       {name: 'busy_ticks', label: 'Busy', isNumber: true, value: (row) => at(row).busy,
         show: (cell, row) => { cell.textContent = model.time.short(at(row).busy); }},
       {name: 'busy_share', label: 'of the makespan', isNumber: true, value: (row) => Math.round(share(row) * 1e6) / 1e6,
@@ -368,13 +368,13 @@ class TablesView {
     });
     const columns = [
       {name: 'step', label: 'Step', isNumber: true, isOrder: true, value: (row) => row + 1},
-      {name: 'node', label: 'Node', value: (row) => (node(row) < 0 ? '…' : model.nameOf(node(row))),
+      {name: 'node', label: 'Node', isFiltered: true, value: (row) => (node(row) < 0 ? '…' : model.nameOf(node(row))),
         show: (cell, row) => { if (node(row) >= 0) this.showNode(cell, node(row)); else cell.textContent = '…'; }},
       ticks('duration', 'Duration', (row) => known(times().end[row] - times().begin[row])),
       ticks('gap', 'Gap before', (row) => Number(model.figures.path.gap[row])),
-      {name: 'gap_kind', label: 'Waited for', value: (row) => model.figures.path.kind[row] ?? '',
+      {name: 'gap_kind', label: 'Waited for', isFiltered: true, value: (row) => model.figures.path.kind[row] ?? '',
         about: 'enclosing: inside something else; thread: its data was there; data: its thread was there'},
-      {name: 'thread', label: 'Thread', isNumber: true, value: (row) => model.threadOf(model.figures.path.lane[row])},
+      {name: 'thread', label: 'Thread', isNumber: true, isFiltered: true, value: (row) => model.threadOf(model.figures.path.lane[row])},
       ticks('begin', 'Begin', (row) => known(times().begin[row])),
     ];
     return new Table(document.getElementById('path'), {

@@ -379,7 +379,8 @@ function visitBusyTimes(blocks, view, visit) {
     time = Math.max(time, to);
   };
   const close = () => {
-    passTo(ends.pop());
+    passTo(ends[ends.length - 1]);
+    ends.pop();
     depths.pop();
     kinds.pop();
   };

@@ -37,6 +37,7 @@ class TimelineInput {
     // Over the names of the threads the wheel scrolls.
     if (event.target === timeline.canvas && event.offsetX < gutterWidth) return;
     event.preventDefault();
+    this.hover.hidden = true;
     const pixels = wheelPixels(event);
     if (event.shiftKey || Math.abs(event.deltaX) > Math.abs(event.deltaY)) {
       timeline.pan((event.shiftKey ? pixels : event.deltaX) / timeline.timeWidth);

@@ -326,7 +326,7 @@ class LanePainter {
 
   pathY(lane) {
     const {tops, top, rowHeight} = this.timeline;
-    return tops[lane] - top + laneGap / 2 + rowHeight - 4.5;
+    return tops[lane] - top + laneGap / 2 + rowHeight - 2.5;
   }
 
   /** A frame around the selected execution. */
