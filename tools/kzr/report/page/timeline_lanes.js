@@ -374,6 +374,7 @@ class LanePainter {
     note.hidden = !this.leavesOut;
     if (!this.leavesOut) return;
     note.textContent = `Detail is left out here to keep the page small: it holds ${groupDigits(run.detailed)} of `
-      + `${groupDigits(run.executions)} executions one by one. The picture shows shares of the time.`;
+      + `${groupDigits(run.executions)} executions one by one. `
+      + 'The picture shows shares of the time, marks and steps pass the others over.';
   }
 }
