@@ -1,7 +1,8 @@
 'use strict';
+const assert = require('node:assert/strict');
 const {pageTest} = require('./browser');
-const {assertSame, copiedTable, openReport, setRange, shownFigures} = require('./report_page');
-const {figures, randomRun, report, smallRun} = require('./runs');
+const {assertSame, copiedTable, openReport, pixelsOfColour, setRange, shownFigures} = require('./report_page');
+const {figures, largeRun, randomRun, report, smallRun} = require('./runs');
 
 /** All times at which something on the path begins or ends, for ranges that cut or touch executions. */
 function timesOf({path}) {
@@ -60,5 +61,19 @@ pageTest('tables show the figures of the range, sorted and filtered, and copy th
     assertSame(nodes, byId(expected.nodes.map(texts)), 'nodes');
     const threads = byId(await copiedTable(page, 'threads'));
     assertSame(threads, byId(expected.threads.map(texts)), 'threads');
+  }
+});
+
+pageTest('the picture of busy threads is filled as far as threads were busy', async (openPage) => {
+  for (const run of [smallRun('pipeline'), largeRun('manyfiles', 0.02), largeRun('timeline', 0.05)]) {
+    const page = await openReport(openPage, report(run));
+    const {count} = await pixelsOfColour(page, '#busy', '--busy');
+    const {threads} = figures(run);
+    const {share, area} = await page.evaluate((busy) => {
+      const {span, threads} = JSON.parse(document.getElementById('run').textContent);
+      const {width, height} = document.querySelector('#busy');
+      return {share: busy / Number(span) / threads.length, area: (width - gutterWidth) * (height - axisHeight - 4)};
+    }, threads.reduce((sum, {busy_ticks}) => sum + Number(busy_ticks), 0));
+    assert.ok(Math.abs(count / area - share) < 0.1 * share, `${count / area} of the picture, not ${share}`);
   }
 });

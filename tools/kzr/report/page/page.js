@@ -278,7 +278,7 @@ class Page {
 
   key(event) {
     if (event.ctrlKey || event.metaKey || event.altKey) return;
-    const isField = event.target instanceof Element && event.target.matches('input, select, textarea');
+    const isField = event.target instanceof Element && event.target.matches('input:not([type="checkbox"]), select, textarea');
     if (isField && event.key !== 'Escape') return;
     const action = this.keyAction(event);
     if (!action) return;
