@@ -45,7 +45,32 @@ node_order::node_order(const node_links& links, std::vector<bool> has_run)
       has_run_(std::move(has_run)),
       found_of_(links.node_count()),
       visited_by_(links.node_count()) {
+  find_hubs();
   find_stand_ins();
+}
+
+bool node_order::is_before(std::uint32_t before, std::uint32_t node) {
+  // Nodes have few hubs and share them with many others, so that an answer for each hub is known already. Of
+  // those with many hubs one answer is quicker to look through.
+  constexpr std::size_t most_hubs = 8;
+  const auto has = [](std::span<const std::uint32_t> nodes, std::uint32_t wanted) {
+    return std::ranges::binary_search(nodes, wanted);
+  };
+  const std::span<const std::uint32_t> hubs = hubs_of(node);
+  if (hubs.size() > most_hubs) return has(nodes_before(node), before);
+  if (has_run_[before] && has(links_.sources_of(node), before)) return true;
+  return std::ranges::any_of(hubs, [&](std::uint32_t hub) { return has(nodes_before(hub), before); });
+}
+
+void node_order::find_hubs() {
+  first_hub_.reserve(std::size_t{links_.node_count()} + 1);
+  for (std::uint32_t node = 0; node < links_.node_count(); ++node) {
+    first_hub_.push_back(hubs_.size());
+    for (const std::uint32_t source : links_.sources_of(node)) {
+      if (is_looked_through(source)) hubs_.push_back(source);
+    }
+  }
+  first_hub_.push_back(hubs_.size());
 }
 
 /// Many nodes get all they get from one other that did not run, such as a queue. Those share one answer.

@@ -45,18 +45,26 @@ class node_order {
   node_order(const node_order&) = delete;
   node_order& operator=(const node_order&) = delete;
 
-  /// The nodes before `node`, ascending; valid until the next call.
-  [[nodiscard]] std::span<const std::uint32_t> nodes_before(std::uint32_t node);
+  /// Whether `before` is one of the nodes before `node`.
+  [[nodiscard]] bool is_before(std::uint32_t before, std::uint32_t node);
 
  private:
   [[nodiscard]] bool is_looked_through(std::uint32_t node) const {
     return links_.is_composite(node) || !has_run_[node];
   }
+  void find_hubs();
   void find_stand_ins();
+  [[nodiscard]] std::span<const std::uint32_t> hubs_of(std::uint32_t node) const {
+    return {hubs_.data() + first_hub_[node], first_hub_[node + 1] - first_hub_[node]};
+  }
+  /// The nodes before `node`, ascending; valid until the next call.
+  [[nodiscard]] std::span<const std::uint32_t> nodes_before(std::uint32_t node);
   [[nodiscard]] std::vector<std::uint32_t> collect_before(std::uint32_t node);
 
   const node_links& links_;
   std::vector<bool> has_run_;
+  std::vector<std::uint32_t> hubs_;  ///< of each node: those of its sources that are looked through
+  std::vector<std::size_t> first_hub_;
   /// By node: one that has the same nodes before it.
   std::vector<std::uint32_t> stand_ins_;
   /// By node: what was found, one more than the index in `found_`, 0 before it is looked for.

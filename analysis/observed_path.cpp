@@ -1,7 +1,6 @@
 #include "analysis/observed_path.h"
 
 #include <algorithm>
-#include <span>
 
 #include "analysis/execution_table.h"
 #include "analysis/node_links.h"
@@ -67,8 +66,7 @@ class path_finder {
 
  private:
   [[nodiscard]] bool is_linked(std::uint32_t before, std::uint32_t execution) {
-    const std::span<const std::uint32_t> nodes = order_.nodes_before(executions_.node_of(execution));
-    return std::ranges::binary_search(nodes, executions_.node_of(before));
+    return order_.is_before(executions_.node_of(before), executions_.node_of(execution));
   }
   [[nodiscard]] bool is_on_same_thread(std::uint32_t before, std::uint32_t execution) const {
     return executions_.thread_of(before) == executions_.thread_of(execution);

@@ -65,7 +65,7 @@ _kzr_record() {
   elif ((word < COMP_CWORD)) && declare -F _command_offset >/dev/null; then
     _command_offset "$word"
   elif [[ $current == -* ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--help --version --output' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W '--help --version --output --report' -- "$current")
   else
     compopt -o filenames
     mapfile -t COMPREPLY < <(compgen -c -f -- "$current")

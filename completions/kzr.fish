@@ -56,4 +56,5 @@ complete -c kzr -n '__kzr_does report' -l no-omp -d 'Do not look into OpenMP reg
 
 complete -c kzr -n '__kzr_does record' -s o -l output -x -a '(__fish_complete_directories)' \
     -d 'Record into this directory'
+complete -c kzr -n '__kzr_does record' -l report -d 'Write a page of each recording'
 complete -c kzr -n '__kzr_does record' -x -a '(__fish_complete_subcommand --fcs-skip=2)'

@@ -52,6 +52,7 @@ _kzr_record() {
     '(-h --help)'{-h,--help}'[print a short help]' \
     '--version[print the version]' \
     '(-o --output)'{-o,--output}'[record into this directory]:directory:_directories' \
+    '--report[write a page of each recording]' \
     '(-):program:_command_names -e' \
     '*::argument:_normal'
 }

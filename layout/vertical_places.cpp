@@ -8,7 +8,6 @@
 #include "layout/line_shortening.h"
 
 std::vector<std::int64_t> find_vertical_places(const layered_graph& graph) {
-  constexpr int further_moves = 4;
   const alignment_input input(graph);
   std::optional<block_alignment> best;
   for (const bool to_left : {true, false}) {
@@ -18,7 +17,6 @@ std::vector<std::int64_t> find_vertical_places(const layered_graph& graph) {
       if (!best || alignment.cost() < best->cost()) best.emplace(std::move(alignment));
     }
   }
-  for (int i = 0; i < further_moves; ++i) best->move_to_neighbours();
   std::vector<std::int64_t> places = best->places();
   shorten_lines(graph, best->blocks(), places);
   const std::int64_t top = *std::ranges::min_element(places);

@@ -6,6 +6,7 @@ report_page.py KZR2XML KZR GENERATE_RUN [--seeds FROM:TO]
 """
 import argparse
 import base64
+import glob
 import json
 import os
 import random
@@ -228,6 +229,59 @@ def check_marks(got, lines):
         yield 'user events: %s, not %s' % (mine[:3], other[:3])
 
 
+def read_documents(directory):
+    """The nodes of each graph of the documents, and between them the edges as pairs of node and port."""
+    nodes, edges = [], []
+    for path in glob.glob(directory + '/*.graphml'):
+        with open(path, encoding='utf-8', errors='replace') as document:
+            for line in document:
+                if line.startswith('<graph '):
+                    nodes.append([])
+                elif found := re.match(r'  <node  id="(.*?)">', line):
+                    nodes[-1].append(found[1])
+                elif line.startswith('  <edge '):
+                    # Two ends of one kind have the same word in front.
+                    edges.append(frozenset(re.findall(r'(?:source|target)="(.*?)" .*?port="(.*?)"', line)))
+    return nodes, edges
+
+
+def check_graph(got, documents):
+    """Compares the graphs with the documents, and what is drawn in each with its size."""
+    graphs, nodes, ports, edges = (got.graph[name] for name in ('graphs', 'nodes', 'ports', 'edges'))
+    ids = got.nodes['id']
+    document_nodes, document_edges = documents
+    drawn = [[] for _ in graphs['x']]
+    for node, graph in enumerate(nodes['graph']):
+        if graph >= 0:
+            drawn[graph].append(node)
+    mine = sorted(sorted(ids[node] for node in inside) for inside in drawn)
+    if mine != sorted(map(sorted, document_nodes)):
+        yield 'graphs: %s, not %s' % (mine, document_nodes)
+    ends = [[(ids[ports['node'][port]], ports['name'][port]) for port in edges[end]] for end in ('source', 'target')]
+    mine = {frozenset(pair) for removed, *pair in zip(edges['removed'], *ends) if not removed}
+    graph_of = {ids[node]: graph for node, graph in enumerate(nodes['graph'])}
+    other = {edge for edge in document_edges if len({graph_of.get(node) for node, _ in edge}) == 1}
+    # The documents put the ports of hidden nodes at the composite node around, where the picture has none of them.
+    composites = {ids[node] for node, inner in enumerate(nodes['inner']) if inner >= 0}
+    missing = {edge for edge in other - mine if composites.isdisjoint(node for node, _ in edge)}
+    if missing or not mine <= other:
+        yield 'edges: %s, not %s' % (mine - other, missing)
+    for graph, inside in enumerate(drawn):
+        boxes = [[nodes[name][node] for name in ('x', 'y', 'width', 'height')] for node in inside]
+        if any(x < 0 or y < 0 or x + width > graphs['width'][graph] or y + height > graphs['height'][graph]
+               for x, y, width, height in boxes):
+            yield 'a node is outside of graph %d' % graph
+        if any(a[0] < b[0] + b[2] and b[0] < a[0] + a[2] and a[1] < b[1] + b[3] and b[1] < a[1] + a[3]
+               for i, a in enumerate(boxes) for b in boxes[:i]):
+            yield 'nodes of graph %d overlap' % graph
+    if any(not 0 < y < nodes['height'][node] for y, node in zip(ports['y'], ports['node'])):
+        yield 'a port is not beside its node'
+    if any(nodes['inner'][parent] != graph for graph, parent in enumerate(graphs['parent']) if parent >= 0):
+        yield 'a graph is not the inner one of the node that it is in'
+    if not sum(edges['points']) == len(edges['x']) == len(edges['y']):
+        yield 'edges have %d points, not %d' % (sum(edges['points']), len(edges['x']))
+
+
 class checker:
     def __init__(self, arguments):
         self.converter, self.kzr = os.path.abspath(arguments.converter), os.path.abspath(arguments.kzr)
@@ -251,6 +305,7 @@ class checker:
                 return
             _, executions, _ = random_runs.read_run(outputs)
             lines = list(random_runs.read_lines(outputs + '/run.traceml'))
+            documents = read_documents(outputs)
         times = [t for e in executions for t in (e.begin, e.end)] or [0]
         low, high = sorted(rng.choice(times) for _ in range(2))
         for limits in (), ('--from', str(low), '--to', str(high)):
@@ -260,6 +315,7 @@ class checker:
         yield from check_executions(got, executions)
         yield from check_pyramid(got, executions)
         yield from check_marks(got, lines)
+        yield from check_graph(got, documents)
 
     def check_part(self, run):
         """A page that may hold a part of the executions only."""
@@ -292,7 +348,7 @@ def main():
     parser = argparse.ArgumentParser()
     for name in 'converter', 'kzr', 'generator':
         parser.add_argument(name)
-    parser.add_argument('--seeds', default='0:60')
+    parser.add_argument('--seeds', default='0:40')
     arguments = parser.parse_args()
     check = checker(arguments)
     failed = 0

@@ -207,6 +207,23 @@ TEST_P(recorded_program, gives_the_same_structure_each_time) {
   }
 }
 
+TEST_P(recorded_program, has_a_page_of_each_recording_that_asks_for_it) {
+  const auto report = [this](const std::string& directory, const std::string& scenario) {
+    return run_program({KZR_PROGRAM, "record", "--report", "-o", directory, program(), scenario},
+                       scratch_.path());
+  };
+  const auto both = report("run", "forked");
+  EXPECT_EQ(both.exit_status, 0);
+  for (const std::string name : {"run", "run.2"}) {
+    EXPECT_TRUE(fs::is_regular_file(scratch_ / (name + ".html")));
+    EXPECT_NE(both.err.find("kzr: the report of " + name + " is " + name + ".html\n"), std::string::npos);
+  }
+  fs::create_directory(scratch_ / "taken.html");
+  const auto unwritable = report("taken", "exit_inside");
+  EXPECT_EQ(unwritable.exit_status, 7);
+  EXPECT_NE(unwritable.err.find("kzr: taken.html cannot be written: "), std::string::npos) << unwritable.err;
+}
+
 TEST_P(recorded_program, leaves_nothing_when_there_is_nothing_to_record) {
   const auto disabled = record("one_region", {"OMP_TOOL=disabled"});
   EXPECT_EQ(disabled.exit_status, 0);

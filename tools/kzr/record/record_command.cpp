@@ -15,9 +15,12 @@
 #include <vector>
 
 #include "kzr/common/complaint.h"
+#include "kzr/common/run_option.h"
 #include "kzr/record/child_process.h"
 #include "kzr/record/openmp_runtime.h"
 #include "kzr/record/recorded_runs.h"
+#include "kzr/report/page_file.h"
+#include "kzr/report/run_report.h"
 
 namespace fs = std::filesystem;
 
@@ -29,7 +32,7 @@ constexpr int exit_not_executable = 126;
 constexpr int exit_not_found = 127;
 
 constexpr const char* description =
-    "kzr record [-o DIRECTORY] PROGRAM [ARGUMENT...]\n"
+    "kzr record [-o DIRECTORY] [--report] PROGRAM [ARGUMENT...]\n"
     "Runs PROGRAM and records its OpenMP regions and tasks. The program has this command's standard "
     "streams,\n"
     "signals and exit status. Options behind PROGRAM are the program's own.";
@@ -82,9 +85,22 @@ void tell(const std::vector<recorded_process>& runs) {
              describe_size(run.size_bytes) + ", in " + run.directory.string() +
              (run.replaced_runtime ? " (LLVM's OpenMP runtime in front of GCC's)" : ""));
   }
-  const std::string first = runs.front().directory.string();
-  complain("look at it with \"kzr dump --omp_experimental " + first + "\" and \"QZD_DIR=" + first +
-           " kzr2xml NAME --omp_experimental\"");
+}
+
+/// Writes the page of each recording. What goes wrong is told; the status is the program's all the same.
+void write_pages(const std::vector<recorded_process>& runs) {
+  for (const recorded_process& run : runs) {
+    try {
+      report_settings settings;
+      settings.stem = find_trace_stem(run.directory.string());
+      const run_report report = make_report(settings);
+      const std::string path = default_page_path(report);
+      write_page_file(report, path, default_page_mebibytes);
+      complain("the report of " + run.directory.string() + " is " + path);
+    } catch (const std::exception& failure) {
+      complain(failure.what());
+    }
+  }
 }
 
 std::string why_nothing(bool has_llvm_runtime) {
@@ -95,11 +111,16 @@ std::string why_nothing(bool has_llvm_runtime) {
   return "the program made no OpenMP region or task, or has a runtime that cannot be recorded";
 }
 
-int record(const std::vector<std::string>& command, const fs::path& wanted) {
+struct record_options {
+  std::string directory;
+  bool writes_pages = false;
+};
+
+int record(const std::vector<std::string>& command, const record_options& options) {
   std::optional<recorded_runs> runs;
   child_end end;
   try {
-    runs.emplace(wanted);
+    runs.emplace(options.directory);
     end = run_child(command, make_environment(command.front(), runs->directory()));
   } catch (const std::exception& failure) {
     complain(failure.what());
@@ -115,6 +136,11 @@ int record(const std::vector<std::string>& command, const fs::path& wanted) {
     complain("nothing was recorded: " + why_nothing(find_llvm_runtime().has_value()));
   } else {
     tell(recorded);
+    if (options.writes_pages) {
+      write_pages(recorded);
+    } else {
+      complain("look at it with \"kzr report " + recorded.front().directory.string() + '"');
+    }
   }
   if (end.signal != 0) end_by_signal(end.signal);
   return end.signal != 0 ? 128 + end.signal : end.exit_status;
@@ -136,12 +162,16 @@ std::vector<std::string> read_command(const CLI::App& command) {
 }  // namespace
 
 subcommand_action set_up_record(CLI::App& command) {
-  const auto directory = std::make_shared<std::string>();
+  const auto options = std::make_shared<record_options>();
   command.description(description);
   command.footer(footer);
   // What follows the first word that is no option is the program's.
   command.prefix_command();
-  command.add_option("-o,--output", *directory, "Record into this directory instead of _qzd_<date>_<time>")
+  command
+      .add_option("-o,--output", options->directory,
+                  "Record into this directory instead of _qzd_<date>_<time>")
       ->type_name("DIRECTORY");
-  return [&command, directory] { return record(read_command(command), *directory); };
+  command.add_flag("--report", options->writes_pages,
+                   "Write a page of each recording, as \"kzr report\" does");
+  return [&command, options] { return record(read_command(command), *options); };
 }

@@ -5,15 +5,14 @@
 #include <iostream>
 #include <memory>
 
-#include "driver/conversion.h"
 #include "kzr/common/complaint.h"
 #include "kzr/common/exit_status.h"
 #include "kzr/common/number_option.h"
-#include "kzr/common/output_file.h"
 #include "kzr/common/printable.h"
 #include "kzr/common/run_option.h"
 #include "kzr/dump/summary_text.h"
 #include "kzr/report/desktop_browser.h"
+#include "kzr/report/page_file.h"
 #include "kzr/report/page_writer.h"
 #include "kzr/report/report_json.h"
 #include "kzr/report/report_text.h"
@@ -38,12 +37,11 @@ struct report_options {
   bool as_text = false;
   bool as_json = false;
   std::string output;
-  std::uint64_t max_size_mib = 64;
+  std::uint64_t max_size_mib = default_page_mebibytes;
   bool opens_page = false;
 };
 
 constexpr std::uint64_t most_mebibytes = 1'000'000;
-constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20;
 /// Of a run with more problems the rest is only counted.
 constexpr std::size_t most_problems = 40;
 
@@ -57,18 +55,13 @@ void tell_page(const run_report& report, const std::string& path, const page_det
 }
 
 void write_page_to(const report_options& options, const run_report& report) {
-  const std::uint64_t max_bytes = options.max_size_mib * mebibyte;
   if (options.output == "-") {
-    static_cast<void>(write_page(report, max_bytes, [](std::string_view bytes) { std::cout << bytes; }));
+    static_cast<void>(
+        write_page(report, options.max_size_mib << 20, [](std::string_view bytes) { std::cout << bytes; }));
     return;
   }
-  const std::string path = options.output.empty() ? report.name + ".html" : options.output;
-  ignore_output_signals();
-  output_file file(path);
-  const page_detail detail =
-      write_page(report, max_bytes, [&file](std::string_view bytes) { file.write(bytes); });
-  file.finish();
-  tell_page(report, path, detail);
+  const std::string path = options.output.empty() ? default_page_path(report) : options.output;
+  tell_page(report, path, write_page_file(report, path, options.max_size_mib));
   if (!options.opens_page) return;
   const std::string failure = open_on_desktop(path);
   if (!failure.empty()) complain("the page could not be opened, only written: " + failure);

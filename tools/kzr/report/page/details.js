@@ -68,26 +68,37 @@ class DetailsView {
 
   nodeList() {
     const {model, state} = this;
-    const {columns} = model.figures;
-    const {time} = model;
+    const {nodes} = model;
     const {node} = state;
-    const at = (name) => columns[name][node];
-    const selfShare = Number(at('self_ticks')) / model.figures.threads.reduce((sum, thread) => sum + Number(thread.busy), 0);
-    const hasRun = at('executions') > 0 || Number(at('total_ticks')) > 0;
-    const rows = !hasRun ? [['Executions', state.range ? 'none in this range' : 'none']] : [
-      ['Executions', `${groupDigits(at('executions'))} on ${countText(at('threads'), 'thread')}`],
-      ['Self time', `${time.short(at('self_ticks'))}${Number.isFinite(selfShare) ? ` – ${percentText(selfShare)} of all busy time` : ''}`],
-      ['Total', time.short(at('total_ticks'))],
-      ['Duration', at('executions') > 0
-        ? `median ${time.short(at('p50_ticks'))}, 90\u202f% ${time.short(at('p90_ticks'))}, 99\u202f% ${time.short(at('p99_ticks'))}` : '–'],
-      ['Least, mean, greatest', at('executions') > 0
-        ? `${time.short(at('min_ticks'))}, ${time.short(at('mean_ticks'))}, ${time.short(at('max_ticks'))}` : '–'],
-      ['Idle share', time.short(at('idle_share_ticks'))],
-    ];
-    if (model.nodes.name[node] !== model.nodes.id[node]) rows.push(['Id', model.nodes.id[node]]);
-    if (model.nodes.function[node]) rows.push(['Function', model.nodes.function[node]]);
-    if (model.nodes.source[node]) rows.push(['Source', model.nodes.source[node]]);
+    const rows = this.figureRows();
+    if (nodes.name[node] !== nodes.id[node]) rows.push(['Id', nodes.id[node]]);
+    if (nodes.function[node]) rows.push(['Function', nodes.function[node]]);
+    if (nodes.source[node]) rows.push(['Source', nodes.source[node]]);
     return this.list(rows);
+  }
+
+  figureRows() {
+    const {model, state} = this;
+    const {figures} = model;
+    const at = (name) => figures.columns[name][state.node];
+    const time = (name) => model.time.short(at(name));
+    if (at('executions') === 0 && Number(at('total_ticks')) === 0) {
+      return [['Executions', state.range ? 'none in this range' : 'none']];
+    }
+    const busy = figures.threads.reduce((sum, thread) => sum + Number(thread.busy), 0);
+    const share = busy > 0 ? ` – ${percentText(Number(at('self_ticks')) / busy)} of all busy time` : '';
+    const rows = [
+      ['Executions', `${groupDigits(at('executions'))} on ${countText(at('threads'), 'thread')}`],
+      ['Self time', time('self_ticks') + share],
+      ['Total', time('total_ticks')],
+    ];
+    if (at('executions') > 0) {
+      const spread = `90\u202f% ${time('p90_ticks')}, 99\u202f% ${time('p99_ticks')}`;
+      rows.push(['Duration', `median ${time('p50_ticks')}, ${spread}`]);
+      rows.push(['Least, mean, greatest', `${time('min_ticks')}, ${time('mean_ticks')}, ${time('max_ticks')}`]);
+    }
+    rows.push(['Idle share', time('idle_share_ticks')]);
+    return rows;
   }
 
   list(rows) {
@@ -124,7 +135,8 @@ class DetailsView {
     model.selfTimeOf(execution, job).then((ticks) => {
       self.textContent = ticks === null ? 'unknown, detail is left out' : time.long(ticks);
     }, showError);
-    part.append(makeElement('h3', '', execution.kind === barrierKind ? 'This wait at a barrier' : 'This execution'), list);
+    const title = execution.kind === barrierKind ? 'This wait at a barrier' : 'This execution';
+    part.append(makeElement('h3', '', title), list);
     return part;
   }
 

@@ -65,7 +65,7 @@ class GraphView {
     }
     const legend = document.getElementById('legend');
     legend.replaceChildren('0', steps, text(scale.most));
-    legend.setAttribute('aria-label', `Colours from 0 to ${text(scale.most)}, light to dark or dark to light; outlined white: none`);
+    legend.setAttribute('aria-label', `Colours from 0 to ${text(scale.most)}; nodes without any are not filled`);
   }
 
   /** The camera: pixels = (units of `graph` - x, y) * scale. Without one all of the graph is shown. */
@@ -98,7 +98,8 @@ class GraphView {
     if (this.state.node >= 0) this.drawSelected();
     this.drawBadges();
     clearTimeout(this.restTimer);
-    if (this.isCut && !isAtRest) this.restTimer = setTimeout(() => requestAnimationFrame(() => this.draw(true)), restDelay);
+    if (!this.isCut || isAtRest) return;
+    this.restTimer = setTimeout(() => requestAnimationFrame(() => this.draw(true)), restDelay);
   }
 
   /** Draws the outermost graph in view, then the inner ones of boxes that are wide enough. */
@@ -120,7 +121,9 @@ class GraphView {
 
   fillsView({graph, x, y, scale}) {
     const {graphs} = this.layout;
-    return x <= 0 && y <= 0 && x + graphs.width[graph] * scale >= this.width && y + graphs.height[graph] * scale >= this.height;
+    const right = x + graphs.width[graph] * scale;
+    const bottom = y + graphs.height[graph] * scale;
+    return x <= 0 && y <= 0 && right >= this.width && bottom >= this.height;
   }
 
   frameAround(frame) {
@@ -144,7 +147,8 @@ class GraphView {
     for (let graph = 0; graph < this.layout.graphCount; ++graph) {
       if (graphs.parent[graph] >= 0) continue;
       const frame = {graph, x: x + graphs.x[graph] * scale, y: y + graphs.y[graph] * scale, scale};
-      if (this.isInView(frame.x, frame.y, graphs.width[graph] * scale, graphs.height[graph] * scale)) frames.push(frame);
+      const isInView = this.isInView(frame.x, frame.y, graphs.width[graph] * scale, graphs.height[graph] * scale);
+      if (isInView) frames.push(frame);
     }
     return frames;
   }
@@ -158,7 +162,9 @@ class GraphView {
     const {x, y, scale} = frame;
     const {nodes} = this.layout;
     const specks = [];
-    this.layout.eachNode(frame.graph, -x / scale, -y / scale, (this.width - x) / scale, (this.height - y) / scale, (node) => {
+    const right = (this.width - x) / scale;
+    const bottom = (this.height - y) / scale;
+    this.layout.eachNode(frame.graph, -x / scale, -y / scale, right, bottom, (node) => {
       const left = x + nodes.x[node] * scale;
       const top = y + nodes.y[node] * scale;
       const width = nodes.width[node] * scale;
@@ -263,7 +269,8 @@ class GraphView {
       context.textAlign = 'left';
       context.textBaseline = 'middle';
       context.fillStyle = palette.text;
-      context.fillText(this.fitText(node, box.width - 20, size, '600'), Math.max(box.left + 10, 6), box.top + title / 2);
+      const name = this.fitText(node, box.width - 20, size, '600');
+      context.fillText(name, Math.max(box.left + 10, 6), box.top + title / 2);
     }
     const place = layout.placeInParent(inner);
     pending.push({
@@ -434,9 +441,10 @@ class GraphView {
   /** The innermost node at a place of the canvas, -1 for none. */
   nodeAt(px, py) {
     for (const frame of this.shownGraphs.slice().reverse()) {
-      const {x, y, scale} = frame;
+      const x = (px - frame.x) / frame.scale;
+      const y = (py - frame.y) / frame.scale;
       let found = -1;
-      this.layout.eachNode(frame.graph, (px - x) / scale, (py - y) / scale, (px - x) / scale, (py - y) / scale, (node) => {
+      this.layout.eachNode(frame.graph, x, y, x, y, (node) => {
         const {left, top, width, height} = this.boxOf(node, frame);
         if (px >= left - 1 && px <= left + width + 1 && py >= top - 1 && py <= top + height + 1) found = node;
       });
@@ -464,7 +472,8 @@ class GraphView {
     for (let inner = this.innerThatFills(frame); inner; inner = this.innerThatFills(frame)) frame = inner;
     const least = this.cameraFor(-1, this.layout.extent).scale / 4;
     if (frame.graph < 0 && frame.scale < least) return;
-    this.state.set({camera: {graph: frame.graph, x: -frame.x / frame.scale, y: -frame.y / frame.scale, scale: frame.scale}});
+    const {graph, x, y, scale} = frame;
+    this.state.set({camera: {graph, x: -x / scale, y: -y / scale, scale}});
   }
 
   /** The inner graph, of a frame, that fills the view, null when there is none. */
@@ -509,7 +518,9 @@ class GraphView {
     const {nodes} = layout;
     const width = Math.max(nodes.width[node] * 4, 300);
     const height = Math.max(nodes.height[node] * 4, 160);
-    const box = {x: nodes.x[node] + nodes.width[node] / 2 - width / 2, y: nodes.y[node] + nodes.height[node] / 2 - height / 2, width, height};
+    const x = nodes.x[node] + (nodes.width[node] - width) / 2;
+    const y = nodes.y[node] + (nodes.height[node] - height) / 2;
+    const box = {x, y, width, height};
     this.setCamera(this.cameraFor(nodes.graph[node], box));
   }
 

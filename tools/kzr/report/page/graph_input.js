@@ -67,11 +67,14 @@ class GraphInput {
     if (node < 0) return;
     const {model} = graph;
     const {columns} = model.figures;
+    const executions = countText(columns.executions[node], 'execution');
     const lines = [
       showName(makeElement('div', 'hover-name'), model.nameOf(node), 80),
-      makeElement('div', '', `${groupDigits(columns.executions[node])} executions, self time ${model.time.short(columns.self_ticks[node])}`),
+      makeElement('div', '', `${executions}, self time ${model.time.short(columns.self_ticks[node])}`),
     ];
-    if (graph.layout.nodes.inner[node] >= 0) lines.push(makeElement('div', 'faint', 'a click on the selected node opens it'));
+    if (graph.layout.nodes.inner[node] >= 0) {
+      lines.push(makeElement('div', 'faint', 'a click on the selected node opens it'));
+    }
     hover.replaceChildren(...lines);
     placeHover(hover, event.clientX, event.clientY);
   }
@@ -81,7 +84,8 @@ class GraphInput {
     if (!graph.layout || event.ctrlKey || event.metaKey || event.altKey) return;
     const step = 60;
     const keys = {
-      w: () => graph.pan(0, -step), s: () => graph.pan(0, step), a: () => graph.pan(-step, 0), d: () => graph.pan(step, 0),
+      w: () => graph.pan(0, -step), s: () => graph.pan(0, step),
+      a: () => graph.pan(-step, 0), d: () => graph.pan(step, 0),
       ArrowUp: () => graph.pan(0, -step), ArrowDown: () => graph.pan(0, step),
       ArrowLeft: () => graph.pan(-step, 0), ArrowRight: () => graph.pan(step, 0),
       '+': () => graph.zoom(zoomPerKey), '=': () => graph.zoom(zoomPerKey), '-': () => graph.zoom(1 / zoomPerKey),

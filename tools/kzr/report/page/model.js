@@ -103,7 +103,8 @@ class RunModel {
     const times = this.pathTimes(path);
     if (times.isComplete) return times;
     for (let i = 0; i < path.lane.length; ++i) {
-      const found = this.findNow(path.lane[i], path.position[i]) ?? await this.store.find(path.lane[i], path.position[i]);
+      const [lane, position] = [path.lane[i], path.position[i]];
+      const found = this.findNow(lane, position) ?? await this.store.find(lane, position);
       if (found) {
         times.begin[i] = found.begin;
         times.end[i] = found.end;
@@ -135,7 +136,8 @@ class RunModel {
 
   /** The last end of the whole run. */
   get lastEnd() {
-    return this.run.threads.reduce((last, {last_end: end}) => (end === null ? last : Math.max(last, this.relative(end))), 0);
+    const ends = this.run.threads.filter((thread) => thread.last_end !== null);
+    return ends.reduce((last, thread) => Math.max(last, this.relative(thread.last_end)), 0);
   }
 
   /** @returns {?object} an execution, where its block is decoded */
@@ -174,8 +176,8 @@ class RunModel {
 
   /** Finds all executions of a node, in the order of their begins; lane by lane as well. */
   async findOccurrences(node, job) {
-    const lanes = this.store.lanes.map(() => (
-      {begin: new GrowingList(Float64Array), end: new GrowingList(Float64Array), position: new GrowingList(Float64Array)}));
+    const list = () => new GrowingList(Float64Array);
+    const lanes = this.store.lanes.map(() => ({begin: list(), end: list(), position: list()}));
     let missing = 0;
     await visitBlocks(this.store, {from: -Infinity, to: Infinity}, job, (lane, number, block) => {
       if (!block) {
@@ -219,7 +221,9 @@ class Occurrences {
       while (i >= 0 && i < of.begin.length && !isAfter(i)) i += step;
       if (i < 0 || i >= of.begin.length) return;
       const candidate = {lane: number, position: of.position[i], begin: of.begin[i]};
-      if (!best || (candidate.begin - best.begin) * step < 0 || (candidate.begin === best.begin && step < 0)) best = candidate;
+      const distance = best ? (candidate.begin - best.begin) * step : -1;
+      // At one time lanes follow each other, backwards on the way back.
+      if (distance < 0 || (distance === 0 && step < 0)) best = candidate;
     });
     return best;
   }

@@ -220,15 +220,17 @@ class Page {
   selectNode(node) {
     this.state.set({node, execution: null});
     this.graph.reveal(node);
-    this.say(`Node ${plainName(this.model.nameOf(node))}, ${countText(this.model.figures.columns.executions[node], 'execution')}.`);
+    const executions = countText(this.model.figures.columns.executions[node], 'execution');
+    this.say(`Node ${plainName(this.model.nameOf(node))}, ${executions}.`);
   }
 
   select(execution) {
     this.state.set({node: execution.node, execution});
     this.graph.reveal(execution.node);
     const {time} = this.model;
-    this.say(`Execution of ${plainName(this.model.nameOf(execution.node))} on thread ${this.model.threadOf(execution.lane)}, `
-      + `${time.short(execution.end - execution.begin)} from ${time.short(execution.begin)}.`);
+    const where = `on thread ${this.model.threadOf(execution.lane)}`;
+    const when = `${time.short(execution.end - execution.begin)} from ${time.short(execution.begin)}`;
+    this.say(`Execution of ${plainName(this.model.nameOf(execution.node))} ${where}, ${when}.`);
   }
 
   async selectAt(lane, position) {
@@ -288,9 +290,10 @@ class Page {
     const {timeline} = this;
     const keys = {
       w: () => timeline.zoom(1 / zoomPerKey), s: () => timeline.zoom(zoomPerKey),
-      '+': () => timeline.zoom(1 / zoomPerKey), '=': () => timeline.zoom(1 / zoomPerKey), '-': () => timeline.zoom(zoomPerKey),
-      a: () => timeline.pan(-0.15), d: () => timeline.pan(0.15), n: () => this.step(1), p: () => this.step(-1),
-      ']': () => this.step(1), '[': () => this.step(-1), f: () => this.zoomToExecution(), r: () => this.restrictToView(),
+      '+': () => timeline.zoom(1 / zoomPerKey), '=': () => timeline.zoom(1 / zoomPerKey),
+      '-': () => timeline.zoom(zoomPerKey), a: () => timeline.pan(-0.15), d: () => timeline.pan(0.15),
+      n: () => this.step(1), p: () => this.step(-1), ']': () => this.step(1), '[': () => this.step(-1),
+      f: () => this.zoomToExecution(), r: () => this.restrictToView(),
       0: () => timeline.show(0, this.model.span), '/': () => document.getElementById('search').select(),
       '?': () => this.toggleHelp(), Escape: () => this.escape(),
     };
@@ -336,7 +339,8 @@ class PageAccess {
 }
 
 function executionJson(model, {lane, position, begin, end, node}) {
-  return {id: model.nodes.id[node], thread: model.threadOf(lane), position, begin: model.absolute(begin), end: model.absolute(end)};
+  const [from, to] = [model.absolute(begin), model.absolute(end)];
+  return {id: model.nodes.id[node], thread: model.threadOf(lane), position, begin: from, end: to};
 }
 
 /** The figures of the current range, in the form of `kzr report --json`. */

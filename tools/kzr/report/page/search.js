@@ -42,11 +42,11 @@ class SearchBox {
     for (let node = 0; node < nodeCount; ++node) {
       const name = (nodes.name[node] ?? '').toLowerCase();
       const texts = [name, nodes.id[node], nodes.function[node] ?? '', nodes.source[node] ?? ''];
-      if (texts.some((text) => text.toLowerCase().includes(needle))) found.push({node, begins: name.startsWith(needle)});
+      if (!texts.some((text) => text.toLowerCase().includes(needle))) continue;
+      found.push({node, begins: name.startsWith(needle)});
     }
     const self = figures.columns.self_ticks;
     found.sort((a, b) => b.begins - a.begins || Number(self[b.node]) - Number(self[a.node]) || a.node - b.node);
-    this.foundCount = found.length;
     return found.slice(0, mostFound).map(({node}) => node);
   }
 

@@ -73,11 +73,15 @@ class Address {
     if (state.top > 0) words.set('top', Math.round(state.top));
     if (state.measure !== 'self_ticks') words.set('measure', state.measure);
     if (state.showsPath) words.set('path', '1');
-    if (camera) words.set('graph', [camera.graph, camera.x, camera.y, camera.scale].map((n) => +n.toPrecision(7)).join('_'));
+    if (camera) words.set('graph', this.cameraText(camera));
     if (state.tab !== 'nodes') words.set('table', state.tab);
     if (state.theme) words.set('theme', state.theme);
     const text = words.toString();
     return text ? '#' + text : '';
+  }
+
+  cameraText({graph, x, y, scale}) {
+    return [graph, x, y, scale].map((number) => Number(number.toPrecision(9))).join('_');
   }
 
   /** @returns {object} what the address says, without what makes no sense */

@@ -26,8 +26,8 @@ class SummaryView {
   /** One sentence on the run. */
   verdict() {
     const {figures, time} = this.model;
-    if (figures.threads.length === 0) return this.state.range ? 'Nothing ran in this range.' : 'Nothing was executed in this run.';
     const count = figures.threads.length;
+    if (count === 0) return this.state.range ? 'Nothing ran in this range.' : 'Nothing was executed in this run.';
     const where = this.state.range ? 'This range' : 'The run';
     const use = figures.averageParallelism === null ? ''
       : count === 1 ? `, busy ${percentText(figures.utilisation)} of the time`
@@ -39,7 +39,8 @@ class SummaryView {
     const {figures, time, run} = this.model;
     const threads = figures.threads.length;
     const tiles = [
-      ['Makespan', time.short(figures.makespan), time.ticksPerSecond ? `${groupDigits(figures.makespan)} ticks` : 'first begin to last end'],
+      ['Makespan', time.short(figures.makespan),
+        time.ticksPerSecond ? `${groupDigits(figures.makespan)} ticks` : 'first begin to last end'],
       ['Executions', groupDigits(figures.executions), `on ${countText(threads, 'thread')}`],
       ['Parallelism', figures.averageParallelism === null ? '–' : roundDigits(figures.averageParallelism, 3),
         `busy of ${groupDigits(threads)}`],
@@ -80,10 +81,12 @@ class SummaryView {
     });
     const makespan = Number(figures.makespan) || 1;
     const most = sums.reduce((most, sum) => Math.max(most, sum), 0) || 1;
-    bars.replaceChildren(...sums.map((sum, bar) => this.makeBar(sum / most, bar, perBar, sum / makespan, all.length - 1)));
+    const last = all.length - 1;
+    bars.replaceChildren(...sums.map((sum, bar) => this.makeBar(sum / most, bar, perBar, sum / makespan, last)));
     const modes = Array.from(all, (ticks, busy) => [Number(ticks), busy]).sort((a, b) => b[0] - a[0]).slice(0, 3);
-    bars.setAttribute('aria-label', 'Share of the time by number of busy threads: ' + modes
-      .filter(([ticks]) => ticks > 0).map(([ticks, busy]) => `${busy} busy ${percentText(ticks / makespan)}`).join(', '));
+    const texts = modes.filter(([ticks]) => ticks > 0)
+      .map(([ticks, busy]) => `${busy} busy ${percentText(ticks / makespan)}`);
+    bars.setAttribute('aria-label', `Share of the time by number of busy threads: ${texts.join(', ')}`);
   }
 
   makeBar(height, bar, perBar, share, most) {
@@ -113,8 +116,9 @@ class SummaryView {
       button.title = look.text;
       const swatch = makeElement('span', 'swatch');
       swatch.dataset.node = look.node;
-      button.append(makeElement('span', 'badge', String(i + 1)), swatch, showName(makeElement('span', 'look-name'), look.name || look.id, 40),
-        makeElement('span', 'look-text', look.text));
+      const name = showName(makeElement('span', 'look-name'), look.name || look.id, 40);
+      const badge = makeElement('span', 'badge', String(i + 1));
+      button.append(badge, swatch, name, makeElement('span', 'look-text', look.text));
       button.addEventListener('click', () => this.state.set({node: look.node, execution: null}));
       const item = document.createElement('li');
       item.append(button);
@@ -127,15 +131,19 @@ class SummaryView {
     const problems = document.getElementById('problems');
     const sentences = [...run.problems];
     const end = run.run.converter_end;
-    if (end && !sentences.some((sentence) => sentence.includes(end))) sentences.unshift(`The converter would have ended here: ${end}`);
+    if (end && !sentences.some((sentence) => sentence.includes(end))) {
+      sentences.unshift(`The converter would have ended here: ${end}`);
+    }
     problems.hidden = sentences.length === 0;
     if (problems.hidden || problems.childElementCount > 0) return;
-    const title = makeElement('h2', '', sentences.length === 1 ? 'A problem in this run' : `${sentences.length} problems in this run`);
+    const count = sentences.length === 1 ? 'A problem' : `${sentences.length} problems`;
+    const title = makeElement('h2', '', `${count} in this run`);
     if (end) title.append(' – figures and pictures cover what was recorded before the converter ended');
     problems.replaceChildren(title, this.listOf(sentences.slice(0, mostProblems)));
     if (sentences.length <= mostProblems) return;
     const more = document.createElement('details');
-    more.append(makeElement('summary', '', `${sentences.length - mostProblems} more`), this.listOf(sentences.slice(mostProblems)));
+    const others = sentences.slice(mostProblems);
+    more.append(makeElement('summary', '', `${others.length} more`), this.listOf(others));
     problems.append(more);
   }
 

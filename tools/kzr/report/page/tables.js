@@ -96,7 +96,8 @@ class Table {
     this.rows = Uint32Array.from(rows);
     this.focused = Math.min(this.focused, Math.max(0, rows.length - 1));
     this.showOrder();
-    this.foot.textContent = this.count === 0 ? 'nothing to list' : `${groupDigits(rows.length)} of ${groupDigits(this.count)} shown`;
+    const text = `${groupDigits(rows.length)} of ${groupDigits(this.count)} shown`;
+    this.foot.textContent = this.count === 0 ? 'nothing to list' : text;
     this.foot.hidden = this.count > 0 && rows.length === this.count;
     this.redraw.ask();
   }
@@ -113,7 +114,8 @@ class Table {
   }
 
   matches(row, needle) {
-    return this.columns.some((column) => column.isFiltered && String(column.value(row) ?? '').toLowerCase().includes(needle));
+    const has = (value) => String(value ?? '').toLowerCase().includes(needle);
+    return this.columns.some((column) => column.isFiltered && has(column.value(row)));
   }
 
   showOrder() {
@@ -140,7 +142,8 @@ class Table {
     for (let i = first; i < end; ++i) parts.push(this.makeRow(i));
     if (end < rows.length) parts.push(this.makeSpacer(rows.length - end));
     this.body.replaceChildren(...parts);
-    if (!this.body.querySelector('[tabindex="0"]')) this.body.querySelector('[data-index]')?.setAttribute('tabindex', '0');
+    const canFocus = this.body.querySelector('[tabindex="0"]');
+    if (!canFocus) this.body.querySelector('[data-index]')?.setAttribute('tabindex', '0');
     if (hadFocus) this.focusRow();
   }
 
@@ -185,7 +188,8 @@ class Table {
 
   key(event) {
     const page = Math.max(1, Math.floor(this.scroller.clientHeight / rowHeight) - 2);
-    const moves = {ArrowDown: 1, ArrowUp: -1, PageDown: page, PageUp: -page, Home: -this.rows.length, End: this.rows.length};
+    const all = this.rows.length;
+    const moves = {ArrowDown: 1, ArrowUp: -1, PageDown: page, PageUp: -page, Home: -all, End: all};
     if (event.key === 'Enter' || event.key === ' ') this.onSelect(this.rows[this.focused]);
     else if (event.key in moves) this.moveFocus(moves[event.key]);
     else return;
@@ -282,7 +286,8 @@ class TablesView {
       show: (cell, node) => { cell.textContent = of(name)(node) === null ? '–' : model.time.short(of(name)(node)); },
     });
     const columns = [
-      {name: 'name', label: 'Node', isFiltered: true, value: (node) => model.nameOf(node), show: (cell, node) => this.showNode(cell, node)},
+      {name: 'name', label: 'Node', isFiltered: true, value: (node) => model.nameOf(node),
+        show: (cell, node) => this.showNode(cell, node)},
       {name: 'id', label: 'Id', isHidden: true, isFiltered: true, value: (node) => model.nodes.id[node]},
       {...ticks('self_ticks', 'Self time', 'Time in executions without what is nested in them'),
         show: (cell, node) => this.showShare(cell, Number(of('self_ticks')(node)))},
@@ -362,9 +367,9 @@ class TablesView {
     const times = () => model.pathTimes(model.figures.path);
     const node = (row) => times().node[row];
     const known = (number) => (Number.isNaN(number) ? null : number);
-    const ticks = (name, label, of) => ({
+    const ticks = (name, label, of, digits) => ({
       name, label, isNumber: true, value: of,
-      show: (cell, row) => { cell.textContent = of(row) === null ? '…' : model.time.short(of(row), name === 'begin' ? 6 : 4); },
+      show: (cell, row) => { cell.textContent = of(row) === null ? '…' : model.time.short(of(row), digits); },
     });
     const columns = [
       {name: 'step', label: 'Step', isNumber: true, isOrder: true, value: (row) => row + 1},
@@ -374,8 +379,9 @@ class TablesView {
       ticks('gap', 'Gap before', (row) => Number(model.figures.path.gap[row])),
       {name: 'gap_kind', label: 'Waited for', isFiltered: true, value: (row) => model.figures.path.kind[row] ?? '',
         about: 'enclosing: inside something else; thread: its data was there; data: its thread was there'},
-      {name: 'thread', label: 'Thread', isNumber: true, isFiltered: true, value: (row) => model.threadOf(model.figures.path.lane[row])},
-      ticks('begin', 'Begin', (row) => known(times().begin[row])),
+      {name: 'thread', label: 'Thread', isNumber: true, isFiltered: true,
+        value: (row) => model.threadOf(model.figures.path.lane[row])},
+      ticks('begin', 'Begin', (row) => known(times().begin[row]), 6),
     ];
     return new Table(document.getElementById('path'), {
       label: 'Observed path', columns, sort: {name: 'step', isDescending: false},

@@ -3,7 +3,6 @@
 /** Width of the names of threads. */
 const gutterWidth = 112;
 const axisHeight = 22;
-const busyHeight = 54;
 /** Rows of nested executions that a lane shows; what is nested deeper is drawn in the last one. */
 const mostRows = 12;
 const laneGap = 6;

@@ -50,7 +50,8 @@ class TimelineInput {
     if (event.button !== 0) return;
     const {state} = this.timeline;
     const drawsRange = event.shiftKey || canvas === this.timeline.busyCanvas;
-    this.press = {x: event.offsetX, y: event.offsetY, view: state.view, top: this.timeline.top, drawsRange, isDrag: false};
+    const {offsetX: x, offsetY: y} = event;
+    this.press = {x, y, view: state.view, top: this.timeline.top, drawsRange, isDrag: false};
     canvas.setPointerCapture(event.pointerId);
     if (event.shiftKey) event.preventDefault();
   }
@@ -180,7 +181,8 @@ class TimelineInput {
     if (userEvent !== null) lines.push(showName(makeElement('div'), `▾ ${userEvent}`, 200));
     if (execution) {
       lines.push(showName(makeElement('div', 'hover-name'), model.nameOf(execution.node), 80));
-      lines.push(makeElement('div', '', `${model.time.short(execution.end - execution.begin)} from ${model.time.short(execution.begin, 7)}`));
+      const duration = model.time.short(execution.end - execution.begin);
+      lines.push(makeElement('div', '', `${duration} from ${model.time.short(execution.begin, 7)}`));
     } else {
       const {node, busy} = this.bucketAt({lane, time});
       const name = node >= 0 && model.nodes ? model.nameOf(node) : '';
@@ -188,7 +190,10 @@ class TimelineInput {
       lines.push(makeElement('div', '', busy > 0 ? `busy ${percentText(busy)} here, mostly with this` : 'idle'));
     }
     const region = model.marks?.regions[lane].find(({begin, end}) => begin <= time && end >= time);
-    if (region) lines.push(showName(makeElement('div', 'faint'), `region ${region.text ?? model.nameOf(region.node)}`, 80));
+    if (region) {
+      const name = region.text ?? model.nameOf(region.node);
+      lines.push(showName(makeElement('div', 'faint'), `region ${name}`, 80));
+    }
     lines.push(makeElement('div', 'faint', `thread ${model.threadOf(lane)}, at ${model.time.short(time, 7)}`));
     hover.replaceChildren(...lines);
   }
