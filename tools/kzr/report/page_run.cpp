@@ -103,7 +103,7 @@ class top_nodes {
     }
     add_greatest("self_ticks", self_ticks, "of all time inside nodes, the most");
     add_greatest("idle_share_ticks", idle_share, "of the time that threads were idle is its share");
-    add_greatest("path_ticks", path_ticks(), "of the observed path, the most");
+    add_greatest("path_ticks", path_ticks(), "of the observed path, the most of the rest");
     return std::move(found_);
   }
 
