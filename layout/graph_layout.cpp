@@ -32,6 +32,7 @@ graph_layout join(const layout_graph& graph, const std::vector<graph_component>&
   std::ranges::stable_sort(
       order, [&](std::uint32_t a, std::uint32_t b) { return drawings[a].height > drawings[b].height; });
   std::vector<layout_box> boxes;
+  boxes.reserve(order.size());
   for (const std::uint32_t component : order) {
     boxes.push_back({drawings[component].width, drawings[component].height});
   }
