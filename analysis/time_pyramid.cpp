@@ -32,10 +32,8 @@ class level_builder {
   void finish(std::uint64_t width, time_pyramid::lane& lane) const {
     std::uint32_t longest = time_pyramid::no_node;
     for (const std::uint32_t node : touched_) {
-      if (longest == time_pyramid::no_node || ticks_of_[node] > ticks_of_[longest] ||
-          (ticks_of_[node] == ticks_of_[longest] && node < longest)) {
-        longest = node;
-      }
+      if (longest == time_pyramid::no_node || ticks_of_[node] > ticks_of_[longest]) longest = node;
+      if (node < longest && ticks_of_[node] == ticks_of_[longest]) longest = node;
     }
     lane.node.push_back(longest);
     const tick_sum share = width == 0 ? 0 : (tick_sum{busy_ticks_} * 255 + width - 1) / width;

@@ -123,18 +123,19 @@ TEST_F(kzr_report, leaves_nothing_half_written) {
     std::string output;
     std::string reason;
   } const cases[] = {{"/dev/full", "No space left on device"},
-                     {"nowhere/page.html", "No such file or directory"},
-                     {"run", "Is a directory"}};
+                     {"nowhere/page.html", "there is no folder nowhere"},
+                     {"run", "it is the name of a folder"},
+                     {"run/_kzr.0", "it is a trace file of the run"}};
   for (const auto& [output, reason] : cases) {
     const program_result failed = report({"run", "-o", output});
     EXPECT_EQ(failed.exit_status, 2);
-    EXPECT_EQ(failed.err, "kzr: " + output + " cannot be written: " + reason + '\n');
+    EXPECT_EQ(failed.err, "kzr: " + output + " could not be written: " + reason + '\n');
     EXPECT_EQ(failed.out, "");
   }
   const std::string small_files = "ulimit -f 1; " KZR_PROGRAM " report run -o old.html";
   const program_result cut = run_program({"/bin/sh", "-c", small_files}, directory_.path());
   EXPECT_EQ(cut.exit_status, 2);
-  EXPECT_EQ(cut.err, "kzr: old.html cannot be written: File too large\n");
+  EXPECT_EQ(cut.err, "kzr: old.html could not be written: File too large\n");
   EXPECT_EQ(read_file(directory_ / "old.html"), "old");
   EXPECT_EQ(report({"run", "-o", "link.html"}).exit_status, 0);
   EXPECT_TRUE(fs::is_symlink(directory_ / "link.html"));

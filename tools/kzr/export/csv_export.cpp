@@ -8,11 +8,11 @@
 #include <memory>
 
 #include "common/text_buffer.h"
-#include "kzr/export/byte_sink.h"
 #include "kzr/export/escaped_text.h"
 #include "kzr/export/exported_run.h"
 #include "kzr/export/run_tables.h"
 #include "kzr/export/table_sink.h"
+#include "kzr/output/byte_sink.h"
 
 namespace {
 

@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "common/text_buffer.h"
-#include "kzr/export/byte_sink.h"
 #include "kzr/export/cluster_tree.h"
 #include "kzr/export/escaped_text.h"
-#include "kzr/export/export_watch.h"
 #include "kzr/export/exported_run.h"
 #include "kzr/export/shown_edges.h"
+#include "kzr/output/byte_sink.h"
+#include "kzr/output/output_watch.h"
 #include "model/gml_accessor.h"
 #include "model/port_symbol.h"
 #include "model/subgraph_node_symbol.h"
@@ -208,7 +208,7 @@ class dot_text {
   }
 
   const run_report& report_;
-  export_watch& watch_;
+  output_watch& watch_;
   byte_sink& out_;
   cluster_tree tree_;
   std::vector<bool> needs_point_;  ///< by node

@@ -1,14 +1,8 @@
 #include "kzr/export/export_command.h"
 
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
-#include <csignal>
-#include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,14 +11,10 @@
 #include "kzr/common/number_option.h"
 #include "kzr/common/run_option.h"
 #include "kzr/common/similar_word.h"
-#include "kzr/export/byte_sink.h"
 #include "kzr/export/export_format.h"
-#include "kzr/export/export_watch.h"
 #include "kzr/export/exported_run.h"
-#include "kzr/export/staged_output.h"
+#include "kzr/output/run_output.h"
 #include "kzr/report/run_report.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -66,73 +56,22 @@ std::string list_formats() {
   return list + '\n';
 }
 
-/// A pipe or device, which takes the bytes as they come.
-bool is_special(const std::string& path) {
-  std::error_code ignored;
-  const fs::file_status found = fs::status(path, ignored);
-  return fs::exists(found) && !fs::is_regular_file(found) && !fs::is_directory(found);
-}
-
-bool is_trace_file(const std::string& path, const std::string& stem, std::uint64_t count) {
-  std::error_code ignored;
-  for (std::uint64_t n = 0; n < count; ++n) {
-    if (fs::equivalent(path, stem + '.' + std::to_string(n), ignored)) return true;
-  }
-  return false;
-}
-
-/// Why the output cannot be written, as far as that can be told before the run is read.
-std::string explain_unusable(const export_options& options, const file_inventory& files) {
-  if (options.is_to_standard_output()) return {};
-  if (is_special(options.path)) return options.format->write_path == nullptr ? "" : "it is no file";
-  if (is_trace_file(options.path, options.settings.stem, files.count)) return "it is a trace file of the run";
-  return explain_unusable_place(options.path, options.existing());
-}
-
-/// Writes a format that is one stream.
+/// Writes a format that is one stream, compressed where its name asks for that.
 void write_stream(const export_options& options, const exported_run& run, byte_sink& out) {
-  if (options.format->is_compressed_by_name && options.path.ends_with(".gz")) {
-    gzip_sink compressed(out);
-    options.format->write_stream(run, compressed);
-    return compressed.close();
+  if (!options.format->is_compressed_by_name || !options.path.ends_with(".gz")) {
+    return options.format->write_stream(run, out);
   }
-  options.format->write_stream(run, out);
-  out.close();
+  gzip_sink compressed(out);
+  options.format->write_stream(run, compressed);
+  compressed.close();
 }
 
-void write_to_standard_output(const export_options& options, const exported_run& run) {
-  const int copy = dup(STDOUT_FILENO);
-  if (copy < 0) throw system_error_as_output_error(errno);
-  file_sink out(copy, run.watch);
-  write_stream(options, run, out);
-}
-
-void write(const export_options& options, const exported_run& run) {
-  if (options.is_to_standard_output()) return write_to_standard_output(options, run);
-  if (is_special(options.path)) {
-    file_sink out(options.path, run.watch);
-    return write_stream(options, run, out);
-  }
-  staged_output output(options.path, options.existing());
+void write(const export_options& options, const run_output& output, const exported_run& run) {
   if (options.format->write_path != nullptr) {
-    options.format->write_path(run, output.path());
+    output.write_path([&](const std::string& path) { options.format->write_path(run, path); });
   } else {
-    file_sink out(output.path(), run.watch);
-    write_stream(options, run, out);
+    output.write_stream(run.watch, [&](byte_sink& out) { write_stream(options, run, out); });
   }
-  output.move_to_place();
-}
-
-/// Writes the run and returns the warnings.
-std::vector<std::string> write_watched(const export_options& options, const run_report& report) {
-  export_watch watch;
-  write(options, {.report = report, .part_rows = options.part_rows, .watch = watch});
-  return watch.warnings();
-}
-
-int complain_of_output(const std::string& path, const std::string& reason) {
-  complain((path == "-" ? "the output" : path) + " could not be written: " + reason);
-  return exit_failure;
 }
 
 int export_run(export_options options) {
@@ -143,22 +82,25 @@ int export_run(export_options options) {
     return exit_failure;
   }
   if (options.path.empty()) options.path = name_of_run(stem) + '.' + options.format->suffix;
-  const std::string reason = explain_unusable(options, files);
-  if (!reason.empty()) return complain_of_output(options.path, reason);
+  const run_output output(options.path, options.existing());
+  const std::string reason = output.explain_unusable(options.format->write_path == nullptr, stem, files);
+  if (!reason.empty()) {
+    output.tell_failure(reason);
+    return exit_failure;
+  }
   const run_report report = make_report(options.settings);
   if (report.summary().is_missing()) {
     complain(explain_missing_run(stem));
     return exit_failure;
   }
-  try {
-    for (const std::string& warning : write_watched(options, report)) complain("warning: " + warning);
-  } catch (const output_error& failure) {
-    return complain_of_output(options.path, failure.what());
-  } catch (const interruption& end) {
-    // By now the signal has its own effect again.
-    std::raise(end.signal);
-    return exit_failure;
-  }
+  std::vector<std::string> warnings;
+  const bool is_written = output.tell_failure_of([&] {
+    output_watch watch;
+    write(options, output, {.report = report, .part_rows = options.part_rows, .watch = watch});
+    warnings = watch.warnings();
+  });
+  if (!is_written) return exit_failure;
+  for (const std::string& warning : warnings) complain("warning: " + warning);
   return exit_success;
 }
 
@@ -205,9 +147,5 @@ subcommand_action set_up_export(CLI::App& command) {
     check(*options);
     options->settings.stem = find_trace_stem(options->settings.stem);
   });
-  return [options] {
-    // A file that may not grow is an error with a reason, not the end of the process.
-    std::signal(SIGXFSZ, SIG_IGN);
-    return export_run(*options);
-  };
+  return [options] { return export_run(*options); };
 }

@@ -5,11 +5,11 @@
 #include <string_view>
 
 #include "common/text_buffer.h"
-#include "kzr/export/byte_sink.h"
 #include "kzr/export/escaped_text.h"
-#include "kzr/export/export_watch.h"
 #include "kzr/export/exported_run.h"
 #include "kzr/export/shown_edges.h"
+#include "kzr/output/byte_sink.h"
+#include "kzr/output/output_watch.h"
 #include "model/gml_accessor.h"
 #include "model/node_type.h"
 #include "model/port_symbol.h"
@@ -146,7 +146,7 @@ class graphml_text {
   }
 
   const run_report& report_;
-  export_watch& watch_;
+  output_watch& watch_;
   byte_sink& out_;
   text_buffer text_;
   text_buffer value_;

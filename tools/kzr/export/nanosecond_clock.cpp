@@ -4,7 +4,7 @@
 
 #include "analysis/tick_sum.h"
 #include "kzr/common/number_option.h"
-#include "kzr/export/export_watch.h"
+#include "kzr/output/output_watch.h"
 #include "kzr/report/run_report.h"
 
 namespace {
@@ -18,7 +18,7 @@ tick_sum to_nanoseconds(std::uint64_t ticks, std::uint64_t frequency) {
 
 }  // namespace
 
-nanosecond_clock::nanosecond_clock(const run_report& report, export_watch& watch)
+nanosecond_clock::nanosecond_clock(const run_report& report, output_watch& watch)
     : frequency_(read_number<std::uint64_t>(report.summary().frequency).value_or(0)) {
   const timeline_marks& marks = report.marks;
   if (!marks.has_lines()) return;  // there are no times then

@@ -9,12 +9,12 @@
 #include "analysis/thread_lines.h"
 #include "kzr/common/utf8.h"
 #include "kzr/export/busy_threads.h"
-#include "kzr/export/byte_sink.h"
-#include "kzr/export/export_watch.h"
 #include "kzr/export/exported_run.h"
 #include "kzr/export/nanosecond_clock.h"
 #include "kzr/export/protobuf_message.h"
 #include "kzr/export/region_tracks.h"
+#include "kzr/output/byte_sink.h"
+#include "kzr/output/output_watch.h"
 #include "kzr/report/run_report.h"
 
 namespace {

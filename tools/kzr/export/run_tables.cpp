@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "common/text_buffer.h"
-#include "kzr/export/byte_sink.h"
 #include "kzr/export/escaped_text.h"
 #include "kzr/export/shown_edges.h"
 #include "kzr/export/table_sink.h"
+#include "kzr/output/byte_sink.h"
 #include "model/edge_symbol.h"
 #include "model/gml_accessor.h"
 #include "model/node_type.h"

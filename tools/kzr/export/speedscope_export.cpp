@@ -7,10 +7,10 @@
 #include "analysis/thread_lines.h"
 #include "common/text_buffer.h"
 #include "kzr/common/utf8.h"
-#include "kzr/export/byte_sink.h"
-#include "kzr/export/export_watch.h"
 #include "kzr/export/exported_run.h"
 #include "kzr/export/nanosecond_clock.h"
+#include "kzr/output/byte_sink.h"
+#include "kzr/output/output_watch.h"
 #include "kzr/report/run_report.h"
 
 namespace {

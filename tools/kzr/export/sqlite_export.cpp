@@ -8,12 +8,12 @@
 #include <new>
 #include <string_view>
 
-#include "kzr/export/byte_sink.h"
 #include "kzr/export/escaped_text.h"
-#include "kzr/export/export_watch.h"
 #include "kzr/export/exported_run.h"
 #include "kzr/export/run_tables.h"
 #include "kzr/export/table_sink.h"
+#include "kzr/output/byte_sink.h"
+#include "kzr/output/output_watch.h"
 
 namespace {
 
@@ -171,7 +171,7 @@ class sqlite_file : public table_sink {
  private:
   static int is_interrupted(void* watch) {
     try {
-      static_cast<export_watch*>(watch)->advance(0);
+      static_cast<output_watch*>(watch)->advance(0);
     } catch (const interruption&) {
       return 1;
     }
@@ -194,7 +194,7 @@ class sqlite_file : public table_sink {
     throw output_error(sqlite3_errmsg(database_.get()));
   }
 
-  export_watch& watch_;
+  output_watch& watch_;
   std::unique_ptr<sqlite3, database_closer> database_;
   std::unique_ptr<sqlite3_stmt, statement_closer> insert_;
   std::uint64_t held_bytes_ = 0;

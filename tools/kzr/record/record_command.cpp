@@ -16,6 +16,7 @@
 
 #include "kzr/common/complaint.h"
 #include "kzr/common/run_option.h"
+#include "kzr/output/run_output.h"
 #include "kzr/record/child_process.h"
 #include "kzr/record/openmp_runtime.h"
 #include "kzr/record/recorded_runs.h"
@@ -93,10 +94,10 @@ void write_pages(const std::vector<recorded_process>& runs) {
     try {
       report_settings settings;
       settings.stem = find_trace_stem(run.directory.string());
-      const run_report report = make_report(settings);
-      const std::string path = default_page_path(report);
-      write_page_file(report, path, default_page_mebibytes);
-      complain("the report of " + run.directory.string() + " is " + path);
+      const std::string path = default_page_path(settings.stem);
+      if (write_page_file(make_report(settings), run_output(path), default_page_mebibytes)) {
+        complain("the report of " + run.directory.string() + " is " + path);
+      }
     } catch (const std::exception& failure) {
       complain(failure.what());
     }

@@ -26,7 +26,7 @@ void append_number(std::string& bytes, std::uint64_t number) {
 
 /// Small numbers for those near 0 on both sides.
 std::uint64_t zigzag(std::int64_t number) {
-  return static_cast<std::uint64_t>(number) << 1U ^ static_cast<std::uint64_t>(number >> 63U);
+  return static_cast<std::uint64_t>(number) << 1U ^ (number < 0 ? UINT64_MAX : 0);
 }
 
 }  // namespace

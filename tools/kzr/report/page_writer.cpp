@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kzr/common/progress_bar.h"
+#include "kzr/output/byte_sink.h"
 #include "kzr/report/base64.h"
 #include "kzr/report/json_text.h"
 #include "kzr/report/packed_part.h"
@@ -28,7 +29,7 @@ constexpr std::uint64_t reserved_bytes = 4096;
 
 class page_writer {
  public:
-  page_writer(const run_report& report, std::uint64_t max_bytes, const page_sink& out)
+  page_writer(const run_report& report, std::uint64_t max_bytes, byte_sink& out)
       : report_(report), nodes_(report), plan_(plan_page(report)), max_bytes_(max_bytes), out_(out) {}
 
   page_detail write() {
@@ -112,13 +113,13 @@ class page_writer {
     std::string_view rest = page_text::html();
     while (!rest.empty()) {
       const std::size_t mark = std::min(rest.find('@'), rest.size());
-      out_(rest.substr(0, mark));
+      out_.write(rest.substr(0, mark));
       rest.remove_prefix(mark);
       const std::size_t end = rest.find('@', 1);
       if (end != std::string_view::npos && write_mark(rest.substr(1, end - 1))) {
         rest.remove_prefix(end + 1);
       } else if (!rest.empty()) {
-        out_("@");
+        out_.write("@");
         rest.remove_prefix(1);
       }
     }
@@ -139,34 +140,34 @@ class page_writer {
         {"PROGRAM_HASH", page_text::program_sha256()},
         {"END_HASH", page_text::end_sha256()}};
     for (const auto& [mark, text] : texts) {
-      if (name == mark) return out_(text), true;
+      if (name == mark) return out_.write(text), true;
     }
     for (const auto& [mark, hash] : hashes) {
-      if (name == mark) return out_(base64(bytes_of_hex(hash))), true;
+      if (name == mark) return out_.write(base64(bytes_of_hex(hash))), true;
     }
     return false;
   }
 
   void write_part(const part& written) {
     constexpr std::size_t piece = std::size_t{3} * 256 * 1024;  // of whole groups of base64
-    out_("<script type=\"application/octet-stream\" data-part=\"" + written.name + "\">");
+    out_.write("<script type=\"application/octet-stream\" data-part=\"" + written.name + "\">");
     for (std::size_t at = 0; at < written.packed.size(); at += piece) {
-      out_(base64(std::string_view(written.packed).substr(at, piece)));
+      out_.write(base64(std::string_view(written.packed).substr(at, piece)));
     }
-    out_("</script>\n");
+    out_.write("</script>\n");
   }
 
   const run_report& report_;
   page_nodes nodes_;
   pyramid_plan plan_;
   std::uint64_t max_bytes_;
-  const page_sink& out_;
+  byte_sink& out_;
   std::string run_;
   std::vector<part> parts_;
 };
 
 }  // namespace
 
-page_detail write_page(const run_report& report, std::uint64_t max_bytes, const page_sink& out) {
+page_detail write_page(const run_report& report, std::uint64_t max_bytes, byte_sink& out) {
   return page_writer(report, max_bytes, out).write();
 }

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 #include "kzr/common/complaint.h"
 #include "kzr/common/exit_status.h"
@@ -11,9 +12,9 @@
 #include "kzr/common/printable.h"
 #include "kzr/common/run_option.h"
 #include "kzr/dump/summary_text.h"
+#include "kzr/output/run_output.h"
 #include "kzr/report/desktop_browser.h"
 #include "kzr/report/page_file.h"
-#include "kzr/report/page_writer.h"
 #include "kzr/report/report_json.h"
 #include "kzr/report/report_text.h"
 #include "kzr/report/run_report.h"
@@ -54,24 +55,13 @@ void tell_page(const run_report& report, const std::string& path, const page_det
             << " executions are in it one by one, the others in sums; --max-size makes room for more\n";
 }
 
-void write_page_to(const report_options& options, const run_report& report) {
-  if (options.output == "-") {
-    static_cast<void>(
-        write_page(report, options.max_size_mib << 20, [](std::string_view bytes) { std::cout << bytes; }));
-    return;
-  }
-  const std::string path = options.output.empty() ? default_page_path(report) : options.output;
-  tell_page(report, path, write_page_file(report, path, options.max_size_mib));
-  if (!options.opens_page) return;
-  const std::string failure = open_on_desktop(path);
-  if (!failure.empty()) complain("the page could not be opened, only written: " + failure);
-}
-
-int tell(const report_options& options) {
+int make_page(const report_options& options, const file_inventory& files) {
   const std::string& stem = options.settings.stem;
-  const std::string special_file = list_files(stem).special_file;
-  if (!special_file.empty()) {
-    complain(special_file + " is a pipe or device, which is not read");
+  const std::string path = options.output.empty() ? default_page_path(stem) : options.output;
+  const run_output output(path);
+  const std::string reason = output.explain_unusable(true, stem, files);
+  if (!reason.empty()) {
+    output.tell_failure(reason);
     return exit_failure;
   }
   const run_report report = make_report(options.settings);
@@ -79,14 +69,37 @@ int tell(const report_options& options) {
     complain(explain_missing_run(stem));
     return exit_failure;
   }
-  if (options.as_json) {
-    write_json(report, std::cout);
-  } else if (options.as_text) {
-    write_text(report, std::cout);
-  } else {
-    write_page_to(options, report);
+  const std::optional<page_detail> detail = write_page_file(report, output, options.max_size_mib);
+  if (!detail) return exit_failure;
+  if (!output.is_standard_output()) tell_page(report, path, *detail);
+  if (options.opens_page) {
+    const std::string failure = open_on_desktop(path);
+    if (!failure.empty()) complain("the page could not be opened, only written: " + failure);
   }
   return exit_success;
+}
+
+int tell_figures(const report_options& options) {
+  const run_report report = make_report(options.settings);
+  if (report.summary().is_missing()) {
+    complain(explain_missing_run(options.settings.stem));
+    return exit_failure;
+  }
+  if (options.as_json) {
+    write_json(report, std::cout);
+  } else {
+    write_text(report, std::cout);
+  }
+  return exit_success;
+}
+
+int tell(const report_options& options) {
+  const file_inventory files = list_files(options.settings.stem);
+  if (!files.special_file.empty()) {
+    complain(files.special_file + " is a pipe or device, which is not read");
+    return exit_failure;
+  }
+  return options.as_json || options.as_text ? tell_figures(options) : make_page(options, files);
 }
 
 }  // namespace

@@ -49,7 +49,7 @@ class SummaryView {
     ];
     if (run.detailed !== run.executions) {
       const share = `${groupDigits(run.detailed)} of ${groupDigits(run.executions)}`;
-      tiles.push(['Detail', percentText(run.detailed / run.executions), `${share} executions`]);
+      tiles.push(['In detail', percentText(run.detailed / run.executions), share]);
     }
     document.getElementById('figures').replaceChildren(...tiles.map((tile) => this.makeTile(tile)));
   }

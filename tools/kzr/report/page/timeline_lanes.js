@@ -31,7 +31,6 @@ class LanePainter {
     for (const time of ticks.times) context.fillRect(Math.round(timeline.xOf(time)), 0, 1, height);
     const first = Math.max(0, timeline.laneAt(0));
     this.labelsLeft = mostLabels;
-    this.leavesOut = false;
     this.isDimmed = state.node >= 0;
     for (let lane = first; lane < timeline.rows.length && timeline.tops[lane] < timeline.top + height; ++lane) {
       this.drawLane(lane, timeline.tops[lane] - timeline.top);
@@ -83,10 +82,7 @@ class LanePainter {
     let isComplete = true;
     for (let number = first; number < end; ++number) {
       if (store.lanes[lane].last[number] < from) continue;
-      if (!store.hasDetail(lane, number)) {
-        this.leavesOut = true;
-        return null;
-      }
+      if (!store.hasDetail(lane, number)) return null;
       const block = this.peekOrLoad(lane, number);
       if (block) blocks.push(block);
       else isComplete = false;
@@ -368,12 +364,13 @@ class LanePainter {
     }
   }
 
+  /** Says so where executions are left out that would be seen; in which lanes does not matter, as the note takes room. */
   tellDetail() {
     const note = document.getElementById('timeline-note');
     const {run} = this.model;
-    note.hidden = !this.leavesOut;
-    if (!this.leavesOut) return;
-    note.textContent = `Detail is left out here to keep the page small: it holds ${groupDigits(run.detailed)} of `
-      + `${groupDigits(run.executions)} executions one by one. The picture shows shares of the time.`;
+    note.hidden = run.detailed === run.executions || !this.timeline.isExactBusy();
+    if (note.hidden) return;
+    note.textContent = `To stay small, this page holds ${groupDigits(run.detailed)} of ${groupDigits(run.executions)} `
+      + 'executions one by one. For the others it shows shares of the time; marks and steps pass them over.';
   }
 }

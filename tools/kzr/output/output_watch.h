@@ -13,11 +13,11 @@ struct interruption {
 
 /// What goes on while an output is written: shows on a terminal how much there is, collects warnings, and
 /// lets signals that end the program wait until what is half written is removed.
-class export_watch {
+class output_watch {
  public:
-  export_watch() { progress_.tell("writing"); }
-  export_watch(const export_watch&) = delete;
-  export_watch& operator=(const export_watch&) = delete;
+  output_watch() { progress_.tell("writing"); }
+  output_watch(const output_watch&) = delete;
+  output_watch& operator=(const output_watch&) = delete;
 
   /// Notes that `bytes` more were written; to be called at least once a megabyte. Throws `interruption`.
   void advance(std::uint64_t bytes);
@@ -31,7 +31,7 @@ class export_watch {
   std::vector<std::string> warnings_;
 };
 
-/// While it lives, SIGINT, SIGTERM and SIGHUP make the next `export_watch::advance()` throw instead of ending
+/// While it lives, SIGINT, SIGTERM and SIGHUP make the next `output_watch::advance()` throw instead of ending
 /// the process; those that are ignored stay so. There is one at a time.
 class delayed_signals {
  public:

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-class export_watch;
+class output_watch;
 
 /// Thrown where an output cannot be written, with the system's reason.
 class output_error : public std::runtime_error {
@@ -37,9 +37,9 @@ class byte_sink {
 class file_sink : public byte_sink {
  public:
   /// Opens `path`, which is made, or emptied; borrows `watch`. Throws `output_error`.
-  file_sink(const std::string& path, export_watch& watch);
+  file_sink(const std::string& path, output_watch& watch);
   /// Takes over an open file.
-  file_sink(int file, export_watch& watch);
+  file_sink(int file, output_watch& watch);
   ~file_sink() override;
 
   void write(std::string_view bytes) override;
@@ -49,7 +49,7 @@ class file_sink : public byte_sink {
   void flush();
 
   int file_;
-  export_watch& watch_;
+  output_watch& watch_;
   std::string held_;
 };
 

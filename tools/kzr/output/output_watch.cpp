@@ -1,4 +1,4 @@
-#include "kzr/export/export_watch.h"
+#include "kzr/output/output_watch.h"
 
 #include <array>
 #include <csignal>
@@ -13,7 +13,7 @@ struct sigaction inherited[delayed.size()];
 
 }  // namespace
 
-void export_watch::advance(std::uint64_t bytes) {
+void output_watch::advance(std::uint64_t bytes) {
   progress_.add(bytes);
   if (received != 0) throw interruption{received};
 }

@@ -1,4 +1,4 @@
-#include "kzr/export/byte_sink.h"
+#include "kzr/output/byte_sink.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 #include <new>
 #include <system_error>
 
-#include "kzr/export/export_watch.h"
+#include "kzr/output/output_watch.h"
 
 namespace {
 
@@ -28,10 +28,10 @@ output_error system_error_as_output_error(int number) {
   return output_error(std::generic_category().message(number));
 }
 
-file_sink::file_sink(const std::string& path, export_watch& watch)
+file_sink::file_sink(const std::string& path, output_watch& watch)
     : file_sink(open_for_writing(path), watch) {}
 
-file_sink::file_sink(int file, export_watch& watch) : file_(file), watch_(watch) {
+file_sink::file_sink(int file, output_watch& watch) : file_(file), watch_(watch) {
   held_.reserve(held_bytes);
 }
 

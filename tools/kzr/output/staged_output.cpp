@@ -1,4 +1,4 @@
-#include "kzr/export/staged_output.h"
+#include "kzr/output/staged_output.h"
 
 #include <unistd.h>
 
@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "kzr/export/byte_sink.h"
+#include "kzr/output/byte_sink.h"
 
 namespace fs = std::filesystem;
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "kzr/export/export_watch.h"
+#include "kzr/output/output_watch.h"
 
 /// Whether an output may take the place of what is there.
 enum class existing_output : bool { replaced, refused };
