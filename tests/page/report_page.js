@@ -49,15 +49,15 @@ async function search(page, name) {
   await page.locator('#search').blur();
 }
 
-/** The places on a canvas at which it tells of a name, by name: in its middle, in pixels of the window. */
-async function namesUnderPointer(page, canvas) {
+/** The places on a canvas at which it tells of a name, by name: in its middle, in pixels of the window. Looks each `step`. */
+async function namesUnderPointer(page, canvas, step = 6) {
   await settle(page);
-  const places = await page.evaluate((canvas) => {
+  const places = await page.evaluate(([canvas, step]) => {
     const element = document.querySelector(canvas);
     const {left, top, width, height} = element.getBoundingClientRect();
     const found = {};
-    for (let y = top + 2; y < top + height - 2; y += 6) {
-      for (let x = left + 2; x < left + width - 2; x += 6) {
+    for (let y = top + 2; y < top + height - 2; y += step) {
+      for (let x = left + 2; x < left + width - 2; x += step) {
         element.dispatchEvent(new PointerEvent('pointermove', {clientX: x, clientY: y, bubbles: true}));
         const hover = document.querySelector('#hover');
         const name = hover.hidden ? null : hover.querySelector('.hover-name')?.textContent;
@@ -66,7 +66,7 @@ async function namesUnderPointer(page, canvas) {
     }
     element.dispatchEvent(new PointerEvent('pointerleave'));
     return found;
-  }, canvas);
+  }, [canvas, step]);
   return Object.fromEntries(Object.entries(places).map(([name, points]) => [name, points[points.length >> 1]]));
 }
 
