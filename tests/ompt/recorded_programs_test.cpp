@@ -221,7 +221,8 @@ TEST_P(recorded_program, has_a_page_of_each_recording_that_asks_for_it) {
   fs::create_directory(scratch_ / "taken.html");
   const auto unwritable = report("taken", "exit_inside");
   EXPECT_EQ(unwritable.exit_status, 7);
-  EXPECT_NE(unwritable.err.find("kzr: taken.html could not be written: "), std::string::npos) << unwritable.err;
+  EXPECT_NE(unwritable.err.find("kzr: taken.html could not be written: "), std::string::npos)
+      << unwritable.err;
 }
 
 TEST_P(recorded_program, leaves_nothing_when_there_is_nothing_to_record) {

@@ -1,11 +1,14 @@
 // The picture of the graph. Its camera stands in one graph, so that composite nodes nested at any depth can be
 // zoomed into without a loss of precision.
 
-/** Boxes below this width in pixels are specks; from the next on they have names, ports, and open. */
+/** Boxes below this width in pixels are specks; from the next on they have outlines, names and ports. */
 const leastBox = 3;
+const leastOutlinedBox = 8;
 const leastNamedBox = 36;
 const leastPortsBox = 60;
-const leastOpenBox = 150;
+/** Square pixels and length of the shorter side from which on a composite node is open. */
+const leastOpenArea = 7500;
+const leastOpenSide = 50;
 /** Lines and boxes that are drawn in one frame at most. */
 const mostLines = 3000;
 /** Up to so many lines are curved. */
@@ -203,11 +206,13 @@ class GraphView {
     const {left, top, width, height} = box;
     --this.boxesLeft;
     const inner = layout.nodes.inner[node];
-    const isOpen = inner >= 0 && width >= leastOpenBox && height >= leastOpenBox / 3;
+    const isOpen = inner >= 0 && width * height >= leastOpenArea && Math.min(width, height) >= leastOpenSide;
     const step = steps[node];
-    context.fillStyle = isOpen ? palette.box : step < 0 ? palette.panel : palette.scale[step];
+    const isOutlined = width >= leastOutlinedBox;
+    const withoutStep = isOutlined ? palette.panel : palette.edge;
+    context.fillStyle = isOpen ? palette.box : step < 0 ? withoutStep : palette.scale[step];
     context.fillRect(left, top, width, height);
-    if (width >= 8) {
+    if (isOutlined) {
       context.strokeStyle = this.pathNodes.has(node) && this.state.showsPath ? palette.path : palette.faint;
       context.lineWidth = this.pathNodes.has(node) && this.state.showsPath ? 2.5 : inner >= 0 ? 1.5 : 0.8;
       context.strokeRect(left, top, width, height);

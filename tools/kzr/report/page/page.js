@@ -3,6 +3,7 @@
 /** Shows what went wrong at the top of the page; a job that was given up is no error. */
 function showError(error) {
   if (error instanceof JobCancelled) return;
+  console.error(error);
   const problems = document.getElementById('problems');
   problems.hidden = false;
   problems.append(makeElement('p', '', error.message));

@@ -356,7 +356,7 @@ class LanePainter {
       const y = (tops[lane] + tops[lane + 1]) / 2 - top;
       context.textAlign = 'left';
       context.fillStyle = palette.text;
-      context.fillText(`Thread ${model.threadOf(lane)}`, 8, y);
+      context.fillText(`Thread ${model.threadOf(lane)}`, 8, y, gutterWidth - 56);
       context.textAlign = 'right';
       context.fillStyle = palette.faint;
       const share = (busy.get(lane) ?? 0) / makespan;
