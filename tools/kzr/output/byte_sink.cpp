@@ -79,10 +79,7 @@ gzip_sink::gzip_sink(byte_sink& target) : target_(target) {
 
 gzip_sink::~gzip_sink() { deflateEnd(&stream_); }
 
-void gzip_sink::close() {
-  deflate_all({}, Z_FINISH);
-  target_.close();
-}
+void gzip_sink::close() { deflate_all({}, Z_FINISH); }
 
 void gzip_sink::deflate_all(std::string_view bytes, int mode) {
   std::array<char, std::size_t{32} * 1024> room;

@@ -56,7 +56,7 @@ class file_sink : public byte_sink {
 /// Compresses what is on its way to another sink, as gzip does, without a name and time.
 class gzip_sink : public byte_sink {
  public:
-  /// Borrows `target`, and closes it.
+  /// Borrows `target`, which its owner closes behind this one.
   explicit gzip_sink(byte_sink& target);
   ~gzip_sink() override;
 
