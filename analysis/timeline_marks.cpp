@@ -19,7 +19,12 @@ void timeline_marks::add_user_event(std::uint64_t time, int thread, std::string_
 
 void timeline_marks::begin_region(std::uint64_t time, int thread, std::uint32_t node) {
   open_regions_[node].push_back(regions_.size());
-  regions_.push_back({.begin = time, .end = time, .node = node, .thread = thread});
+  regions_.push_back({.begin = time,
+                      .end = time,
+                      .begin_line = region_lines_++,
+                      .end_line = UINT32_MAX,
+                      .node = node,
+                      .thread = thread});
 }
 
 void timeline_marks::end_region(std::uint64_t time, std::uint32_t node) {
@@ -28,6 +33,7 @@ void timeline_marks::end_region(std::uint64_t time, std::uint32_t node) {
   region& ended = regions_[open->second.back()];
   open->second.pop_back();
   ended.end = std::max(ended.begin, time);
+  ended.end_line = region_lines_++;
 }
 
 void timeline_marks::close() {

@@ -22,6 +22,9 @@ class timeline_marks {
   struct region {
     std::uint64_t begin;
     std::uint64_t end;
+    // Places among the lines that begin or end a region.
+    std::uint32_t begin_line;
+    std::uint32_t end_line;
     std::uint32_t node;
     int thread;  ///< of the begin
   };
@@ -64,5 +67,6 @@ class timeline_marks {
   std::unordered_map<std::string, std::uint32_t> text_numbers_;
   std::vector<const std::string*> texts_;  ///< by number, in `text_numbers_`
   std::vector<region> regions_;
+  std::uint32_t region_lines_ = 0;
   std::unordered_map<std::uint32_t, std::vector<std::size_t>> open_regions_;  ///< by node, in `regions_`
 };

@@ -40,6 +40,7 @@ HOSTILE_NAMES = {  # as traced, then as read back from a table, and from XML whe
     b'a,"b"\r\nc\td \\': ('a,"b"\r\nc\td \\',),
     b"'); DROP TABLE node; --": ("'); DROP TABLE node; --",),
     b'\x01\x1b\x7f\xef\xbf\xbf': ('\x01\x1b\x7f\uffff', '\ufffd\ufffd\x7f\ufffd'),
+    b'C:\\New\\Graph\\\\': ('C:\\New\\Graph\\\\',),
     b' ': (' ',),
     b'\n': ('\n',),
     b'x' * 70000: ('x' * 70000,),
@@ -102,6 +103,8 @@ def check_nested(kzr, directory):
     names = [row[1] for row in rows if row[0].count('::') == 1 and row[3] == '0'][-len(HOSTILE_NAMES):]
     demand(names == [names[0] for names in HOSTILE_NAMES.values()], 'names', ascii(names)[:500])
     check_dot(directory, edges=2, nodes=2 + len(HOSTILE_NAMES), clusters=5, points=2)
+    drawn = subprocess.run(['dot', '-Tsvg', os.path.join(directory, 'run.dot')], capture_output=True, check=True)
+    demand(b'>C:\\New\\Graph\\\\<' in drawn.stdout, 'a name with backslashes is drawn as another one')
     tables = read_database(os.path.join(directory, 'run.db'))
     check_csv(directory, 'run.csv.d', tables)
 

@@ -207,6 +207,12 @@ TEST_P(recorded_program, gives_the_same_structure_each_time) {
   }
 }
 
+TEST_P(recorded_program, knows_the_lines_of_the_source) {
+  EXPECT_EQ(record("one_region").exit_status, 0);
+  const std::string report = run_program({KZR_PROGRAM, "report", "--json", "run"}, scratch_.path()).out;
+  EXPECT_TRUE(std::regex_search(report, std::regex("openmp_program\\.c:[1-9]"))) << report;
+}
+
 TEST_P(recorded_program, has_a_page_of_each_recording_that_asks_for_it) {
   const auto report = [this](const std::string& directory, const std::string& scenario) {
     return run_program({KZR_PROGRAM, "record", "--report", "-o", directory, program(), scenario},

@@ -110,8 +110,9 @@ TEST_F(kzr_export, leaves_nothing_of_what_cannot_be_written) {
   };
   const std::string trace = read_file(directory_ / "run/_kzr.0");
   for (const auto& [name, output, is_stream] : formats) {
-    const auto run_in_shell = [this, &name](const std::string& before, const std::string& options) {
-      const std::string command = before + KZR_PROGRAM + " export run --to " + name + ' ' + options;
+    const std::string exporting = std::string(KZR_PROGRAM) + " export run --to " + name + ' ';
+    const auto run_in_shell = [this, &exporting](const std::string& before, const std::string& options) {
+      const std::string command = before + exporting + options;
       return run_program({"/bin/sh", "-c", command}, directory_.path());
     };
     for (const auto& [shell, path, message] : cases) {

@@ -24,7 +24,10 @@ class progress_bar {
   /// Notes that `bytes` more are done. Looks at the clock now and then only.
   void add(std::uint64_t bytes) {
     read_bytes_ += bytes;
-    if (may_show_ && (++calls_ % calls_per_look == 0 || bytes >= bytes_per_look)) draw_when_due();
+    if (!may_show_ || (++calls_ < calls_per_look && read_bytes_ - looked_at_bytes_ < bytes_per_look)) return;
+    calls_ = 0;
+    looked_at_bytes_ = read_bytes_;
+    draw_when_due();
   }
 
  private:
@@ -37,6 +40,8 @@ class progress_bar {
   std::uint64_t total_bytes_;
   bool may_show_;
   std::uint64_t read_bytes_ = 0;
+  // When the clock was looked at last, and since then.
+  std::uint64_t looked_at_bytes_ = 0;
   std::uint64_t calls_ = 0;
   bool is_drawn_ = false;
   std::chrono::steady_clock::time_point due_;

@@ -77,6 +77,10 @@ void append_html_label(std::string_view text, text_buffer& out) {
     if (text[at] == '\t' || text[at] == '\r') {
       out += replacement;
       ++at;
+    } else if (text[at] == '\\') {
+      // Graphviz replaces some letters behind one by names of its own.
+      out += "\\\\";
+      ++at;
     } else {
       at = append_xml_character(text, at, out);
     }

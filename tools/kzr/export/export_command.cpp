@@ -140,7 +140,9 @@ subcommand_action set_up_export(CLI::App& command) {
   command.add_option("--part-rows", options->part_rows, "csv: at most so many executions in a file")
       ->type_name("N")
       ->transform(number_of<std::uint64_t>());
-  command.add_flag("!--no-omp", settings.looks_into_openmp, "Do not look into OpenMP regions");
+  command.add_flag_callback(
+      "--no-omp", [options] { options->settings.looks_into_openmp = false; },
+      "Do not look into OpenMP regions");
   command.final_callback([options] {
     options->format = find_format(options->format_name);
     options->settings.keeps_begin_order = options->format->needs_begin_order;

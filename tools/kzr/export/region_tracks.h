@@ -16,6 +16,7 @@ struct region_line {
 };
 
 /// Puts regions on tracks such that those of a track are nested in each other or apart, and hands out their
-/// begins and ends by time. Returns how many tracks that takes. The same regions get the same tracks.
+/// begins and ends by time, at one time in the order of the lines. Returns how many tracks that takes. The
+/// same regions get the same tracks.
 std::uint32_t lay_out_regions(const std::vector<timeline_marks::region>& regions,
                               const std::function<void(const region_line&)>& take);

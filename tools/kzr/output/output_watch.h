@@ -19,7 +19,7 @@ class output_watch {
   output_watch(const output_watch&) = delete;
   output_watch& operator=(const output_watch&) = delete;
 
-  /// Notes that `bytes` more were written; to be called at least once a megabyte. Throws `interruption`.
+  /// Notes that `bytes` more were written. Throws `interruption`.
   void advance(std::uint64_t bytes);
 
   /// A sentence for the user, told when the output is written.

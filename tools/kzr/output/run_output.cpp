@@ -35,6 +35,10 @@ std::string run_output::explain_unusable(bool takes_stream, const std::string& s
   if (is_standard_output()) return {};
   if (is_special()) return takes_stream ? "" : "it is no file";
   if (is_trace_file(path_, stem, files.count)) return "it is a trace file of the run";
+  std::error_code ignored;
+  if (fs::equivalent(path_, fs::path(stem).parent_path() / "imageload.csv", ignored)) {
+    return "it is the run's list of images";
+  }
   return explain_unusable_place(path_, existing_);
 }
 

@@ -23,8 +23,10 @@ std::string folder_of(const std::string& place) {
 
 /// What a link leads to takes its place, not the link.
 std::string without_links(std::string place) {
+  while (place.size() > 1 && place.ends_with('/')) place.pop_back();
   std::error_code failure;
-  const fs::path target = fs::canonical(place, failure);
+  if (!fs::is_symlink(place, failure)) return place;
+  const fs::path target = fs::weakly_canonical(place, failure);
   return failure ? std::move(place) : target.string();
 }
 
@@ -48,6 +50,9 @@ void staged_output::move_to_place() {
   if (existing_ == existing_output::refused && fs::exists(fs::symlink_status(place_, ignored))) {
     throw output_error(exists_already);
   }
+  // Who may read it stays as it was.
+  const fs::file_status found = fs::status(place_, ignored);
+  if (fs::is_regular_file(found)) fs::permissions(path(), found.permissions(), ignored);
   if (std::rename(path().c_str(), place_.c_str()) != 0) throw system_error_as_output_error(errno);
 }
 
@@ -55,7 +60,10 @@ std::string explain_unusable_place(const std::string& place, existing_output exi
   std::error_code ignored;
   const fs::file_status found = fs::symlink_status(place, ignored);
   if (existing == existing_output::refused && fs::exists(found)) return exists_already;
-  if (fs::is_directory(place, ignored) || place.ends_with('/')) return "it is the name of a folder";
+  const bool may_be_folder = existing == existing_output::refused;
+  if (fs::is_directory(place, ignored) || (place.ends_with('/') && !may_be_folder)) {
+    return "it is the name of a folder";
+  }
   const std::string folder = folder_of(without_links(place));
   if (!fs::is_directory(folder, ignored)) return "there is no folder " + folder;
   if (access(folder.c_str(), W_OK | X_OK) != 0) return std::generic_category().message(errno);

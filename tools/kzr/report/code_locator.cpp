@@ -1,6 +1,7 @@
 #include "kzr/report/code_locator.h"
 
 #include <cxxabi.h>
+#include <elfutils/libdw.h>
 #include <elfutils/libdwfl.h>
 
 #include <cstdlib>
@@ -24,6 +25,20 @@ Dwfl_Module* first_module(Dwfl* session) {
   Dwfl_Module* module = nullptr;
   dwfl_getmodules(session, take_first, static_cast<void*>(&module), 0);
   return module;
+}
+
+/// The line of the code at `address`; null where none is known. Images need not list the addresses of their
+/// units, so those are asked one by one when the list has no answer.
+Dwarf_Line* find_line(Dwfl_Module* module, Dwarf_Addr address) {
+  Dwarf_Addr bias = 0;
+  if (Dwarf_Die* const unit = dwfl_module_addrdie(module, address, &bias)) {
+    if (Dwarf_Line* const line = dwarf_getsrc_die(unit, address - bias)) return line;
+  }
+  for (Dwarf_Die* unit = dwfl_module_nextcu(module, nullptr, &bias); unit != nullptr;
+       unit = dwfl_module_nextcu(module, unit, &bias)) {
+    if (dwarf_haspc(unit, address - bias) == 1) return dwarf_getsrc_die(unit, address - bias);
+  }
+  return nullptr;
 }
 
 }  // namespace
@@ -60,10 +75,11 @@ code_place code_locator::find(const std::string& image, std::uint64_t offset) {
   const Dwarf_Addr address = offset + bias;
   code_place place;
   if (const char* const name = dwfl_module_addrname(module, address)) place.function = demangle(name);
-  if (Dwfl_Line* const line = dwfl_module_getsrc(module, address)) {
+  if (Dwarf_Line* const line = find_line(module, address)) {
     int number = 0;
-    const char* const file = dwfl_lineinfo(line, nullptr, &number, nullptr, nullptr, nullptr);
-    if (file != nullptr) place.source = std::string(file) + ':' + std::to_string(number);
+    const char* const file = dwarf_linesrc(line, nullptr, nullptr);
+    if (file != nullptr && dwarf_lineno(line, &number) == 0)
+      place.source = std::string(file) + ':' + std::to_string(number);
   }
   return place;
 }

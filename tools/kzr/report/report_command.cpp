@@ -48,8 +48,12 @@ constexpr std::size_t most_problems = 40;
 
 void tell_page(const run_report& report, const std::string& path, const page_detail& detail) {
   write_verdict(report.summary(), most_problems, std::cout);
-  std::error_code ignored;
-  std::cout << "\nWritten: " << printable(path) << ", " << fs::file_size(path, ignored) << " bytes\n";
+  std::error_code failure;
+  const std::uintmax_t size = fs::file_size(path, failure);
+  std::cout << "\nWritten: " << printable(path);
+  // Devices have no size.
+  if (!failure) std::cout << ", " << size << " bytes";
+  std::cout << '\n';
   if (detail.detailed == detail.executions) return;
   std::cout << "  " << detail.detailed << " of " << detail.executions
             << " executions are in it one by one, the others in sums; --max-size makes room for more\n";
@@ -136,7 +140,9 @@ subcommand_action set_up_report(CLI::App& command) {
   command.add_option("--to", settings.range.to, "Only what ran at this time or earlier")
       ->type_name("TICKS")
       ->transform(number_of<std::uint64_t>());
-  command.add_flag("!--no-omp", settings.looks_into_openmp, "Do not look into OpenMP regions");
+  command.add_flag_callback(
+      "--no-omp", [options] { options->settings.looks_into_openmp = false; },
+      "Do not look into OpenMP regions");
   command.final_callback([options] {
     report_settings& given = options->settings;
     if (options->opens_page && options->output == "-") {
