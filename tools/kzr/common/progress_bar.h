@@ -3,8 +3,8 @@
 #include <chrono>
 #include <cstdint>
 
-/// Shows on a terminal how much is read or written, from the second second on. Silent when standard error
-/// is no terminal. The line goes with the object.
+/// Shows on a terminal how much is read or written, from the program's second second on. Silent when standard
+/// error is no terminal. The line goes with the object.
 class progress_bar {
  public:
   /// `total_bytes` is what there is to do, 0 where nobody knows. `may_show` is false when something else

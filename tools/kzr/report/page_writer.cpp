@@ -40,6 +40,7 @@ class page_writer {
     page_chunks chunks(report_, order, nodes_, plan_, max_bytes_,
                        [&progress](std::uint64_t packed) { progress.add(packed * bytes_of_execution); });
     const time_pyramid pyramid = build_pyramid(report_.executions, order, plan_);
+    progress.tell("laying out the graph");
     add_part("nodes", make_page_nodes(report_, nodes_));
     add_part("graph", make_page_graph(report_, nodes_.listed()).dump());
     add_part("marks", make_page_marks(report_, nodes_, plan_));

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "analysis/execution_collector.h"
+#include "kzr/common/progress_bar.h"
 #include "processor/image_table.h"
 #include "processor/kzr_record_processor.h"
 #include "reader/multifile_reader.h"
@@ -64,6 +65,8 @@ run_report make_report(const report_settings& settings) {
       read_run(settings.stem, settings.looks_into_openmp ? openmp_paths::as_recorded : openmp_paths::off));
   report.name = name_of_run(settings.stem);
   const kzr_data_manager& model = *report.recorded.model;
+  progress_bar progress(0);
+  progress.tell("collecting the executions");
   if (report.recorded.processor) {
     const event_list& events = report.recorded.processor->collected().events();
     collected_timeline timeline = collect_timeline(events, model, report.nodes, settings.keeps_begin_order);
@@ -78,7 +81,9 @@ run_report make_report(const report_settings& settings) {
   const std::uint32_t node_count = report.nodes.size();
   report.has_run = find_nodes_that_ran(report.executions, node_count, {});
   report.range = settings.range;
+  progress.tell("computing the figures");
   report.figures = compute_figures(report.executions, node_count, settings.range);
+  progress.tell("finding the path");
   report.path = find_observed_path(report.executions, report.links, settings.range);
   return report;
 }
