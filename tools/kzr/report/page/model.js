@@ -203,7 +203,7 @@ class Occurrences {
     this.missing = missing;
     this.lanes = lanes.map(({begin, end, position}) => ({
       begin: begin.list.subarray(0, begin.length), end: end.list.subarray(0, end.length),
-      position: position.list.subarray(0, position.length),
+      position: position.list.subarray(0, position.length), reach: reachOf(end),
     }));
   }
 
@@ -227,6 +227,13 @@ class Occurrences {
     });
     return best;
   }
+}
+
+/** The greatest of the numbers up to each one. */
+function reachOf(numbers) {
+  const reach = numbers.list.slice(0, numbers.length);
+  for (let i = 1; i < reach.length; ++i) reach[i] = Math.max(reach[i], reach[i - 1]);
+  return reach;
 }
 
 /** User events and regions by lane. */
