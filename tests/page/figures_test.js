@@ -62,6 +62,9 @@ pageTest('tables show the figures of the range, sorted and filtered, and copy th
     const threads = byId(await copiedTable(page, 'threads'));
     assertSame(threads, byId(expected.threads.map(texts)), 'threads');
   }
+  const sorted = await page.evaluate(() => ['9007199254740993', 9007199254740991, '9007199254740992', '1.5']
+    .map(exactNumber).sort(compareCells).map(String));
+  assert.deepEqual(sorted, ['1.5', '9007199254740991', '9007199254740992', '9007199254740993']);
 });
 
 pageTest('the picture of busy threads is filled as far as threads were busy', async (openPage) => {

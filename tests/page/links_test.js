@@ -110,7 +110,7 @@ pageTest('a node clicked in the graph is marked in table and all lanes, and its 
   const {xOf} = await timelineScale(page);
   const wide = own.filter(({begin, end}) => xOf(end) - xOf(begin) > 3);
   const isMarked = ({thread, begin, end}) => columns[lanes[thread]].includes(Math.floor((xOf(begin) + xOf(end)) / 2));
-  assert.deepEqual([wide.length > 20, wide.filter((execution) => !isMarked(execution))], [true, []]);
+  assert.deepEqual([wide.length > 10, wide.filter((execution) => !isMarked(execution))], [true, []]);
   await page.locator('#timeline').focus();
   const seen = [];
   for (let i = 0; i < own.length; ++i) {

@@ -46,7 +46,6 @@ async function search(page, name) {
   await page.keyboard.press('/');
   await page.keyboard.type(name);
   await page.keyboard.press('Enter');
-  await page.locator('#search').blur();
 }
 
 /** The places on a canvas at which it tells of a name, by name: in its middle, in pixels of the window. Looks each `step`. */

@@ -81,6 +81,12 @@ class RunModel {
     return Number(BigInt(ticks) - this.origin);
   }
 
+  /** What is to be said of the figures where the page does not hold all executions of the range; else empty. */
+  get partText() {
+    const {missing} = this.figures;
+    return missing > 0 ? `figures cover a part: up to ${countText(missing, 'execution')} left out` : '';
+  }
+
   nameOf(node) {
     return this.nodes ? this.nodes.name[node] || this.nodes.id[node] : '';
   }
@@ -178,12 +184,8 @@ class RunModel {
   async findOccurrences(node, job) {
     const list = () => new GrowingList(Float64Array);
     const lanes = this.store.lanes.map(() => ({begin: list(), end: list(), position: list()}));
-    let missing = 0;
     await visitBlocks(this.store, {from: -Infinity, to: Infinity}, job, (lane, number, block) => {
-      if (!block) {
-        missing += this.store.lanes[lane].count[number];
-        return;
-      }
+      if (!block) return;
       const start = this.store.lanes[lane].start[number];
       for (let i = 0; i < block.count; ++i) {
         if (block.node[i] !== node) continue;
@@ -192,15 +194,14 @@ class RunModel {
         lanes[lane].position.push(start + i);
       }
     });
-    return new Occurrences(node, lanes, missing);
+    return new Occurrences(node, lanes);
   }
 }
 
 /** The executions of a node. */
 class Occurrences {
-  constructor(node, lanes, missing) {
+  constructor(node, lanes) {
     this.node = node;
-    this.missing = missing;
     this.lanes = lanes.map(({begin, end, position}) => ({
       begin: begin.list.subarray(0, begin.length), end: end.list.subarray(0, end.length),
       position: position.list.subarray(0, position.length), reach: reachOf(end),

@@ -169,7 +169,7 @@ class Page {
     const from = Math.max(0, range.from);
     const to = Math.min(model.span, range.to);
     const missing = model.figures.missing > 0
-      ? ` – without ${groupDigits(model.figures.missing)} executions whose detail is left out` : '';
+      ? ` – without up to ${groupDigits(model.figures.missing)} executions whose detail is left out` : '';
     const rounded = model.run.exact ? '' : ' – rounded, the times of this run are too long for exact sums here';
     element.textContent = `all figures: ${model.time.short(from, 6)} to ${model.time.short(to, 6)} `
       + `(${model.time.short(to - from)})${missing}${rounded}`;

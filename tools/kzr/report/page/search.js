@@ -105,6 +105,8 @@ class SearchBox {
     const node = this.found[index];
     if (node === undefined) return;
     this.hide();
+    // The keys that go through its executions must not type here.
+    document.getElementById('timeline').focus({preventScroll: true});
     this.actions.selectNode(node);
   }
 }

@@ -4,12 +4,16 @@ const rowHeight = 26;
 /** Rows beyond those in view that exist, so that scrolling shows no gap. */
 const spareRows = 10;
 
-/** Order of numbers, which may be digits in a string, and of texts; what is missing comes last. */
+/** Order of two numbers or two texts; what is missing comes last. */
 function compareCells(a, b) {
   if (a === null || b === null) return (a === null) - (b === null);
-  if (typeof a === 'number' && typeof b === 'number') return a - b;
-  if (/^\d+(\.\d+)?$/.test(a) && /^\d+(\.\d+)?$/.test(b)) return Number(a) - Number(b);
   return a < b ? -1 : a > b ? 1 : 0;
+}
+
+/** @returns {?(number|bigint)} a number of a cell, exact where it is digits in a string */
+function exactNumber(value) {
+  if (typeof value !== 'string') return value;
+  return /^-?\d+$/.test(value) ? BigInt(value) : Number(value);
 }
 
 /** @returns {string} a cell of CSV */
@@ -34,9 +38,11 @@ class Table {
     this.count = 0;
     this.rows = new Uint32Array(0);
     this.filter = '';
+    this.note = '';
     this.selected = -1;
     this.focused = 0;
     this.isStale = true;
+    this.mustReveal = false;
     this.redraw = new Redraw(() => this.draw());
     this.build(label);
   }
@@ -78,9 +84,10 @@ class Table {
     this.arrange();
   }
 
-  /** Shows as many rows, which are arranged when they are seen. */
-  fill(count) {
+  /** Shows as many rows, which are arranged when they are seen; `note` says what holds for all of them. */
+  fill(count, note = this.note) {
     this.count = count;
+    this.note = note;
     this.isStale = true;
     this.redraw.ask();
   }
@@ -97,14 +104,20 @@ class Table {
     this.focused = Math.min(this.focused, Math.max(0, rows.length - 1));
     this.showOrder();
     const text = `${groupDigits(rows.length)} of ${groupDigits(this.count)} shown`;
-    this.foot.textContent = this.count === 0 ? 'nothing to list' : text;
-    this.foot.hidden = this.count > 0 && rows.length === this.count;
+    const isWhole = this.count > 0 && rows.length === this.count;
+    const told = this.count === 0 ? 'nothing to list' : isWhole ? '' : text;
+    this.foot.textContent = [told, this.note].filter(Boolean).join(' – ');
+    this.foot.classList.toggle('is-part', this.note !== '');
+    this.foot.hidden = !this.foot.textContent;
     this.redraw.ask();
   }
 
   sortRows(rows, column) {
     const values = new Array(this.count);
-    for (const row of rows) values[row] = column.value(row) ?? null;
+    for (const row of rows) {
+      const value = column.value(row) ?? null;
+      values[row] = column.isNumber ? exactNumber(value) : value;
+    }
     const sign = this.isDescending ? -1 : 1;
     rows.sort((a, b) => {
       const [x, y] = [values[a], values[b]];
@@ -131,12 +144,18 @@ class Table {
     if (scroller.clientHeight === 0) return;
     if (this.isStale) {
       this.arrange();
-      this.revealSelected();
+      this.mustReveal = true;
     }
     const {rows} = this;
+    const hadFocus = this.body.contains(document.activeElement);
+    if (this.mustReveal) {
+      // Only what is as high as all rows can be scrolled to where the row will be.
+      this.mustReveal = false;
+      this.body.replaceChildren(this.makeSpacer(rows.length));
+      this.revealSelected();
+    }
     const first = Math.max(0, Math.floor(scroller.scrollTop / rowHeight) - spareRows);
     const end = Math.min(rows.length, Math.ceil((scroller.scrollTop + scroller.clientHeight) / rowHeight) + spareRows);
-    const hadFocus = this.body.contains(document.activeElement);
     const parts = [];
     if (first > 0) parts.push(this.makeSpacer(first));
     for (let i = first; i < end; ++i) parts.push(this.makeRow(i));
@@ -216,7 +235,7 @@ class Table {
   select(row) {
     if (this.selected === row) return;
     this.selected = row;
-    if (!this.isStale) this.revealSelected();
+    this.mustReveal = true;
     this.redraw.ask();
   }
 
@@ -336,6 +355,7 @@ class TablesView {
     const {model} = this;
     const at = (row) => model.figures.threads[row];
     const share = (row) => Number(at(row).busy) / (Number(model.figures.makespan) || 1);
+    const isKnown = () => model.figures.missing === 0;
     const time = (name, label) => ({
       name, label, isNumber: true, value: (row) => at(row)[name],
       show: (cell, row) => {
@@ -346,8 +366,13 @@ class TablesView {
       {name: 'thread', label: 'Thread', isNumber: true, isFiltered: true, value: (row) => model.threadOf(at(row).lane)},
       {name: 'busy_ticks', label: 'Busy', isNumber: true, value: (row) => at(row).busy,
         show: (cell, row) => { cell.textContent = model.time.short(at(row).busy); }},
-      {name: 'busy_share', label: 'of the makespan', isNumber: true, value: (row) => Math.round(share(row) * 1e6) / 1e6,
+      {name: 'busy_share', label: 'of the makespan', isNumber: true,
+        value: (row) => (isKnown() ? Math.round(share(row) * 1e6) / 1e6 : null),
         show: (cell, row) => {
+          if (!isKnown()) {
+            cell.textContent = '?';
+            return;
+          }
           const bar = makeElement('span', 'cell-bar');
           bar.style.width = `${Math.min(100, share(row) * 100)}%`;
           cell.append(bar, makeElement('span', 'over-bar', percentText(share(row))));
@@ -394,9 +419,10 @@ class TablesView {
     const {figures, nodeCount} = this.model;
     this.mostSelf = 0;
     for (const ticks of figures.columns.self_ticks) this.mostSelf = Math.max(this.mostSelf, Number(ticks));
-    this.tables.nodes.fill(nodeCount);
-    this.tables.threads.fill(figures.threads.length);
-    this.tables.path.fill(figures.path.lane.length);
+    const {partText} = this.model;
+    this.tables.nodes.fill(nodeCount, partText);
+    this.tables.threads.fill(figures.threads.length, partText);
+    this.tables.path.fill(figures.path.lane.length, partText);
   }
 
   /** Follows the state. */
@@ -424,7 +450,8 @@ class TablesView {
   async copy() {
     if (this.state.tab === 'path') await this.model.readPath(this.model.figures.path, new Job());
     await copyText(this.table.csv());
-    this.actions.say(`${countText(this.table.rows.length, 'row')} copied as CSV.`);
+    const part = this.table.note && ` Their ${this.table.note}.`;
+    this.actions.say(`${countText(this.table.rows.length, 'row')} copied as CSV.${part}`);
   }
 }
 

@@ -371,7 +371,7 @@ class LanePainter {
       context.textAlign = 'right';
       context.fillStyle = palette.faint;
       const share = (busy.get(lane) ?? 0) / makespan;
-      context.fillText(share > 0 ? `${Math.round(share * 100)}\u202f%` : '–', gutterWidth - 8, y);
+      if (model.figures.missing === 0) context.fillText(share > 0 ? `${Math.round(share * 100)}\u202f%` : '–', gutterWidth - 8, y);
     }
   }
 
