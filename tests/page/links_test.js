@@ -160,6 +160,10 @@ pageTest('a range drawn over the timeline restricts every figure to it', async (
     const expected = figures(run, '--from', from, '--to', to);
     assert.ok(expected.run.executions > 100 && expected.run.executions < 500);
     assertSame(await shownFigures(page), expected);
+    // What is told to look at first is that of a report of the range.
+    const other = await openReport(openPage, report(run, '--from', from, '--to', to));
+    assert.deepEqual(await page.locator('#top li').allTextContents(), await other.locator('#top li').allTextContents());
+    await other.close();
     await page.locator('#range-clear').click();
     await page.waitForFunction(() => !location.hash.includes('range'));
   }
@@ -174,8 +178,9 @@ pageTest('the path is shown in both views and listed', async (openPage) => {
   const {path, nodes} = figures(run);
   const nameOf = new Map(nodes.map(({id, name}) => [id, name]));
   const rows = await copiedTable(page, 'path');
-  assert.deepEqual(rows.map((row) => [row.node, row.thread, row.duration, row.gap, row.gap_kind]), path.map((step) => (
-    [nameOf.get(step.id), step.thread, step.end - step.begin, step.gap_ticks, step.gap_kind ?? ''].map(String))));
+  const told = (row) => [row.node, row.id, row.thread, row.begin, row.duration, row.gap, row.gap_kind];
+  assert.deepEqual(rows.map(told), path.map((step) => [
+    nameOf.get(step.id), step.id, step.thread, step.begin, step.end - step.begin, step.gap_ticks, step.gap_kind ?? ''].map(String)));
   await page.locator('#path tbody tr', {hasText: /^3\D/}).click();
   assert.equal(BigInt((await selection(page)).execution.begin), path[2].begin);
 });

@@ -79,6 +79,10 @@ class DetailsView {
     const {nodes} = model;
     const {node} = state;
     const rows = this.figureRows();
+    const {graph} = this.actions;
+    const sum = graph.sumInside(node);
+    if (sum) rows.push(sum);
+    if (!graph.isShown(node)) rows.push(['Graph', 'no graph shows this node']);
     if (nodes.name[node] !== nodes.id[node]) rows.push(['Id', nodes.id[node]]);
     if (nodes.function[node]) rows.push(['Function', nodes.function[node]]);
     if (nodes.source[node]) rows.push(['Source', nodes.source[node]]);

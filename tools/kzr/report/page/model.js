@@ -47,7 +47,7 @@ class RunModel {
         lane: this.laneOf.get(thread.thread), executions: thread.executions, busy: thread.busy_ticks,
         first_begin: thread.first_begin, last_end: thread.last_end,
       })),
-      columns: this.nodes, path: this.basePath,
+      columns: this.nodes, path: this.basePath, top: this.run.top,
     };
   }
 
@@ -57,6 +57,7 @@ class RunModel {
     const whole = range ?? {from: -Infinity, to: Infinity};
     const figures = await computeFigures(this.store, this.links, this.nodeCount, whole, job);
     const {columns, path} = figures;
+    figures.top = this.topNodes(figures);
     for (const name of ['first_begin', 'last_end']) columns[name] = columns[name].map((time) => this.absolute(time));
     for (const thread of figures.threads) {
       thread.first_begin = this.absolute(thread.firstBegin);
@@ -67,6 +68,31 @@ class RunModel {
       gap: path.steps.map((step) => step.gap), kind: path.steps.map((step) => step.kind), rest: path.rest,
     };
     return figures;
+  }
+
+  /** Up to three nodes to look at first in a range, each for a reason of its own. */
+  topNodes({columns, path, missing}) {
+    const pathTicks = new Float64Array(this.nodeCount);
+    for (const {node, begin, end} of path.steps) pathTicks[node] += end - begin;
+    const found = [];
+    const addGreatest = (amounts, reason) => {
+      let greatest = -1;
+      let sum = 0;
+      amounts.forEach((amount, node) => {
+        sum += amount;
+        if (amount === 0 || found.some((look) => look.node === node)) return;
+        if (greatest < 0 || amount > amounts[greatest]) greatest = node;
+      });
+      if (greatest < 0) return;
+      const share = ((100 * amounts[greatest]) / sum).toFixed(1);
+      const part = missing > 0 ? ', in the part that the page holds' : '';
+      const [id, name] = [this.nodes.id[greatest], this.nodes.name[greatest]];
+      found.push({node: greatest, id, name, text: `${share} % ${reason}${part}`});
+    };
+    addGreatest(columns.self_ticks, 'of all time inside nodes, the most');
+    addGreatest(columns.idle_share_ticks, 'of the time that threads were idle is its share');
+    addGreatest(pathTicks, 'of the observed path, the most of the rest');
+    return found;
   }
 
   /** @returns {?(number|string)} a time as ticks of the trace's clock, above 2^53 in digits */

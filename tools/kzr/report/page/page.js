@@ -125,7 +125,7 @@ class Page {
     if (has('range')) this.updateFigures();
     if (has('measure')) this.graph.updateMeasure();
     if (has('showsPath', 'tab')) this.readPath();
-    if (has('node', 'execution')) this.details.draw();
+    if (has('node', 'execution', 'measure')) this.details.draw();
     if (has('node', 'execution', 'tab')) this.tables.update();
     if (has('view', 'top', 'node', 'execution', 'range', 'showsPath')) this.timeline.redraw.ask();
     if (has('camera', 'node', 'showsPath', 'measure')) this.graph.redraw.ask();
@@ -147,10 +147,11 @@ class Page {
 
   showFigures() {
     this.summary.draw();
+    this.colourSwatches();
     this.tables.fill();
     this.tables.update();
-    this.details.draw();
     this.graph.updateMeasure();
+    this.details.draw();
     this.timeline.redraw.ask();
     this.readPath();
     this.showRange();
@@ -196,8 +197,7 @@ class Page {
     const {path} = model.figures;
     this.pathWork = model.readPath(path, this.rangeJob).then((times) => {
       if (path !== model.figures.path) return;
-      this.graph.pathNodes = new Set(times.node);
-      this.graph.redraw.ask();
+      this.graph.markPath(times.node);
       this.timeline.redraw.ask();
       this.tables.tables.path.fill(path.lane.length);
     }).catch(showError);

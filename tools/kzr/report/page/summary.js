@@ -113,12 +113,9 @@ class SummaryView {
   }
 
   drawTop() {
-    const list = document.getElementById('top');
-    if (list.childElementCount > 0 || this.model.run.top.length === 0) {
-      document.getElementById('first-looks').hidden = this.model.run.top.length === 0;
-      return;
-    }
-    list.replaceChildren(...this.model.run.top.map((look, i) => {
+    const {top} = this.model.figures;
+    document.getElementById('first-looks').hidden = top.length === 0;
+    document.getElementById('top').replaceChildren(...top.map((look, i) => {
       const button = makeElement('button', 'look');
       button.type = 'button';
       button.dataset.node = look.node;

@@ -400,13 +400,19 @@ class TablesView {
       {name: 'step', label: 'Step', isNumber: true, isOrder: true, value: (row) => row + 1},
       {name: 'node', label: 'Node', isFiltered: true, value: (row) => (node(row) < 0 ? '…' : model.nameOf(node(row))),
         show: (cell, row) => { if (node(row) >= 0) this.showNode(cell, node(row)); else cell.textContent = '…'; }},
+      {name: 'id', label: 'Id', isHidden: true, isFiltered: true,
+        value: (row) => (node(row) < 0 ? '' : model.nodes.id[node(row)])},
       ticks('duration', 'Duration', (row) => known(times().end[row] - times().begin[row])),
       ticks('gap', 'Gap before', (row) => Number(model.figures.path.gap[row])),
       {name: 'gap_kind', label: 'Waited for', isFiltered: true, value: (row) => model.figures.path.kind[row] ?? '',
         about: 'enclosing: inside something else; thread: its data was there; data: its thread was there'},
       {name: 'thread', label: 'Thread', isNumber: true, isFiltered: true,
         value: (row) => model.threadOf(model.figures.path.lane[row])},
-      ticks('begin', 'Begin', (row) => known(times().begin[row]), 6),
+      {name: 'begin', label: 'Begin', isNumber: true, value: (row) => model.absolute(known(times().begin[row])),
+        show: (cell, row) => {
+          const begin = known(times().begin[row]);
+          cell.textContent = begin === null ? '…' : model.time.short(begin, 6);
+        }},
     ];
     return new Table(document.getElementById('path'), {
       label: 'Observed path', columns, sort: {name: 'step', isDescending: false},
