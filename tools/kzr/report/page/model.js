@@ -270,6 +270,8 @@ class Marks {
     this.events = Array.from({length: laneCount}, () => ({time: [], text: []}));
     this.regions = Array.from({length: laneCount}, () => []);
     const {user_events: events, regions} = part;
+    this.userEvents = events;
+    this.allRegions = regions;
     sumGaps(events.time);
     events.lane.forEach((lane, i) => {
       this.events[lane].time.push(events.time[i]);

@@ -241,6 +241,10 @@ class Page {
     this.timeline.reveal(execution);
   }
 
+  showTime(time) {
+    this.timeline.reveal(time);
+  }
+
   selectLane(lane) {
     this.timeline.revealLane(lane);
   }

@@ -24,7 +24,7 @@ function csvCell(value) {
 
 /**
  * A table of rows by number. A column has `name`, `label`, `value(row)` for order and CSV, and where it is shown in
- * another way `show(cell, row)`; `isNumber` sets it to the right; `isHidden` leaves it to CSV; `isOrder` says that rows
+ * another way `show(cell, row)`, and where it is ordered by something quicker to get `order(row)`; `isNumber` sets it to the right; `isHidden` leaves it to CSV; `isOrder` says that rows
  * are in its order, `isFiltered` that the filter looks at it.
  */
 class Table {
@@ -115,7 +115,7 @@ class Table {
   sortRows(rows, column) {
     const values = new Array(this.count);
     for (const row of rows) {
-      const value = column.value(row) ?? null;
+      const value = (column.order ?? column.value)(row) ?? null;
       values[row] = column.isNumber ? exactNumber(value) : value;
     }
     const sign = this.isDescending ? -1 : 1;
@@ -261,7 +261,7 @@ class Table {
   }
 }
 
-/** The three tables and what is above them. */
+/** The tables and what is above them. */
 class TablesView {
   /** @param actions {select(execution), selectNode(node), selectLane(lane), say(text)} */
   constructor(model, state, palette, actions) {
@@ -269,8 +269,11 @@ class TablesView {
     this.state = state;
     this.palette = palette;
     this.actions = actions;
-    this.tables = {nodes: this.makeNodes(), threads: this.makeThreads(), path: this.makePath()};
-    this.filters = {nodes: '', threads: '', path: ''};
+    this.tables = {
+      nodes: this.makeNodes(), threads: this.makeThreads(), path: this.makePath(), events: this.makeEvents(),
+      concurrency: this.makeConcurrency(),
+    };
+    this.filters = Object.fromEntries(Object.keys(this.tables).map((name) => [name, '']));
     this.wire();
   }
 
@@ -420,6 +423,59 @@ class TablesView {
     });
   }
 
+  /** User events, then regions, of the whole run; rows are looked up when they are asked for, as there may be very many. */
+  makeEvents() {
+    const {model} = this;
+    const {texts, userEvents: events, allRegions: regions} = model.marks;
+    const count = events.time.length;
+    const isEvent = (row) => row < count;
+    const begin = (row) => (isEvent(row) ? events.time[row] : Number(regions.begin[row - count]));
+    const end = (row) => (isEvent(row) ? null : Number(regions.end[row - count]));
+    const lane = (row) => (isEvent(row) ? events.lane[row] : regions.lane[row - count]);
+    const name = (row) => {
+      if (isEvent(row)) return texts[events.text[row]];
+      const node = regions.node[row - count];
+      return node < 0 ? texts[regions.text[row - count]] : model.nameOf(node);
+    };
+    const duration = (row) => (isEvent(row) ? null : end(row) - begin(row));
+    const short = (of, digits) => (cell, row) => { cell.textContent = model.time.short(of(row), digits); };
+    const columns = [
+      {name: 'kind', label: 'Kind', isOrder: true, isFiltered: true, value: (row) => (isEvent(row) ? 'event' : 'region')},
+      {name: 'name', label: 'Name', isFiltered: true, value: name, show: (cell, row) => showName(cell, name(row) ?? '', 60)},
+      {name: 'thread', label: 'Thread', isNumber: true, isFiltered: true, value: (row) => model.threadOf(lane(row))},
+      {name: 'begin', label: 'Begin', isNumber: true, order: begin, value: (row) => model.absolute(begin(row)),
+        show: short(begin, 6)},
+      {name: 'end', label: 'End', isNumber: true, isHidden: true, value: (row) => model.absolute(end(row))},
+      {name: 'duration', label: 'Duration', isNumber: true, value: duration, show: short(duration)},
+    ];
+    const table = new Table(document.getElementById('events'), {
+      label: 'User events and regions', columns, sort: {name: 'kind', isDescending: false},
+      onSelect: (row) => {
+        table.select(row);
+        this.actions.showTime({lane: lane(row), begin: begin(row), end: end(row) ?? begin(row)});
+      },
+    });
+    table.fill(count + regions.lane.length);
+    return table;
+  }
+
+  makeConcurrency() {
+    const {model} = this;
+    const ticks = (row) => model.figures.concurrency[row];
+    const share = (row) => Number(ticks(row)) / (Number(model.figures.makespan) || 1);
+    const columns = [
+      {name: 'busy_threads', label: 'Busy threads', isNumber: true, isOrder: true, isFiltered: true, value: (row) => row},
+      {name: 'ticks', label: 'Time', isNumber: true, value: ticks,
+        show: (cell, row) => { cell.textContent = model.time.short(ticks(row)); }},
+      {name: 'share', label: 'of the makespan', isNumber: true, value: (row) => Math.round(share(row) * 1e6) / 1e6,
+        show: (cell, row) => { cell.textContent = percentText(share(row)); }},
+    ];
+    return new Table(document.getElementById('concurrency'), {
+      label: 'Time by number of busy threads', columns, sort: {name: 'busy_threads', isDescending: false},
+      onSelect: () => {},
+    });
+  }
+
   /** Takes over the figures of another range. */
   fill() {
     const {figures, nodeCount} = this.model;
@@ -429,6 +485,9 @@ class TablesView {
     this.tables.nodes.fill(nodeCount, partText);
     this.tables.threads.fill(figures.threads.length, partText);
     this.tables.path.fill(figures.path.lane.length, partText);
+    this.tables.events.fill(this.tables.events.count, this.state.range ? 'of the whole run, whatever the range' : '');
+    // How many threads were busy is not known where executions are left out.
+    this.tables.concurrency.fill(figures.missing > 0 ? 0 : figures.concurrency.length, partText);
   }
 
   /** Follows the state. */
@@ -456,8 +515,8 @@ class TablesView {
   async copy() {
     if (this.state.tab === 'path') await this.model.readPath(this.model.figures.path, new Job());
     await copyText(this.table.csv());
-    const part = this.table.note && ` Their ${this.table.note}.`;
-    this.actions.say(`${countText(this.table.rows.length, 'row')} copied as CSV.${part}`);
+    const part = this.table.note && ` (${this.table.note})`;
+    this.actions.say(`${countText(this.table.rows.length, 'row')} copied as CSV${part}.`);
   }
 }
 
