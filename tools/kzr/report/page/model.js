@@ -57,6 +57,8 @@ class RunModel {
     const whole = range ?? {from: -Infinity, to: Infinity};
     const figures = await computeFigures(this.store, this.links, this.nodeCount, whole, job);
     const {columns, path} = figures;
+    // What waited while something ran is not known where executions are left out.
+    if (figures.missing > 0) columns.idle_share_ticks = new Array(this.nodeCount).fill(null);
     figures.top = this.topNodes(figures);
     for (const name of ['first_begin', 'last_end']) columns[name] = columns[name].map((time) => this.absolute(time));
     for (const thread of figures.threads) {
@@ -80,14 +82,14 @@ class RunModel {
       let sum = 0;
       amounts.forEach((amount, node) => {
         sum += amount;
-        if (amount === 0 || found.some((look) => look.node === node)) return;
+        if (!amount || found.some((look) => look.node === node)) return;
         if (greatest < 0 || amount > amounts[greatest]) greatest = node;
       });
       if (greatest < 0) return;
       const share = ((100 * amounts[greatest]) / sum).toFixed(1);
-      const part = missing > 0 ? ', in the part that the page holds' : '';
+      const part = missing > 0 ? 'Of what the page holds: ' : '';
       const [id, name] = [this.nodes.id[greatest], this.nodes.name[greatest]];
-      found.push({node: greatest, id, name, text: `${share} % ${reason}${part}`});
+      found.push({node: greatest, id, name, text: `${part}${share} % ${reason}`});
     };
     addGreatest(columns.self_ticks, 'of all time inside nodes, the most');
     addGreatest(columns.idle_share_ticks, 'of the time that threads were idle is its share');
