@@ -61,7 +61,18 @@ pageTest('tables show the figures of the range, sorted and filtered, and copy th
     assertSame(nodes, byId(expected.nodes.map(texts)), 'nodes');
     const threads = byId(await copiedTable(page, 'threads'));
     assertSame(threads, byId(expected.threads.map(texts)), 'threads');
+    const busy = await copiedTable(page, 'concurrency');
+    assertSame(busy, expected.concurrency.map(texts), 'busy threads');
   }
+  const events = await copiedTable(page, 'events');
+  const start = (1n << 60n) + 1n;
+  const [opened, region] = [9000n, 9100n].map((ticks) => String(start + ticks));
+  assert.deepEqual(events.map(({kind, name, thread, begin}) => [kind, name, thread, begin]),
+    [['event', 'input opened', '0', opened], ['region', 'read', '0', region]]);
+  assert.equal(events[1].end, String(start + 300_000n));
+  const sorted = await page.evaluate(() => ['9007199254740993', 9007199254740991, '9007199254740992', '1.5']
+    .map(exactNumber).sort(compareCells).map(String));
+  assert.deepEqual(sorted, ['1.5', '9007199254740991', '9007199254740992', '9007199254740993']);
 });
 
 pageTest('the picture of busy threads is filled as far as threads were busy', async (openPage) => {

@@ -21,6 +21,15 @@ async function detail(page, name) {
   return (await value.textContent()).replaceAll('\u202f', '');
 }
 
+/** The place of a time in pixels of the timeline. */
+async function timelineScale(page) {
+  const {width} = await page.locator('#timeline').boundingBox();
+  const {from, to} = await page.evaluate(() => window.kzr.view());
+  const gutter = await page.evaluate(() => gutterWidth);
+  const perTick = (width - gutter) / Number(BigInt(to) - BigInt(from));
+  return {xOf: (time) => gutter + Number(time - BigInt(from)) * perTick};
+}
+
 /** Clicks all over the timeline; what each click selects, with its place, the time there and the ticks of three pixels. */
 async function clickTimeline(page, columns) {
   await settle(page);
@@ -73,6 +82,17 @@ pageTest('an execution clicked in the timeline is told of, and shows its node in
   assert.ok(name in await namesUnderPointer(page, '#graph'));
 });
 
+pageTest('a click on the timeline selects the node that the pointer tells of, where executions are too narrow, too', async (openPage) => {
+  const page = await openReport(openPage, file);
+  for (const step of [5, 7, 9, 11]) {
+    for (const [name, place] of Object.entries(await namesUnderPointer(page, '#timeline', step))) {
+      await page.mouse.click(...place);
+      await selection(page);
+      assert.equal(await page.locator('#details .full-name').textContent(), name, `at ${place}`);
+    }
+  }
+});
+
 pageTest('a node clicked in the graph is marked in table and all lanes, and its executions are gone through', async (openPage) => {
   const page = await openReport(openPage, file);
   assert.equal((await pixelsOfColour(page, '#timeline', '--accent')).count, 0);
@@ -81,11 +101,16 @@ pageTest('a node clicked in the graph is marked in table and all lanes, and its 
   const {node, execution} = await selection(page);
   assert.deepEqual([node, execution], ['g0::n0', null]);
   assert.match(await selectedRow(page, 'nodes').textContent(), /^read/);
-  const {rows} = await pixelsOfColour(page, '#timeline', '--accent');
+  const {rows, columns} = await pixelsOfColour(page, '#timeline', '--accent');
   // Marks of a lane are a few pixels high.
-  assert.equal(rows.filter((row, i) => row - (rows[i - 1] ?? -9) > 3).length, 4, `rows ${rows}`);
+  const lanes = rows.filter((row, i) => row - (rows[i - 1] ?? -9) > 3);
+  assert.equal(lanes.length, 4, `rows ${rows}`);
 
   const own = executions(run).filter(({id}) => id === 'g0::n0');
+  const {xOf} = await timelineScale(page);
+  const wide = own.filter(({begin, end}) => xOf(end) - xOf(begin) > 3);
+  const isMarked = ({thread, begin, end}) => columns[lanes[thread]].includes(Math.floor((xOf(begin) + xOf(end)) / 2));
+  assert.deepEqual([wide.length > 10, wide.filter((execution) => !isMarked(execution))], [true, []]);
   await page.locator('#timeline').focus();
   const seen = [];
   for (let i = 0; i < own.length; ++i) {
@@ -135,6 +160,10 @@ pageTest('a range drawn over the timeline restricts every figure to it', async (
     const expected = figures(run, '--from', from, '--to', to);
     assert.ok(expected.run.executions > 100 && expected.run.executions < 500);
     assertSame(await shownFigures(page), expected);
+    // What is told to look at first is that of a report of the range.
+    const other = await openReport(openPage, report(run, '--from', from, '--to', to));
+    assert.deepEqual(await page.locator('#top li').allTextContents(), await other.locator('#top li').allTextContents());
+    await other.close();
     await page.locator('#range-clear').click();
     await page.waitForFunction(() => !location.hash.includes('range'));
   }
@@ -149,8 +178,9 @@ pageTest('the path is shown in both views and listed', async (openPage) => {
   const {path, nodes} = figures(run);
   const nameOf = new Map(nodes.map(({id, name}) => [id, name]));
   const rows = await copiedTable(page, 'path');
-  assert.deepEqual(rows.map((row) => [row.node, row.thread, row.duration, row.gap, row.gap_kind]), path.map((step) => (
-    [nameOf.get(step.id), step.thread, step.end - step.begin, step.gap_ticks, step.gap_kind ?? ''].map(String))));
+  const told = (row) => [row.node, row.id, row.thread, row.begin, row.duration, row.gap, row.gap_kind];
+  assert.deepEqual(rows.map(told), path.map((step) => [
+    nameOf.get(step.id), step.id, step.thread, step.begin, step.end - step.begin, step.gap_ticks, step.gap_kind ?? ''].map(String)));
   await page.locator('#path tbody tr', {hasText: /^3\D/}).click();
   assert.equal(BigInt((await selection(page)).execution.begin), path[2].begin);
 });

@@ -46,7 +46,6 @@ async function search(page, name) {
   await page.keyboard.press('/');
   await page.keyboard.type(name);
   await page.keyboard.press('Enter');
-  await page.locator('#search').blur();
 }
 
 /** The places on a canvas at which it tells of a name, by name: in its middle, in pixels of the window. Looks each `step`. */
@@ -70,7 +69,7 @@ async function namesUnderPointer(page, canvas, step = 6) {
   return Object.fromEntries(Object.entries(places).map(([name, points]) => [name, points[points.length >> 1]]));
 }
 
-/** Pixels of a canvas that have a colour of the style sheet: how many, and their rows. */
+/** Pixels of a canvas that have a colour of the style sheet: how many, their rows, and their columns by row. */
 async function pixelsOfColour(page, canvas, colour) {
   await settle(page);
   return page.evaluate(([canvas, colour]) => {
@@ -83,14 +82,14 @@ async function pixelsOfColour(page, canvas, colour) {
     copy.fillRect(0, height, 1, 1);
     const {data} = copy.getImageData(0, 0, width, height);
     const [red, green, blue] = copy.getImageData(0, height, 1, 1).data;
-    const rows = new Set();
+    const columns = {};
     let count = 0;
     for (let i = 0; i < data.length; i += 4) {
       if (data[i] !== red || data[i + 1] !== green || data[i + 2] !== blue) continue;
       ++count;
-      rows.add(Math.floor(i / 4 / width));
+      (columns[Math.floor(i / 4 / width)] ??= []).push((i / 4) % width);
     }
-    return {count, rows: [...rows]};
+    return {count, rows: Object.keys(columns).map(Number), columns};
   }, [canvas, colour]);
 }
 

@@ -61,7 +61,13 @@ pageTest('a page that must stay small leaves detail out and says so, and its sum
   assert.ok(told.includes(`${detailed} of ${expected.run.executions}`), told);
   const middle = expected.path[expected.path.length >> 1];
   await setRange(page, middle.begin, BigInt(middle.begin) + 40_000_000n);
-  assert.match(await page.locator('#range').textContent(), /without .* executions whose detail is left out/);
+  assert.match(await page.locator('#range').textContent(), /without up to .* executions whose detail is left out/);
+  assert.match(await page.locator('#verdict').textContent(), /only a part: up to .* are left out/);
+  assert.equal(await headline(page, 'Parallelism'), '?');
+  for (const shown of ['#nodes .foot', '#details']) {
+    await page.locator('#nodes [data-index="0"]').click();
+    assert.match(await page.locator(shown).textContent(), /figures cover a part/, shown);
+  }
 });
 
 pageTest('a thousand threads have their lanes', async (openPage) => {
@@ -81,8 +87,8 @@ pageTest('a thousand threads have their lanes', async (openPage) => {
 });
 
 pageTest('of a hundred thousand nodes each is found and shown, and lists hold what is in view', async (openPage) => {
-  const run = largeRun('structure', 0.5);
-  const page = await openReport(openPage, report(run));
+  const file = report(largeRun('structure', 0.5));
+  const page = await openReport(openPage, file);
   assert.equal(await page.evaluate(async () => (await window.kzr.figures()).nodes.length), 100_000);
   assert.ok(await page.locator('#nodes tr').count() < 200);
   for (const number of [7, 54_321, 99_999]) {
@@ -92,6 +98,11 @@ pageTest('of a hundred thousand nodes each is found and shown, and lists hold wh
     assert.ok(name in await namesUnderPointer(page, '#graph', 18), name);
     assert.match(await page.locator('#nodes tr[aria-selected="true"]').textContent(), new RegExp(`^${name}`));
   }
+  const {hash} = new URL(page.url());
+  await page.close();
+  const linked = await openReport(openPage, file, {hash});
+  await settle(linked);
+  assert.ok(await linked.locator('#nodes tr[aria-selected="true"]').isVisible());
 });
 
 pageTest('a million executions are zoomed into and restricted', async (openPage) => {

@@ -8,6 +8,9 @@ const gapTexts = {
   unexplained: 'nothing explains it',
 };
 
+/** The node of all barriers, at which threads wait. */
+const barrierId = 'omp_barrier';
+
 /** Letters of a name that the panel shows at most. */
 const mostDetailLetters = 20000;
 
@@ -33,6 +36,11 @@ class DetailsView {
     }
     const parts = [this.nameHeading()];
     if (state.execution) parts.push(this.executionPart(), makeElement('h3', '', 'All of this node'));
+    const {run} = this.model;
+    if (run.detailed !== run.executions) {
+      parts.push(makeElement('p', '', `Marks, previous and next pass over ${groupDigits(run.executions - run.detailed)} `
+        + 'executions of the run that this page leaves out; some of them may be of this node.'));
+    }
     this.element.replaceChildren(...parts, this.nodeList());
     this.element.scrollTop = 0;
   }
@@ -71,6 +79,10 @@ class DetailsView {
     const {nodes} = model;
     const {node} = state;
     const rows = this.figureRows();
+    const {graph} = this.actions;
+    const sum = graph.sumInside(node);
+    if (sum) rows.push(sum);
+    if (!graph.isShown(node)) rows.push(['Graph', 'no graph shows this node']);
     if (nodes.name[node] !== nodes.id[node]) rows.push(['Id', nodes.id[node]]);
     if (nodes.function[node]) rows.push(['Function', nodes.function[node]]);
     if (nodes.source[node]) rows.push(['Source', nodes.source[node]]);
@@ -83,11 +95,15 @@ class DetailsView {
     const at = (name) => figures.columns[name][state.node];
     const time = (name) => model.time.short(at(name));
     if (at('executions') === 0 && Number(at('total_ticks')) === 0) {
-      return [['Executions', state.range ? 'none in this range' : 'none']];
+      return [['Executions', figures.missing > 0 ? `none that the page holds; ${model.partText}`
+        : state.range ? 'none in this range' : 'none']];
     }
     const busy = figures.threads.reduce((sum, thread) => sum + Number(thread.busy), 0);
-    const share = busy > 0 ? ` – ${percentText(Number(at('self_ticks')) / busy)} of all busy time` : '';
+    // Threads that wait at a barrier are not busy.
+    const hasShare = busy > 0 && figures.missing === 0 && model.nodes.id[state.node] !== barrierId;
+    const share = hasShare ? ` – ${percentText(Number(at('self_ticks')) / busy)} of all busy time` : '';
     const rows = [
+      ...(figures.missing > 0 ? [['In this range', model.partText]] : []),
       ['Executions', `${groupDigits(at('executions'))} on ${countText(at('threads'), 'thread')}`],
       ['Self time', time('self_ticks') + share],
       ['Total', time('total_ticks')],

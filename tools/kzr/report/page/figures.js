@@ -238,7 +238,7 @@ class FigureCounter {
     this.nodeLanes = new Set();
   }
 
-  /** Adds a block, or notes how many executions the page does not hold of it. */
+  /** Adds a block, or notes how many executions the page does not hold of it: at most, as some may be out of the range. */
   add(laneNumber, blockNumber, block) {
     const {from, to} = this.range;
     if (!block) {
@@ -355,8 +355,8 @@ function addUseOfThreads(figures) {
 
 /**
  * The figures of a range of times, both ends included, in ticks since the origin.
- * @returns {Promise<object>} with `columns` by node, and `missing`: how many executions the page does not hold in
- *   detail that may belong to the range
+ * @returns {Promise<object>} with `columns` by node, and `missing`: up to how many executions of the range
+ *   the page does not hold in detail
  */
 async function computeFigures(store, links, nodeCount, range, job) {
   const counter = new FigureCounter(store, nodeCount, range);

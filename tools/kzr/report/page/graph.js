@@ -49,11 +49,40 @@ class GraphView {
   updateMeasure() {
     this.values = Float64Array.from(this.model.figures.columns[this.state.measure], Number);
     const {graph} = this.layout.nodes;
-    this.scale = new MeasureScale(this.values.filter((_, node) => graph[node] >= 0));
     this.layout.addInner(this.values, measures[this.state.measure].addsUp);
+    this.scale = new MeasureScale(this.values.filter((_, node) => graph[node] >= 0));
     this.steps = Int8Array.from(this.values, (value) => this.scale.stepOf(value));
     this.drawLegend();
     this.redraw.ask();
+  }
+
+  /** Marks the nodes of the path, and the composite nodes that they are in. */
+  markPath(path) {
+    const {graphs, nodes} = this.layout;
+    const onPath = new Set();
+    for (let node of path) {
+      while (node >= 0 && !onPath.has(node)) {
+        onPath.add(node);
+        node = nodes.graph[node] < 0 ? -1 : graphs.parent[nodes.graph[node]];
+      }
+    }
+    this.pathNodes = onPath;
+    this.redraw.ask();
+  }
+
+  isOnPath(node) {
+    return this.state.showsPath && this.pathNodes.has(node);
+  }
+
+  /** What the chosen measure adds up to in a composite node, as a row of details; null for other nodes. */
+  sumInside(node) {
+    const {label, addsUp} = measures[this.state.measure];
+    if (!addsUp || this.layout.nodes.inner[node] < 0) return null;
+    return [`${label}, with all inside`, this.measureText(node) || '0'];
+  }
+
+  isShown(node) {
+    return this.layout.nodes.graph[node] >= 0;
   }
 
   drawLegend() {
@@ -192,11 +221,13 @@ class GraphView {
       const line = Math.floor((y + (nodes.y[node] + nodes.height[node] / 2) * scale) / 2);
       if (column < 0 || line < 0 || column >= columns || line >= lines) continue;
       const cell = line * columns + column;
-      if (steps[node] > cells[cell]) cells[cell] = steps[node];
+      // The path goes over every measure.
+      const step = this.isOnPath(node) ? scaleSteps : steps[node];
+      if (step > cells[cell]) cells[cell] = step;
     }
     cells.forEach((step, cell) => {
       if (step === -2) return;
-      context.fillStyle = step < 0 ? palette.edge : palette.scale[step];
+      context.fillStyle = step < 0 ? palette.edge : palette.scale[step] ?? palette.path;
       context.fillRect((cell % columns) * 2, Math.floor(cell / columns) * 2, 2, 2);
     });
   }
@@ -211,10 +242,12 @@ class GraphView {
     const isOutlined = width >= leastOutlinedBox;
     const withoutStep = isOutlined ? palette.panel : palette.edge;
     context.fillStyle = isOpen ? palette.box : step < 0 ? withoutStep : palette.scale[step];
+    const isOnPath = this.isOnPath(node);
+    if (isOnPath && !isOutlined) context.fillStyle = palette.path;
     context.fillRect(left, top, width, height);
     if (isOutlined) {
-      context.strokeStyle = this.pathNodes.has(node) && this.state.showsPath ? palette.path : palette.faint;
-      context.lineWidth = this.pathNodes.has(node) && this.state.showsPath ? 2.5 : inner >= 0 ? 1.5 : 0.8;
+      context.strokeStyle = isOnPath ? palette.path : palette.faint;
+      context.lineWidth = isOnPath ? 2.5 : inner >= 0 ? 1.5 : 0.8;
       context.strokeRect(left, top, width, height);
       // Composite nodes have a second line, as a stack has.
       if (inner >= 0 && !isOpen) context.strokeRect(left + 2.5, top + 2.5, width - 5, height - 5);
@@ -407,7 +440,7 @@ class GraphView {
     context.font = '600 11px system-ui, sans-serif';
     context.textAlign = 'center';
     context.textBaseline = 'middle';
-    this.model.run.top.forEach((look, i) => {
+    this.model.figures.top.forEach((look, i) => {
       const box = this.findDrawnBox(look.node);
       if (!box || !this.isInView(box.left, box.top, box.width, box.height)) return;
       const x = box.left + box.width - 3;

@@ -47,7 +47,7 @@ class RunModel {
         lane: this.laneOf.get(thread.thread), executions: thread.executions, busy: thread.busy_ticks,
         first_begin: thread.first_begin, last_end: thread.last_end,
       })),
-      columns: this.nodes, path: this.basePath,
+      columns: this.nodes, path: this.basePath, top: this.run.top,
     };
   }
 
@@ -57,6 +57,9 @@ class RunModel {
     const whole = range ?? {from: -Infinity, to: Infinity};
     const figures = await computeFigures(this.store, this.links, this.nodeCount, whole, job);
     const {columns, path} = figures;
+    // What waited while something ran is not known where executions are left out.
+    if (figures.missing > 0) columns.idle_share_ticks = new Array(this.nodeCount).fill(null);
+    figures.top = this.topNodes(figures);
     for (const name of ['first_begin', 'last_end']) columns[name] = columns[name].map((time) => this.absolute(time));
     for (const thread of figures.threads) {
       thread.first_begin = this.absolute(thread.firstBegin);
@@ -69,6 +72,31 @@ class RunModel {
     return figures;
   }
 
+  /** Up to three nodes to look at first in a range, each for a reason of its own. */
+  topNodes({columns, path, missing}) {
+    const pathTicks = new Float64Array(this.nodeCount);
+    for (const {node, begin, end} of path.steps) pathTicks[node] += end - begin;
+    const found = [];
+    const addGreatest = (amounts, reason) => {
+      let greatest = -1;
+      let sum = 0;
+      amounts.forEach((amount, node) => {
+        sum += amount;
+        if (!amount || found.some((look) => look.node === node)) return;
+        if (greatest < 0 || amount > amounts[greatest]) greatest = node;
+      });
+      if (greatest < 0) return;
+      const share = ((100 * amounts[greatest]) / sum).toFixed(1);
+      const part = missing > 0 ? 'Of what the page holds: ' : '';
+      const [id, name] = [this.nodes.id[greatest], this.nodes.name[greatest]];
+      found.push({node: greatest, id, name, text: `${part}${share} % ${reason}`});
+    };
+    addGreatest(columns.self_ticks, 'of all time inside nodes, the most');
+    addGreatest(columns.idle_share_ticks, 'of the time that threads were idle is its share');
+    addGreatest(pathTicks, 'of the observed path, the most of the rest');
+    return found;
+  }
+
   /** @returns {?(number|string)} a time as ticks of the trace's clock, above 2^53 in digits */
   absolute(time) {
     if (time === null) return null;
@@ -79,6 +107,12 @@ class RunModel {
   /** @returns {number} ticks of the trace's clock as a time since the origin */
   relative(ticks) {
     return Number(BigInt(ticks) - this.origin);
+  }
+
+  /** What is to be said of the figures where the page does not hold all executions of the range; else empty. */
+  get partText() {
+    const {missing} = this.figures;
+    return missing > 0 ? `figures cover a part: up to ${countText(missing, 'execution')} left out` : '';
   }
 
   nameOf(node) {
@@ -178,12 +212,8 @@ class RunModel {
   async findOccurrences(node, job) {
     const list = () => new GrowingList(Float64Array);
     const lanes = this.store.lanes.map(() => ({begin: list(), end: list(), position: list()}));
-    let missing = 0;
     await visitBlocks(this.store, {from: -Infinity, to: Infinity}, job, (lane, number, block) => {
-      if (!block) {
-        missing += this.store.lanes[lane].count[number];
-        return;
-      }
+      if (!block) return;
       const start = this.store.lanes[lane].start[number];
       for (let i = 0; i < block.count; ++i) {
         if (block.node[i] !== node) continue;
@@ -192,18 +222,17 @@ class RunModel {
         lanes[lane].position.push(start + i);
       }
     });
-    return new Occurrences(node, lanes, missing);
+    return new Occurrences(node, lanes);
   }
 }
 
 /** The executions of a node. */
 class Occurrences {
-  constructor(node, lanes, missing) {
+  constructor(node, lanes) {
     this.node = node;
-    this.missing = missing;
     this.lanes = lanes.map(({begin, end, position}) => ({
       begin: begin.list.subarray(0, begin.length), end: end.list.subarray(0, end.length),
-      position: position.list.subarray(0, position.length),
+      position: position.list.subarray(0, position.length), reach: reachOf(end),
     }));
   }
 
@@ -229,6 +258,13 @@ class Occurrences {
   }
 }
 
+/** The greatest of the numbers up to each one. */
+function reachOf(numbers) {
+  const reach = numbers.list.slice(0, numbers.length);
+  for (let i = 1; i < reach.length; ++i) reach[i] = Math.max(reach[i], reach[i - 1]);
+  return reach;
+}
+
 /** User events and regions by lane. */
 class Marks {
   constructor(part, laneCount) {
@@ -236,6 +272,8 @@ class Marks {
     this.events = Array.from({length: laneCount}, () => ({time: [], text: []}));
     this.regions = Array.from({length: laneCount}, () => []);
     const {user_events: events, regions} = part;
+    this.userEvents = events;
+    this.allRegions = regions;
     sumGaps(events.time);
     events.lane.forEach((lane, i) => {
       this.events[lane].time.push(events.time[i]);

@@ -125,7 +125,7 @@ class Page {
     if (has('range')) this.updateFigures();
     if (has('measure')) this.graph.updateMeasure();
     if (has('showsPath', 'tab')) this.readPath();
-    if (has('node', 'execution')) this.details.draw();
+    if (has('node', 'execution', 'measure')) this.details.draw();
     if (has('node', 'execution', 'tab')) this.tables.update();
     if (has('view', 'top', 'node', 'execution', 'range', 'showsPath')) this.timeline.redraw.ask();
     if (has('camera', 'node', 'showsPath', 'measure')) this.graph.redraw.ask();
@@ -147,10 +147,11 @@ class Page {
 
   showFigures() {
     this.summary.draw();
+    this.colourSwatches();
     this.tables.fill();
     this.tables.update();
-    this.details.draw();
     this.graph.updateMeasure();
+    this.details.draw();
     this.timeline.redraw.ask();
     this.readPath();
     this.showRange();
@@ -169,7 +170,7 @@ class Page {
     const from = Math.max(0, range.from);
     const to = Math.min(model.span, range.to);
     const missing = model.figures.missing > 0
-      ? ` – without ${groupDigits(model.figures.missing)} executions whose detail is left out` : '';
+      ? ` – without up to ${groupDigits(model.figures.missing)} executions whose detail is left out` : '';
     const rounded = model.run.exact ? '' : ' – rounded, the times of this run are too long for exact sums here';
     element.textContent = `all figures: ${model.time.short(from, 6)} to ${model.time.short(to, 6)} `
       + `(${model.time.short(to - from)})${missing}${rounded}`;
@@ -196,8 +197,7 @@ class Page {
     const {path} = model.figures;
     this.pathWork = model.readPath(path, this.rangeJob).then((times) => {
       if (path !== model.figures.path) return;
-      this.graph.pathNodes = new Set(times.node);
-      this.graph.redraw.ask();
+      this.graph.markPath(times.node);
       this.timeline.redraw.ask();
       this.tables.tables.path.fill(path.lane.length);
     }).catch(showError);
@@ -239,6 +239,10 @@ class Page {
     if (!execution) return;
     this.select(execution);
     this.timeline.reveal(execution);
+  }
+
+  showTime(time) {
+    this.timeline.reveal(time);
   }
 
   selectLane(lane) {

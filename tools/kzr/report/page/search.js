@@ -11,13 +11,14 @@ class SearchBox {
     this.input = document.getElementById('search');
     this.list = document.getElementById('found');
     this.found = [];
+    this.foundCount = 0;
     this.active = -1;
     this.input.addEventListener('input', () => this.find());
     this.input.addEventListener('focus', () => this.find());
     this.input.addEventListener('blur', () => this.hide());
     this.input.addEventListener('keydown', (event) => this.key(event));
     this.list.addEventListener('pointerdown', (event) => {
-      const item = event.target.closest('[role="option"]');
+      const item = event.target.closest('[data-index]');
       event.preventDefault();
       if (item) this.take(Number(item.dataset.index));
     });
@@ -47,6 +48,7 @@ class SearchBox {
     }
     const self = figures.columns.self_ticks;
     found.sort((a, b) => b.begins - a.begins || Number(self[b.node]) - Number(self[a.node]) || a.node - b.node);
+    this.foundCount = found.length;
     return found.slice(0, mostFound).map(({node}) => node);
   }
 
@@ -62,16 +64,22 @@ class SearchBox {
         makeElement('span', 'faint', model.time.short(model.figures.columns.self_ticks[node])));
       return item;
     });
-    if (items.length === 0) {
-      const none = makeElement('li', 'faint', 'No node has this in its name, id, function or source.');
-      none.setAttribute('role', 'option');
-      none.setAttribute('aria-disabled', 'true');
-      items.push(none);
+    if (items.length === 0) items.push(this.makeNote('No node has this in its name, id, function or source.'));
+    if (this.foundCount > items.length) {
+      items.push(this.makeNote(`${groupDigits(items.length)} of ${groupDigits(this.foundCount)} nodes shown`));
     }
     list.replaceChildren(...items);
     list.hidden = false;
     this.input.setAttribute('aria-expanded', 'true');
     this.showActive();
+  }
+
+  /** A line of the list that cannot be chosen. */
+  makeNote(text) {
+    const note = makeElement('li', 'faint', text);
+    note.setAttribute('role', 'option');
+    note.setAttribute('aria-disabled', 'true');
+    return note;
   }
 
   showActive() {
@@ -105,6 +113,8 @@ class SearchBox {
     const node = this.found[index];
     if (node === undefined) return;
     this.hide();
+    // The keys that go through its executions must not type here.
+    document.getElementById('timeline').focus({preventScroll: true});
     this.actions.selectNode(node);
   }
 }

@@ -105,7 +105,7 @@ class Address {
     const camera = numbers('graph', '_', 4);
     const isKnown = camera && Number.isInteger(camera[0]) && camera[0] >= -1 && camera[0] < model.graph.graphs.x.length;
     change.camera = isKnown && camera[3] > 0 ? {graph: camera[0], x: camera[1], y: camera[2], scale: camera[3]} : null;
-    change.tab = ['threads', 'path'].includes(words.get('table')) ? words.get('table') : 'nodes';
+    change.tab = ['threads', 'path', 'events', 'concurrency'].includes(words.get('table')) ? words.get('table') : 'nodes';
     change.theme = ['light', 'dark'].includes(words.get('theme')) ? words.get('theme') : '';
     return change;
   }

@@ -27,6 +27,10 @@ class SummaryView {
   verdict() {
     const {figures, time} = this.model;
     const count = figures.threads.length;
+    if (figures.missing > 0) {
+      return `Of this time the page holds only a part: up to ${countText(figures.missing, 'execution')} are left out. `
+        + 'Figures, tables and colours are those of the others alone.';
+    }
     if (count === 0) return this.state.range ? 'Nothing ran in this range.' : 'Nothing was executed in this run.';
     const where = this.state.range ? 'This range' : 'The run';
     const use = figures.averageParallelism === null ? ''
@@ -38,7 +42,11 @@ class SummaryView {
   drawFigures() {
     const {figures, time, run} = this.model;
     const threads = figures.threads.length;
-    const tiles = [
+    const tiles = figures.missing > 0 ? [
+      ['Makespan', `≥\u202f${time.short(figures.makespan)}`, 'of what is held'],
+      ['Executions', `≥\u202f${groupDigits(figures.executions)}`, `on at least ${countText(threads, 'thread')}`],
+      ...['Parallelism', 'Utilisation', 'Imbalance'].map((name) => [name, '?', 'not known in part']),
+    ] : [
       ['Makespan', time.short(figures.makespan),
         time.ticksPerSecond ? `${groupDigits(figures.makespan)} ticks` : 'first begin to last end'],
       ['Executions', groupDigits(figures.executions), `on ${countText(threads, 'thread')}`],
@@ -70,6 +78,7 @@ class SummaryView {
   /** Bars: for how much of the time how many threads were busy; several numbers share one where there are many. */
   drawConcurrency() {
     const {figures} = this.model;
+    document.getElementById('concurrency-figure').hidden = figures.missing > 0;
     const all = Array.from(figures.concurrency);
     const bars = document.getElementById('concurrency-bars');
     bars.classList.toggle('dense', all.length > 16);
@@ -104,12 +113,9 @@ class SummaryView {
   }
 
   drawTop() {
-    const list = document.getElementById('top');
-    if (list.childElementCount > 0 || this.model.run.top.length === 0) {
-      document.getElementById('first-looks').hidden = this.model.run.top.length === 0;
-      return;
-    }
-    list.replaceChildren(...this.model.run.top.map((look, i) => {
+    const {top} = this.model.figures;
+    document.getElementById('first-looks').hidden = top.length === 0;
+    document.getElementById('top').replaceChildren(...top.map((look, i) => {
       const button = makeElement('button', 'look');
       button.type = 'button';
       button.dataset.node = look.node;

@@ -4,12 +4,16 @@ const rowHeight = 26;
 /** Rows beyond those in view that exist, so that scrolling shows no gap. */
 const spareRows = 10;
 
-/** Order of numbers, which may be digits in a string, and of texts; what is missing comes last. */
+/** Order of two numbers or two texts; what is missing comes last. */
 function compareCells(a, b) {
   if (a === null || b === null) return (a === null) - (b === null);
-  if (typeof a === 'number' && typeof b === 'number') return a - b;
-  if (/^\d+(\.\d+)?$/.test(a) && /^\d+(\.\d+)?$/.test(b)) return Number(a) - Number(b);
   return a < b ? -1 : a > b ? 1 : 0;
+}
+
+/** @returns {?(number|bigint)} a number of a cell, exact where it is digits in a string */
+function exactNumber(value) {
+  if (typeof value !== 'string') return value;
+  return /^-?\d+$/.test(value) ? BigInt(value) : Number(value);
 }
 
 /** @returns {string} a cell of CSV */
@@ -20,7 +24,7 @@ function csvCell(value) {
 
 /**
  * A table of rows by number. A column has `name`, `label`, `value(row)` for order and CSV, and where it is shown in
- * another way `show(cell, row)`; `isNumber` sets it to the right; `isHidden` leaves it to CSV; `isOrder` says that rows
+ * another way `show(cell, row)`, and where it is ordered by something quicker to get `order(row)`; `isNumber` sets it to the right; `isHidden` leaves it to CSV; `isOrder` says that rows
  * are in its order, `isFiltered` that the filter looks at it.
  */
 class Table {
@@ -34,9 +38,11 @@ class Table {
     this.count = 0;
     this.rows = new Uint32Array(0);
     this.filter = '';
+    this.note = '';
     this.selected = -1;
     this.focused = 0;
     this.isStale = true;
+    this.mustReveal = false;
     this.redraw = new Redraw(() => this.draw());
     this.build(label);
   }
@@ -78,9 +84,10 @@ class Table {
     this.arrange();
   }
 
-  /** Shows as many rows, which are arranged when they are seen. */
-  fill(count) {
+  /** Shows as many rows, which are arranged when they are seen; `note` says what holds for all of them. */
+  fill(count, note = this.note) {
     this.count = count;
+    this.note = note;
     this.isStale = true;
     this.redraw.ask();
   }
@@ -97,14 +104,20 @@ class Table {
     this.focused = Math.min(this.focused, Math.max(0, rows.length - 1));
     this.showOrder();
     const text = `${groupDigits(rows.length)} of ${groupDigits(this.count)} shown`;
-    this.foot.textContent = this.count === 0 ? 'nothing to list' : text;
-    this.foot.hidden = this.count > 0 && rows.length === this.count;
+    const isWhole = this.count > 0 && rows.length === this.count;
+    const told = this.count === 0 ? 'nothing to list' : isWhole ? '' : text;
+    this.foot.textContent = [told, this.note].filter(Boolean).join(' – ');
+    this.foot.classList.toggle('is-part', this.note !== '');
+    this.foot.hidden = !this.foot.textContent;
     this.redraw.ask();
   }
 
   sortRows(rows, column) {
     const values = new Array(this.count);
-    for (const row of rows) values[row] = column.value(row) ?? null;
+    for (const row of rows) {
+      const value = (column.order ?? column.value)(row) ?? null;
+      values[row] = column.isNumber ? exactNumber(value) : value;
+    }
     const sign = this.isDescending ? -1 : 1;
     rows.sort((a, b) => {
       const [x, y] = [values[a], values[b]];
@@ -131,12 +144,18 @@ class Table {
     if (scroller.clientHeight === 0) return;
     if (this.isStale) {
       this.arrange();
-      this.revealSelected();
+      this.mustReveal = true;
     }
     const {rows} = this;
+    const hadFocus = this.body.contains(document.activeElement);
+    if (this.mustReveal) {
+      // Only what is as high as all rows can be scrolled to where the row will be.
+      this.mustReveal = false;
+      this.body.replaceChildren(this.makeSpacer(rows.length));
+      this.revealSelected();
+    }
     const first = Math.max(0, Math.floor(scroller.scrollTop / rowHeight) - spareRows);
     const end = Math.min(rows.length, Math.ceil((scroller.scrollTop + scroller.clientHeight) / rowHeight) + spareRows);
-    const hadFocus = this.body.contains(document.activeElement);
     const parts = [];
     if (first > 0) parts.push(this.makeSpacer(first));
     for (let i = first; i < end; ++i) parts.push(this.makeRow(i));
@@ -216,7 +235,7 @@ class Table {
   select(row) {
     if (this.selected === row) return;
     this.selected = row;
-    if (!this.isStale) this.revealSelected();
+    this.mustReveal = true;
     this.redraw.ask();
   }
 
@@ -242,7 +261,7 @@ class Table {
   }
 }
 
-/** The three tables and what is above them. */
+/** The tables and what is above them. */
 class TablesView {
   /** @param actions {select(execution), selectNode(node), selectLane(lane), say(text)} */
   constructor(model, state, palette, actions) {
@@ -250,8 +269,11 @@ class TablesView {
     this.state = state;
     this.palette = palette;
     this.actions = actions;
-    this.tables = {nodes: this.makeNodes(), threads: this.makeThreads(), path: this.makePath()};
-    this.filters = {nodes: '', threads: '', path: ''};
+    this.tables = {
+      nodes: this.makeNodes(), threads: this.makeThreads(), path: this.makePath(), events: this.makeEvents(),
+      concurrency: this.makeConcurrency(),
+    };
+    this.filters = Object.fromEntries(Object.keys(this.tables).map((name) => [name, '']));
     this.wire();
   }
 
@@ -336,6 +358,7 @@ class TablesView {
     const {model} = this;
     const at = (row) => model.figures.threads[row];
     const share = (row) => Number(at(row).busy) / (Number(model.figures.makespan) || 1);
+    const isKnown = () => model.figures.missing === 0;
     const time = (name, label) => ({
       name, label, isNumber: true, value: (row) => at(row)[name],
       show: (cell, row) => {
@@ -346,8 +369,13 @@ class TablesView {
       {name: 'thread', label: 'Thread', isNumber: true, isFiltered: true, value: (row) => model.threadOf(at(row).lane)},
       {name: 'busy_ticks', label: 'Busy', isNumber: true, value: (row) => at(row).busy,
         show: (cell, row) => { cell.textContent = model.time.short(at(row).busy); }},
-      {name: 'busy_share', label: 'of the makespan', isNumber: true, value: (row) => Math.round(share(row) * 1e6) / 1e6,
+      {name: 'busy_share', label: 'of the makespan', isNumber: true,
+        value: (row) => (isKnown() ? Math.round(share(row) * 1e6) / 1e6 : null),
         show: (cell, row) => {
+          if (!isKnown()) {
+            cell.textContent = '?';
+            return;
+          }
           const bar = makeElement('span', 'cell-bar');
           bar.style.width = `${Math.min(100, share(row) * 100)}%`;
           cell.append(bar, makeElement('span', 'over-bar', percentText(share(row))));
@@ -375,17 +403,76 @@ class TablesView {
       {name: 'step', label: 'Step', isNumber: true, isOrder: true, value: (row) => row + 1},
       {name: 'node', label: 'Node', isFiltered: true, value: (row) => (node(row) < 0 ? '…' : model.nameOf(node(row))),
         show: (cell, row) => { if (node(row) >= 0) this.showNode(cell, node(row)); else cell.textContent = '…'; }},
+      {name: 'id', label: 'Id', isHidden: true, isFiltered: true,
+        value: (row) => (node(row) < 0 ? '' : model.nodes.id[node(row)])},
       ticks('duration', 'Duration', (row) => known(times().end[row] - times().begin[row])),
       ticks('gap', 'Gap before', (row) => Number(model.figures.path.gap[row])),
       {name: 'gap_kind', label: 'Waited for', isFiltered: true, value: (row) => model.figures.path.kind[row] ?? '',
         about: 'enclosing: inside something else; thread: its data was there; data: its thread was there'},
       {name: 'thread', label: 'Thread', isNumber: true, isFiltered: true,
         value: (row) => model.threadOf(model.figures.path.lane[row])},
-      ticks('begin', 'Begin', (row) => known(times().begin[row]), 6),
+      {name: 'begin', label: 'Begin', isNumber: true, value: (row) => model.absolute(known(times().begin[row])),
+        show: (cell, row) => {
+          const begin = known(times().begin[row]);
+          cell.textContent = begin === null ? '…' : model.time.short(begin, 6);
+        }},
     ];
     return new Table(document.getElementById('path'), {
       label: 'Observed path', columns, sort: {name: 'step', isDescending: false},
       onSelect: (row) => this.actions.selectAt(model.figures.path.lane[row], model.figures.path.position[row]),
+    });
+  }
+
+  /** User events, then regions, of the whole run; rows are looked up when they are asked for, as there may be very many. */
+  makeEvents() {
+    const {model} = this;
+    const {texts, userEvents: events, allRegions: regions} = model.marks;
+    const count = events.time.length;
+    const isEvent = (row) => row < count;
+    const begin = (row) => (isEvent(row) ? events.time[row] : Number(regions.begin[row - count]));
+    const end = (row) => (isEvent(row) ? null : Number(regions.end[row - count]));
+    const lane = (row) => (isEvent(row) ? events.lane[row] : regions.lane[row - count]);
+    const name = (row) => {
+      if (isEvent(row)) return texts[events.text[row]];
+      const node = regions.node[row - count];
+      return node < 0 ? texts[regions.text[row - count]] : model.nameOf(node);
+    };
+    const duration = (row) => (isEvent(row) ? null : end(row) - begin(row));
+    const short = (of, digits) => (cell, row) => { cell.textContent = model.time.short(of(row), digits); };
+    const columns = [
+      {name: 'kind', label: 'Kind', isOrder: true, isFiltered: true, value: (row) => (isEvent(row) ? 'event' : 'region')},
+      {name: 'name', label: 'Name', isFiltered: true, value: name, show: (cell, row) => showName(cell, name(row) ?? '', 60)},
+      {name: 'thread', label: 'Thread', isNumber: true, isFiltered: true, value: (row) => model.threadOf(lane(row))},
+      {name: 'begin', label: 'Begin', isNumber: true, order: begin, value: (row) => model.absolute(begin(row)),
+        show: short(begin, 6)},
+      {name: 'end', label: 'End', isNumber: true, isHidden: true, value: (row) => model.absolute(end(row))},
+      {name: 'duration', label: 'Duration', isNumber: true, value: duration, show: short(duration)},
+    ];
+    const table = new Table(document.getElementById('events'), {
+      label: 'User events and regions', columns, sort: {name: 'kind', isDescending: false},
+      onSelect: (row) => {
+        table.select(row);
+        this.actions.showTime({lane: lane(row), begin: begin(row), end: end(row) ?? begin(row)});
+      },
+    });
+    table.fill(count + regions.lane.length);
+    return table;
+  }
+
+  makeConcurrency() {
+    const {model} = this;
+    const ticks = (row) => model.figures.concurrency[row];
+    const share = (row) => Number(ticks(row)) / (Number(model.figures.makespan) || 1);
+    const columns = [
+      {name: 'busy_threads', label: 'Busy threads', isNumber: true, isOrder: true, isFiltered: true, value: (row) => row},
+      {name: 'ticks', label: 'Time', isNumber: true, value: ticks,
+        show: (cell, row) => { cell.textContent = model.time.short(ticks(row)); }},
+      {name: 'share', label: 'of the makespan', isNumber: true, value: (row) => Math.round(share(row) * 1e6) / 1e6,
+        show: (cell, row) => { cell.textContent = percentText(share(row)); }},
+    ];
+    return new Table(document.getElementById('concurrency'), {
+      label: 'Time by number of busy threads', columns, sort: {name: 'busy_threads', isDescending: false},
+      onSelect: () => {},
     });
   }
 
@@ -394,9 +481,13 @@ class TablesView {
     const {figures, nodeCount} = this.model;
     this.mostSelf = 0;
     for (const ticks of figures.columns.self_ticks) this.mostSelf = Math.max(this.mostSelf, Number(ticks));
-    this.tables.nodes.fill(nodeCount);
-    this.tables.threads.fill(figures.threads.length);
-    this.tables.path.fill(figures.path.lane.length);
+    const {partText} = this.model;
+    this.tables.nodes.fill(nodeCount, partText);
+    this.tables.threads.fill(figures.threads.length, partText);
+    this.tables.path.fill(figures.path.lane.length, partText);
+    this.tables.events.fill(this.tables.events.count, this.state.range ? 'of the whole run, whatever the range' : '');
+    // How many threads were busy is not known where executions are left out.
+    this.tables.concurrency.fill(figures.missing > 0 ? 0 : figures.concurrency.length, partText);
   }
 
   /** Follows the state. */
@@ -424,7 +515,8 @@ class TablesView {
   async copy() {
     if (this.state.tab === 'path') await this.model.readPath(this.model.figures.path, new Job());
     await copyText(this.table.csv());
-    this.actions.say(`${countText(this.table.rows.length, 'row')} copied as CSV.`);
+    const part = this.table.note && ` (${this.table.note})`;
+    this.actions.say(`${countText(this.table.rows.length, 'row')} copied as CSV${part}.`);
   }
 }
 

@@ -120,15 +120,24 @@ class TimelineInput {
     if (event.offsetX < gutterWidth || !timeline.model.store) return;
     const lane = timeline.laneAt(event.offsetY);
     if (lane < 0) return;
-    const place = {lane, time: timeline.timeAt(event.offsetX), row: timeline.rowAt(lane, event.offsetY)};
+    const place = this.placeAt(lane, event);
+    const {node} = this.bucketAt(place);
     const execution = await this.findExecution(place, true);
     if (execution) this.actions.select(execution);
-    else if (this.bucketAt(place).node >= 0) this.actions.selectNode(this.bucketAt(place).node);
+    else if (node >= 0) this.actions.selectNode(node);
     else this.actions.clear();
   }
 
+  /** Where the pointer is, with the only node that it can mean there: that of a bucket; null where any can be meant. */
+  placeAt(lane, event) {
+    const {timeline} = this;
+    const place = {lane, time: timeline.timeAt(event.offsetX), row: timeline.rowAt(lane, event.offsetY), node: null};
+    if (!timeline.lanes.showsDetail[lane]) Object.assign(place, {row: -1, node: this.bucketAt(place).node});
+    return place;
+  }
+
   /** The execution at a place, in its row where there is one, else the innermost; within two pixels. */
-  async findExecution({lane, time, row}, mayLoad) {
+  async findExecution({lane, time, row, node}, mayLoad) {
     const {store} = this.timeline.model;
     const slack = 2 * this.timeline.ticksPerPixel;
     const {first, end} = store.blocksIn(lane, time - slack, time + slack);
@@ -137,7 +146,7 @@ class TimelineInput {
     for (let number = first; number < end; ++number) {
       if (store.lanes[lane].last[number] < time - slack || !store.hasDetail(lane, number)) continue;
       const block = store.peek(lane, number) ?? (mayLoad ? await store.load(lane, number) : null);
-      if (block) best = closerExecution(best, store, lane, number, block, time, row, slack);
+      if (block) best = closerExecution(best, store, lane, number, block, {time, row, node, slack});
     }
     return best && best.execution;
   }
@@ -156,11 +165,9 @@ class TimelineInput {
       hover.hidden = true;
       return;
     }
-    const place = {lane, time: timeline.timeAt(event.offsetX), row: timeline.rowAt(lane, event.offsetY)};
+    const place = this.placeAt(lane, event);
     const userEvent = this.userEventNear(place);
-    const isDetail = timeline.model.store && timeline.model.span / timeline.aggregates.levels.at(-1).buckets
-      > widestBucket * timeline.ticksPerPixel;
-    const execution = isDetail ? await this.findExecution(place, false) : null;
+    const execution = timeline.lanes.showsDetail[lane] ? await this.findExecution(place, false) : null;
     this.fillHover(place, userEvent, execution);
     placeHover(hover, event.clientX, event.clientY);
   }
@@ -208,8 +215,9 @@ function placeHover(hover, x, y) {
 }
 
 /** The better one of what was found and the executions of a block: in the row, then nearer, then longer. */
-function closerExecution(best, store, lane, number, block, time, row, slack) {
+function closerExecution(best, store, lane, number, block, {time, row, node, slack}) {
   for (let i = 0; i < block.count; ++i) {
+    if (node !== null && block.node[i] !== node) continue;
     const distance = Math.max(block.begin[i] - time, time - block.end[i], 0);
     if (distance > slack) continue;
     const depth = Math.min(block.depth[i], mostRows - 1);

@@ -16,6 +16,8 @@ class LanePainter {
     this.pendingTicks = new Float64Array(mostRows);
     this.pendingNode = new Int32Array(mostRows);
     this.labels = new Map();
+    /** By lane: whether executions are drawn one by one. */
+    this.showsDetail = new Uint8Array(timeline.rows.length);
   }
 
   get model() {
@@ -51,7 +53,9 @@ class LanePainter {
     context.fillStyle = palette.lane;
     context.fillRect(gutterWidth, top, width - gutterWidth, height);
     if (this.model.marks) this.drawRegions(lane, top, height);
-    if (!this.drawDetail(lane, top)) this.drawAggregates(lane, top, height);
+    const isDetail = this.drawDetail(lane, top);
+    if (!isDetail) this.drawAggregates(lane, top, height);
+    this.showsDetail[lane] = Number(isDetail);
     if (this.model.marks) this.drawEvents(lane, top);
     this.drawOccurrences(lane, top, height);
   }
@@ -276,22 +280,29 @@ class LanePainter {
     });
   }
 
-  /** Marks all executions of the selected node with a line under them and, where they are narrow, a hook. */
+  /** Marks all executions of the selected node with a line under them, which is never too narrow to be seen. */
   drawOccurrences(lane, top, height) {
     const {timeline, model} = this;
     const {occurrences} = model;
     if (!occurrences || occurrences.node !== timeline.state.node) return;
-    const {context, palette} = timeline;
-    const {begin, end} = occurrences.lanes[lane];
+    const {context, palette, ticksPerPixel, width} = timeline;
+    const {from, to} = timeline.state.view;
+    const {begin, end, reach} = occurrences.lanes[lane];
     context.fillStyle = palette.accent;
     const y = top + height - 1;
-    const before = lowerBound(begin, timeline.state.view.from) - 1;
-    if (before >= 0 && end[before] > timeline.state.view.from) {
-      context.fillRect(gutterWidth, y, Math.min(timeline.width, timeline.xOf(end[before])) - gutterWidth, 3);
+    // Executions of one node may be nested in each other and many may share a pixel: what they cover is drawn at once.
+    let [left, right] = [gutterWidth, gutterWidth];
+    for (let i = lowerBound(reach, from); i < begin.length && begin[i] <= to; ++i) {
+      if (end[i] < from) continue;
+      const x = Math.max(gutterWidth, gutterWidth + (begin[i] - from) / ticksPerPixel);
+      const markEnd = Math.max(x + 1.5, Math.min(width, gutterWidth + (end[i] - from) / ticksPerPixel));
+      if (x > right) {
+        if (right > left) context.fillRect(left, y, right - left, 3);
+        left = x;
+      }
+      right = Math.max(right, markEnd);
     }
-    this.eachColumn(begin, (x, i) => {
-      context.fillRect(x, y, Math.max(1.5, Math.min(timeline.width, timeline.xOf(end[i])) - x), 3);
-    });
+    if (right > left) context.fillRect(left, y, right - left, 3);
   }
 
   drawPath() {
@@ -360,7 +371,7 @@ class LanePainter {
       context.textAlign = 'right';
       context.fillStyle = palette.faint;
       const share = (busy.get(lane) ?? 0) / makespan;
-      context.fillText(share > 0 ? `${Math.round(share * 100)}\u202f%` : '–', gutterWidth - 8, y);
+      if (model.figures.missing === 0) context.fillText(share > 0 ? `${Math.round(share * 100)}\u202f%` : '–', gutterWidth - 8, y);
     }
   }
 
