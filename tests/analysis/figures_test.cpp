@@ -102,7 +102,7 @@ TEST(figures, have_percentiles_of_the_nearest_rank) {
     // What began last ends first.
     for (std::uint64_t ticks = 1; ticks <= count; ++ticks) executions.end(0, ticks);
     executions.close();
-    const auto& spread = *compute_figures(executions, 1, {}).nodes[0].inclusive;
+    const node_figures::spread spread = *compute_figures(executions, 1, {}).nodes[0].inclusive;
     EXPECT_EQ((numbers{spread.p50_ticks, spread.p90_ticks, spread.p99_ticks}), percentiles) << count;
   }
 }
