@@ -45,6 +45,8 @@ class Address {
     this.model = model;
     this.timer = 0;
     this.written = location.hash;
+    /** The address as it was read or written last. */
+    this.known = location.hash;
   }
 
   /** Follows the state from now on. */
@@ -56,10 +58,13 @@ class Address {
   }
 
   write() {
+    // A new address is about to be read.
+    if (location.hash !== this.known) return;
     const text = this.text();
     if (text === this.written) return;
     this.written = text;
     history.replaceState(null, '', text || location.pathname + location.search);
+    this.known = location.hash;
   }
 
   text() {
@@ -87,7 +92,8 @@ class Address {
   /** @returns {object} what the address says, without what makes no sense */
   read() {
     const {model} = this;
-    const words = new URLSearchParams(location.hash.slice(1));
+    this.known = location.hash;
+    const words = new URLSearchParams(this.known.slice(1));
     const change = {};
     const numbers = (name, separator, count) => {
       const list = (words.get(name) ?? '').split(separator).map(Number);
