@@ -113,7 +113,11 @@ long find_steps() {
   return static_cast<long>(steps / ((get_seconds() - begin) * 1e6));
 }
 
-void make_tasks(long count, long steps) {
+}  // namespace
+
+// Their names are in the recording as they are here.
+
+static void make_tasks(long count, long steps) {
   const recorded_region region;
 #pragma omp parallel num_threads(2)
   {
@@ -133,7 +137,7 @@ void make_tasks(long count, long steps) {
   }
 }
 
-int fibonacci(int n, const kzr::object_id& parent) {
+static int fibonacci(int n, const kzr::object_id& parent) {
   if (n < 2) return n;
   int first = 0;
   int second = 0;
@@ -153,8 +157,6 @@ int fibonacci(int n, const kzr::object_id& parent) {
 #pragma omp taskwait
   return first + second;
 }
-
-}  // namespace
 
 int main(int argc, char** argv) {
   if (argc != 3 && argc != 4) return 2;
