@@ -15,8 +15,9 @@ std::size_t rank_of(unsigned percent, std::size_t count) { return (count * perce
 
 class figure_builder {
  public:
-  figure_builder(const execution_table& executions, std::uint32_t node_count, const tick_range& range)
-      : executions_(executions), range_(range) {
+  figure_builder(const execution_table& executions, std::uint32_t node_count, const tick_range& range,
+                 std::span<const std::uint64_t> times)
+      : executions_(executions), range_(range), times_(times) {
     figures_.span = find_active_span(executions, range);
     figures_.nodes.resize(node_count);
   }
@@ -113,7 +114,7 @@ class figure_builder {
 
   void sweep() {
     std::vector<std::uint64_t> busy_ticks(static_cast<std::size_t>(executions_.thread_count()));
-    thread_sweep(executions_, figures_, busy_ticks).run();
+    thread_sweep(executions_, figures_, busy_ticks, times_).run();
     for (thread_figures& thread : figures_.threads) {
       thread.busy_ticks = busy_ticks[static_cast<std::size_t>(thread.thread)];
     }
@@ -137,6 +138,7 @@ class figure_builder {
 
   const execution_table& executions_;
   const tick_range& range_;
+  std::span<const std::uint64_t> times_;
   run_figures figures_;
   std::vector<int> last_threads_;  ///< by node: the thread that ran it last
 };
@@ -144,6 +146,6 @@ class figure_builder {
 }  // namespace
 
 run_figures compute_figures(const execution_table& executions, std::uint32_t node_count,
-                            const tick_range& range) {
-  return figure_builder(executions, node_count, range).build();
+                            const tick_range& range, std::span<const std::uint64_t> times) {
+  return figure_builder(executions, node_count, range, times).build();
 }

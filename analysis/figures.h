@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "analysis/tick_range.h"
@@ -51,11 +52,14 @@ struct run_figures {
   std::vector<thread_figures> threads;     ///< those that executed something, by number
   std::vector<std::uint64_t> concurrency;  ///< by number of busy threads, from none to all
   std::vector<node_figures> nodes;         ///< by number
+  /// By time that was asked for: how long all threads together were busy from then on.
+  std::vector<tick_sum> busy_ticks_from;
   std::optional<double> average_parallelism;
   std::optional<double> utilisation;
   std::optional<double> imbalance;
 };
 
-/// The figures of a run with as many nodes. Takes 8 bytes of memory an execution on the way.
+/// The figures of a run with as many nodes. `times`, in ascending order, are those for `busy_ticks_from`.
+/// Takes 8 bytes of memory an execution on the way.
 [[nodiscard]] run_figures compute_figures(const execution_table& executions, std::uint32_t node_count,
-                                          const tick_range& range);
+                                          const tick_range& range, std::span<const std::uint64_t> times = {});

@@ -19,12 +19,14 @@ tick_sum to_thousandths(tick_sum parts) {
 }  // namespace
 
 thread_sweep::thread_sweep(const execution_table& executions, run_figures& figures,
-                           std::span<std::uint64_t> busy_ticks)
+                           std::span<std::uint64_t> busy_ticks, std::span<const std::uint64_t> times)
     : executions_(executions),
       figures_(figures),
       busy_ticks_(busy_ticks),
+      times_(times),
       time_(figures.span.last),
       node_sums_(figures.nodes.size()) {
+  figures.busy_ticks_from.resize(times.size());
   positions_.reserve(busy_ticks.size());
   for (int thread = 0; thread < executions.thread_count(); ++thread) {
     positions_.push_back({execution_table::none, executions.executions_of(thread).size()});
@@ -55,6 +57,7 @@ void thread_sweep::run() {
     changes.push_back({next_change(thread), thread});
     std::ranges::push_heap(changes, std::less{});
   }
+  pass_times(0);
   for (std::size_t node = 0; node < node_sums_.size(); ++node) {
     figures_.nodes[node].self_ticks = node_sums_[node].self_ticks;
     figures_.nodes[node].idle_share_thousandths = to_thousandths(node_sums_[node].idle_share);
@@ -80,8 +83,10 @@ std::uint64_t thread_sweep::next_change(std::size_t thread) const {
 
 void thread_sweep::move_to(std::uint64_t time) {
   const std::uint64_t ticks = time_ - time;
-  time_ = time;
   if (ticks == 0) return;
+  pass_times(time);
+  time_ = time;
+  busy_sum_ += tick_sum{ticks} * busy_threads_;
   figures_.concurrency[busy_threads_] += ticks;
   if (busy_threads_ == 0) return;
   const tick_sum idle = tick_sum{ticks} * (figures_.threads.size() - busy_threads_);
@@ -90,6 +95,14 @@ void thread_sweep::move_to(std::uint64_t time) {
     idle_ += (static_cast<std::uint64_t>(idle) << fraction_bits) / busy_threads_;
   } else {
     idle_ += (idle << fraction_bits) / busy_threads_;
+  }
+}
+
+void thread_sweep::pass_times(std::uint64_t time) {
+  while (!times_.empty() && times_.back() >= time) {
+    const std::uint64_t ticks = time_ - std::min(times_.back(), time_);
+    times_ = times_.first(times_.size() - 1);
+    figures_.busy_ticks_from[times_.size()] = busy_sum_ + tick_sum{ticks} * busy_threads_;
   }
 }
 

@@ -17,8 +17,9 @@ struct run_figures;
 class thread_sweep {
  public:
   /// Borrows everything. `figures` has its span, threads and nodes, and zeros for what the sweep finds out;
-  /// `busy_ticks` is by thread.
-  thread_sweep(const execution_table& executions, run_figures& figures, std::span<std::uint64_t> busy_ticks);
+  /// `busy_ticks` is by thread; `times` are those for `run_figures::busy_ticks_from`, in ascending order.
+  thread_sweep(const execution_table& executions, run_figures& figures, std::span<std::uint64_t> busy_ticks,
+               std::span<const std::uint64_t> times);
   thread_sweep(const thread_sweep&) = delete;
   thread_sweep& operator=(const thread_sweep&) = delete;
 
@@ -43,6 +44,8 @@ class thread_sweep {
   [[nodiscard]] bool has_change(std::size_t thread) const;
   [[nodiscard]] std::uint64_t next_change(std::size_t thread) const;
   void move_to(std::uint64_t time);
+  /// Notes the busy time for the times from `time` on.
+  void pass_times(std::uint64_t time);
   void leave(std::size_t thread);
   void enter(std::size_t thread, std::uint32_t execution);
   [[nodiscard]] bool is_busy(std::uint32_t execution) const;
@@ -50,9 +53,11 @@ class thread_sweep {
   const execution_table& executions_;
   run_figures& figures_;
   std::span<std::uint64_t> busy_ticks_;
-  std::vector<position> positions_;  ///< by thread
+  std::span<const std::uint64_t> times_;  ///< that are still to be passed
+  std::vector<position> positions_;       ///< by thread
   std::uint64_t time_ = 0;
   std::size_t busy_threads_ = 0;
+  tick_sum busy_sum_ = 0;  ///< of all threads, from the end down to `time_`
   /// How much idle time an execution would have taken that was innermost from the end down to `time_`, in
   /// parts of a tick.
   tick_sum idle_ = 0;

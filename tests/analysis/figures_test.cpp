@@ -89,6 +89,15 @@ TEST(figures, know_barriers_implicit_tasks_and_times_that_go_back) {
   EXPECT_EQ(sums_of(run), (std::vector<numbers>{{1, 1, 14, 6, 0}, {1, 1, 8, 8, 0}, {1, 1, 0, 0, 0}}));
 }
 
+TEST(figures, tell_how_long_threads_were_busy_from_a_time_on) {
+  const numbers times = {0, 10, 23, 25, 34, 43, 46, 48, 50, 60};
+  const run_figures run = compute_figures(example(), 4, {}, times);
+  numbers busy;
+  for (const tick_sum ticks : run.busy_ticks_from) busy.push_back(static_cast<std::uint64_t>(ticks));
+  EXPECT_EQ(busy, (numbers{46, 46, 32, 28, 10, 4, 4, 2, 0, 0}));
+  EXPECT_EQ(compute_figures(executions_of({}), 0, {}, times).busy_ticks_from.size(), times.size());
+}
+
 TEST(figures, have_percentiles_of_the_nearest_rank) {
   struct {
     std::uint64_t count;

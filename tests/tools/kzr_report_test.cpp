@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <regex>
 
 #include "support/recorded.h"
 #include "support/run_program.h"
@@ -95,6 +96,31 @@ TEST_F(kzr_report, tells_the_figures_for_programs_and_people) {
   EXPECT_EQ(text.out.substr(0, 16), "run/_kzr: sound\n");
   EXPECT_NE(text.out.find("makespan             31 ticks = 0.031 s, from 100 to 131\n"), std::string::npos)
       << text.out;
+}
+
+TEST_F(kzr_report, sums_up_nodes_of_one_name_and_regions) {
+  // Two nodes of one name, one of which is opened twice; while it is open, threads are busy for 10 and 20
+  // ticks.
+  auto first = small("twin");
+  first.task_group(flow, {3, 0, 0}, graph, 9).metadata_string(flow, {3, 0, 0}, object_name, "twin");
+  first.at(200).region_begin(flow, node, graph, 9).task_begin(flow, {3, 0, 0}, graph, 9, 0);
+  first.at(211).task_end(flow).at(240).region_end(flow, node);
+  first.at(300).region_begin(flow, node, graph, 9).at(310).region_end(flow, node).end();
+  auto second = recorded();
+  second.at(220).task_begin(flow, node, graph, 9, 0).at(250).task_end(flow).end();
+  write_run({first.take(), second.take()});
+  const auto rows_of = [this](const strings& options) {
+    strings arguments = {"--text", "run"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return std::regex_replace(report(arguments).out, std::regex(" +"), " ");
+  };
+  const std::string text = rows_of({});
+  EXPECT_NE(text.find("\n twin 2 50 33.3 25 0.60\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("\n twin 2 5 56 18.7 56 11 56\n"), std::string::npos) << text;
+  // Of the regions one is wholly inside; of the executions so are two, and a part of a third.
+  const std::string part = rows_of({"--from", "130", "--to", "245"});
+  EXPECT_NE(part.find("\n twin 1 40 34.8 40 0.75\n"), std::string::npos) << part;
+  EXPECT_NE(part.find("\n twin 2 2 36 15.7 36 6 36\n"), std::string::npos) << part;
 }
 
 TEST_F(kzr_report, writes_a_page_named_after_the_run) {

@@ -10,6 +10,7 @@
 #include "kzr/common/printable.h"
 #include "kzr/common/text_table.h"
 #include "kzr/dump/summary_text.h"
+#include "kzr/report/code_places.h"
 #include "kzr/report/run_report.h"
 
 namespace {
@@ -61,6 +62,7 @@ class text_writer {
     if (figures_.span.is_empty) return;
     write_concurrency();
     write_threads();
+    write_places();
     write_nodes();
     write_path();
   }
@@ -131,6 +133,76 @@ class text_writer {
     tell_of_more(shown, figures_.threads.size());
   }
 
+  /// Of nodes that share their place in the code, and of regions, what they took together.
+  void write_places() {
+    const std::vector<code_place_figures> places = find_code_places(report_);
+    const auto has_several_nodes = [](const code_place_figures& place) { return place.nodes > 1; };
+    const auto has_regions = [](const code_place_figures& place) { return place.regions > 0; };
+    if (std::ranges::any_of(places, has_regions)) write_regions(places);
+    if (std::ranges::any_of(places, has_several_nodes)) write_nodes_of(places);
+  }
+
+  void write_regions(const std::vector<code_place_figures>& places) {
+    text_table table({{"regions by place", left},
+                      {"regions"},
+                      {"ticks"},
+                      {"% of the\nmakespan"},
+                      {"mean"},
+                      {"busy threads"},
+                      {"code", left}});
+    std::size_t shown = 0;
+    std::size_t all = 0;
+    for (const code_place_figures& place : places) {
+      if (place.regions == 0 || ++all > most_rows) continue;
+      ++shown;
+      const double busy =
+          static_cast<double>(place.region_busy_ticks) / static_cast<double>(place.region_ticks);
+      table.add_row({shorten(place.name), std::to_string(place.regions), decimal_text(place.region_ticks),
+                     percent(place.region_ticks, figures_.span.ticks()),
+                     rounded_text(divide_in_thousandths(place.region_ticks, place.regions)),
+                     place.region_ticks == 0 ? "-" : with_digits("%.2f", busy), describe(place.code)});
+    }
+    out_ << '\n';
+    table.print(out_);
+    tell_of_more_places(shown, all);
+  }
+
+  void write_nodes_of(const std::vector<code_place_figures>& places) {
+    text_table table({{"nodes by place", left},
+                      {"nodes"},
+                      {"executions"},
+                      {"self ticks"},
+                      {"% of all\nthreads"},
+                      {"total ticks"},
+                      {"mean"},
+                      {"idle share"},
+                      {"code", left}});
+    std::size_t shown = 0;
+    std::size_t all = 0;
+    for (const code_place_figures& place : places) {
+      if (place.nodes == 0 || ++all > most_rows) continue;
+      ++shown;
+      const bool has_mean = place.executions > 0;
+      table.add_row(
+          {shorten(place.name), std::to_string(place.nodes), std::to_string(place.executions),
+           decimal_text(place.self_ticks), percent(place.self_ticks, thread_ticks()),
+           decimal_text(place.total_ticks),
+           has_mean ? rounded_text(divide_in_thousandths(place.inclusive_ticks, place.executions)) : "-",
+           rounded_text(place.idle_share_thousandths), describe(place.code)});
+    }
+    out_ << '\n';
+    table.print(out_);
+    tell_of_more_places(shown, all);
+  }
+
+  void tell_of_more_places(std::size_t shown, std::size_t all) {
+    if (all > shown) out_ << "  and " << all - shown << " more\n";
+  }
+
+  [[nodiscard]] tick_sum thread_ticks() const {
+    return tick_sum{figures_.span.ticks()} * figures_.threads.size();
+  }
+
   /// The nodes that ran, those with most time of their own first.
   [[nodiscard]] std::vector<std::uint32_t> nodes_by_self_time() const {
     std::vector<std::uint32_t> nodes;
@@ -146,7 +218,6 @@ class text_writer {
 
   void write_nodes() {
     const std::vector<std::uint32_t> nodes = nodes_by_self_time();
-    const tick_sum thread_ticks = tick_sum{figures_.span.ticks()} * figures_.threads.size();
     text_table table({{"node", left},
                       {"name", left},
                       {"executions"},
@@ -162,30 +233,34 @@ class text_writer {
                       {"idle share"},
                       {"code", left}});
     const std::size_t shown = std::min(nodes.size(), most_rows);
-    for (std::size_t i = 0; i < shown; ++i) add_node(table, nodes[i], thread_ticks);
+    for (std::size_t i = 0; i < shown; ++i) add_node(table, nodes[i]);
     out_ << '\n';
     table.print(out_);
     tell_of_more(shown, nodes.size());
   }
 
-  void add_node(text_table& table, std::uint32_t number, tick_sum thread_ticks) const {
+  void add_node(text_table& table, std::uint32_t number) const {
     const node_figures& node = figures_.nodes[number];
     const auto spread = [&node](std::uint64_t node_figures::spread::*ticks) {
       return node.inclusive ? std::to_string((*node.inclusive).*ticks) : "-";
     };
-    table.add_row(
-        {shorten(report_.nodes[number].id), shorten(report_.name_of(number)), std::to_string(node.executions),
-         std::to_string(node.threads), decimal_text(node.self_ticks), percent(node.self_ticks, thread_ticks),
-         decimal_text(node.total_ticks), node.inclusive ? rounded_text(node.mean_thousandths()) : "-",
-         spread(&node_figures::spread::p50_ticks), spread(&node_figures::spread::p90_ticks),
-         spread(&node_figures::spread::p99_ticks), spread(&node_figures::spread::max_ticks),
-         rounded_text(node.idle_share_thousandths), describe_code(number)});
+    table.add_row({shorten(report_.nodes[number].id), shorten(report_.name_of(number)),
+                   std::to_string(node.executions), std::to_string(node.threads),
+                   decimal_text(node.self_ticks), percent(node.self_ticks, thread_ticks()),
+                   decimal_text(node.total_ticks),
+                   node.inclusive ? rounded_text(node.mean_thousandths()) : "-",
+                   spread(&node_figures::spread::p50_ticks), spread(&node_figures::spread::p90_ticks),
+                   spread(&node_figures::spread::p99_ticks), spread(&node_figures::spread::max_ticks),
+                   rounded_text(node.idle_share_thousandths), describe_code(number)});
   }
 
   [[nodiscard]] std::string describe_code(std::uint32_t node) const {
     const auto code = report_.code.find(node);
-    if (code == report_.code.end()) return "";
-    const auto& [function, source] = code->second;
+    return code == report_.code.end() ? "" : describe(code->second);
+  }
+
+  static std::string describe(const code_place& code) {
+    const auto& [function, source] = code;
     const std::string file = source.substr(source.rfind('/') + 1);
     return shorten(function) + (function.empty() || file.empty() ? "" : ", ") + shorten(file);
   }

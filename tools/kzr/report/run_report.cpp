@@ -46,6 +46,22 @@ void locate_code(run_report& report) {
   }
 }
 
+/// Computes the figures of the range, and how busy threads were during the regions that lie in it.
+void compute_figures(run_report& report) {
+  const std::vector<timeline_marks::region>& regions = report.marks.regions();
+  std::vector<std::uint64_t> times;
+  for (const timeline_marks::region& region : regions) times.insert(times.end(), {region.begin, region.end});
+  std::ranges::sort(times);
+  report.figures = compute_figures(report.executions, report.nodes.size(), report.range, times);
+  const auto busy_ticks_from = [&](std::uint64_t time) {
+    return report.figures
+        .busy_ticks_from[static_cast<std::size_t>(std::ranges::lower_bound(times, time) - times.begin())];
+  };
+  for (const timeline_marks::region& region : regions) {
+    report.region_busy_ticks.push_back(busy_ticks_from(region.begin) - busy_ticks_from(region.end));
+  }
+}
+
 }  // namespace
 
 std::string run_report::name_of(std::uint32_t node) const {
@@ -78,11 +94,10 @@ run_report make_report(const report_settings& settings) {
   // Behind that no node is new that ran.
   report.links = find_links(model, report.nodes);
   locate_code(report);
-  const std::uint32_t node_count = report.nodes.size();
-  report.has_run = find_nodes_that_ran(report.executions, node_count, {});
+  report.has_run = find_nodes_that_ran(report.executions, report.nodes.size(), {});
   report.range = settings.range;
   progress.tell("computing the figures");
-  report.figures = compute_figures(report.executions, node_count, settings.range);
+  compute_figures(report);
   progress.tell("finding the path");
   report.path = find_observed_path(report.executions, report.links, settings.range);
   return report;

@@ -34,7 +34,8 @@ struct run_report {
   execution_table executions;
   timeline_marks marks;
   run_figures figures;
-  tick_range range;  ///< that the figures are for
+  std::vector<tick_sum> region_busy_ticks;  ///< of all threads while a region ran, by region of `marks`
+  tick_range range;                         ///< that the figures are for
   node_links links{0};
   observed_path path;
   std::vector<bool> has_run;  ///< by node: at any time
