@@ -75,6 +75,45 @@ pageTest('tables show the figures of the range, sorted and filtered, and copy th
   assert.deepEqual(sorted, ['1.5', '9007199254740991', '9007199254740992', '9007199254740993']);
 });
 
+/** What nodes of one name, function and source took together, of those that ran. */
+function placesOf(nodes) {
+  const places = {};
+  for (const node of nodes.filter(({executions, total_ticks}) => executions > 0 || total_ticks > 0)) {
+    const place = (places[[node.name, node.function ?? '', node.source ?? '']] ??= [0, 0, 0, 0]);
+    const added = [1, node.executions, node.self_ticks, node.total_ticks];
+    added.forEach((number, i) => { place[i] += Number(number); });
+  }
+  return places;
+}
+
+pageTest('places sum up nodes and regions, in the whole run and in ranges', async (openPage) => {
+  let shared = 0;
+  let regions = 0;
+  for (const run of [smallRun('pipeline'), smallRun('twins'), ...[0, 1, 2, 3, 4, 5, 6, 7].map(randomRun)]) {
+    const page = await openReport(openPage, report(run));
+    const {exact, origin} = await page.evaluate(() => JSON.parse(document.getElementById('run').textContent));
+    if (!exact) continue;
+    const events = (await copiedTable(page, 'events')).filter(({kind}) => kind === 'region');
+    for (const range of [null, ...rangesOf(figures(run)).slice(0, 1)]) {
+      const [from, to] = range ?? [BigInt(origin), 2n ** 64n];
+      if (range) await setRange(page, from, to);
+      const rows = await copiedTable(page, 'places');
+      const shown = rows.filter(({nodes}) => nodes > 0).map((row) => (
+        [[row.name, row.function, row.source], [row.nodes, row.executions, row.self_ticks, row.total_ticks].map(Number)]));
+      const options = range ? ['--from', String(from), '--to', String(to)] : [];
+      assert.deepEqual(Object.fromEntries(shown), placesOf(figures(run, ...options).nodes));
+      const sum = (list, of) => list.reduce((total, row) => total + Number(of(row)), 0);
+      const inside = events.filter(({begin, end}) => BigInt(begin) >= from && BigInt(end) <= to);
+      assert.equal(sum(rows, (row) => row.regions), inside.length);
+      assert.equal(sum(rows, (row) => row.region_ticks), sum(inside, ({duration}) => duration));
+      shared += shown.filter(([, [nodes]]) => nodes > 1).length;
+      regions += inside.length;
+    }
+    await page.close();
+  }
+  assert.ok(shared > 0 && regions > 0, 'nothing to sum up');
+});
+
 pageTest('the picture of busy threads is filled as far as threads were busy', async (openPage) => {
   for (const run of [smallRun('pipeline'), largeRun('manyfiles', 0.02), largeRun('timeline', 0.05)]) {
     const page = await openReport(openPage, report(run));

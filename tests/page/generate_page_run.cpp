@@ -147,6 +147,13 @@ void hostile_names(flow_run& run) {
   }
 }
 
+/// Nodes of two names, as tasks that a program makes in two places.
+void twins(flow_run& run) {
+  std::vector<object_id> nodes;
+  for (int i = 0; i < 20; ++i) nodes.push_back(run.add_node(i % 3 == 0 ? "odd" : "twin"));
+  for (const std::size_t thread : {0, 1}) run_tasks(run, thread, nodes, 60);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -155,6 +162,7 @@ int main(int argc, char** argv) {
       {"hostile_names", {2, hostile_names}},
       {"no_node", {1, [](flow_run&) {}}},
       {"no_task", {1, [](flow_run& run) { run.add_node("idle"); }}},
+      {"twins", {2, twins}},
       {"one_task", {1, [](flow_run& run) { run_tasks(run, 0, {run.add_node("only")}, 1); }}},
   };
   const auto run = argc == 3 ? runs.find(argv[1]) : runs.end();

@@ -37,7 +37,6 @@ class place_finder {
     place.total_ticks += figures.total_ticks;
     place.self_ticks += figures.self_ticks;
     place.idle_share_thousandths += figures.idle_share_thousandths;
-    if (figures.inclusive) place.inclusive_ticks += figures.inclusive->sum_ticks;
   }
 
   void add_region(std::size_t number) {

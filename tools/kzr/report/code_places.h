@@ -19,7 +19,6 @@ struct code_place_figures {
   std::uint64_t executions = 0;
   tick_sum total_ticks = 0;
   tick_sum self_ticks = 0;
-  tick_sum inclusive_ticks = 0;  ///< of the executions that count
   tick_sum idle_share_thousandths = 0;
   std::uint64_t regions = 0;
   tick_sum region_ticks = 0;       ///< from begin to end

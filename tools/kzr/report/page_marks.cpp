@@ -39,6 +39,19 @@ class text_list {
   std::vector<std::string> texts_;
 };
 
+/// How many threads were busy on average while a region ran; null where the report's range does not hold it.
+void add_busy_threads(json_text& json, const run_report& report, std::size_t number) {
+  const timeline_marks::region& region = report.marks.regions()[number];
+  const std::uint64_t ticks = region.end - region.begin;
+  if (!report.range.holds(region.begin, region.end)) {
+    json.add_null();
+  } else if (ticks == 0) {
+    json.add(0);
+  } else {
+    json.add_thousandths(divide_in_thousandths(report.region_busy_ticks[number], ticks));
+  }
+}
+
 }  // namespace
 
 std::string make_page_marks(const run_report& report, const page_nodes& nodes, const pyramid_plan& plan) {
@@ -69,6 +82,8 @@ std::string make_page_marks(const run_report& report, const page_nodes& nodes, c
   for (const auto& region : regions) json.add_ticks(region.begin - plan.origin);
   json.end().list(",", "end");
   for (const auto& region : regions) json.add_ticks(region.end - plan.origin);
+  json.end().list(",", "busy");
+  for (std::size_t i = 0; i < regions.size(); ++i) add_busy_threads(json, report, i);
   json.end().list("},", "texts");
   texts.write(json);
   return std::move(json.end().raw("}").text());

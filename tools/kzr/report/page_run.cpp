@@ -9,6 +9,7 @@
 
 #include "kzr/common/utf8.h"
 #include "kzr/dump/summary_json.h"
+#include "kzr/report/code_places.h"
 #include "kzr/report/json_text.h"
 #include "kzr/report/page_nodes.h"
 #include "kzr/report/run_report.h"
@@ -101,9 +102,9 @@ class top_nodes {
       self_ticks[node] = report_.figures.nodes[node].self_ticks;
       idle_share[node] = report_.figures.nodes[node].idle_share_thousandths;
     }
-    add_greatest("self_ticks", self_ticks, "of all time inside nodes, the most");
-    add_greatest("idle_share_ticks", idle_share, "of the time that threads were idle is its share");
-    add_greatest("path_ticks", path_ticks(), "of the observed path, the most of the rest");
+    add_greatest("self_ticks", self_ticks, "of the time in nodes, more than any other");
+    add_greatest("idle_share_ticks", idle_share, "of the idle time of threads came while it ran");
+    add_greatest("path_ticks", path_ticks(), "of the observed path, more than what is left");
     return std::move(found_);
   }
 
@@ -153,6 +154,13 @@ json colours_json(const run_report& report, const page_nodes& nodes) {
   std::ranges::stable_sort(numbers, std::greater{}, self_ticks);
   if (numbers.size() > most_colours) numbers.resize(most_colours);
   return numbers;
+}
+
+/// Whether places tell more than nodes do: where several nodes share one, or where regions are all there is.
+bool tells_more_by_place(const run_report& report) {
+  return std::ranges::any_of(find_code_places(report), [](const code_place_figures& place) {
+    return place.nodes > 1 || (place.nodes == 0 && place.regions > 0);
+  });
 }
 
 json overview_json(const page_nodes& nodes, const time_pyramid::level& overview) {
@@ -215,6 +223,7 @@ std::string make_page_run(const run_report& report, const page_nodes& nodes, con
                     {"range", range_json(report, plan)},
                     {"all_threads", plan.threads},
                     {"top", top_nodes(report, nodes).find()},
+                    {"first_table", tells_more_by_place(report) ? "places" : "nodes"},
                     {"colours", colours_json(report, nodes)},
                     {"overview", overview_json(nodes, overview)},
                     {"executions", detail.executions},

@@ -147,7 +147,7 @@ class text_writer {
                       {"regions"},
                       {"ticks"},
                       {"% of the\nmakespan"},
-                      {"mean"},
+                      {"each"},
                       {"busy threads"},
                       {"code", left}});
     std::size_t shown = 0;
@@ -174,7 +174,7 @@ class text_writer {
                       {"self ticks"},
                       {"% of all\nthreads"},
                       {"total ticks"},
-                      {"mean"},
+                      {"self ticks\nof each"},
                       {"idle share"},
                       {"code", left}});
     std::size_t shown = 0;
@@ -183,12 +183,11 @@ class text_writer {
       if (place.nodes == 0 || ++all > most_rows) continue;
       ++shown;
       const bool has_mean = place.executions > 0;
-      table.add_row(
-          {shorten(place.name), std::to_string(place.nodes), std::to_string(place.executions),
-           decimal_text(place.self_ticks), percent(place.self_ticks, thread_ticks()),
-           decimal_text(place.total_ticks),
-           has_mean ? rounded_text(divide_in_thousandths(place.inclusive_ticks, place.executions)) : "-",
-           rounded_text(place.idle_share_thousandths), describe(place.code)});
+      table.add_row({shorten(place.name), std::to_string(place.nodes), std::to_string(place.executions),
+                     decimal_text(place.self_ticks), percent(place.self_ticks, thread_ticks()),
+                     decimal_text(place.total_ticks),
+                     has_mean ? rounded_text(divide_in_thousandths(place.self_ticks, place.executions)) : "-",
+                     rounded_text(place.idle_share_thousandths), describe(place.code)});
     }
     out_ << '\n';
     table.print(out_);

@@ -34,6 +34,7 @@ class RunModel {
       leftOut: path.left_out};
     sumGaps(path.left_out.step);
     this.figures = this.baseFigures();
+    this.places = new CodePlaces(this);
   }
 
   /** The figures that the report was made with. */
@@ -91,9 +92,9 @@ class RunModel {
       const [id, name] = [this.nodes.id[greatest], this.nodes.name[greatest]];
       found.push({node: greatest, id, name, text: `${part}${share} % ${reason}`});
     };
-    addGreatest(columns.self_ticks, 'of all time inside nodes, the most');
-    addGreatest(columns.idle_share_ticks, 'of the time that threads were idle is its share');
-    addGreatest(pathTicks, 'of the observed path, the most of the rest');
+    addGreatest(columns.self_ticks, 'of the time in nodes, more than any other');
+    addGreatest(columns.idle_share_ticks, 'of the idle time of threads came while it ran');
+    addGreatest(pathTicks, 'of the observed path, more than what is left');
     return found;
   }
 

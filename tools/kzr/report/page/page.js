@@ -15,7 +15,7 @@ class Page {
     this.model = new RunModel(run);
     this.state = new PageState({
       node: -1, execution: null, range: this.model.baseRange, view: {from: 0, to: this.model.span}, top: 0,
-      measure: 'self_ticks', showsPath: false, camera: null, tab: 'nodes', theme: '',
+      measure: 'self_ticks', showsPath: false, camera: null, tab: this.model.run.first_table, theme: '',
     });
     this.darkQuery = matchMedia('(prefers-color-scheme: dark)');
     this.applyTheme();

@@ -2,6 +2,7 @@
 
 /** Milliseconds without a change before the address follows; browsers refuse to write it often. */
 const addressDelay = 250;
+const tableNames = ['places', 'nodes', 'threads', 'path', 'events', 'concurrency'];
 
 /**
  * The state of the page:
@@ -79,7 +80,7 @@ class Address {
     if (state.measure !== 'self_ticks') words.set('measure', state.measure);
     if (state.showsPath) words.set('path', '1');
     if (camera) words.set('graph', this.cameraText(camera));
-    if (state.tab !== 'nodes') words.set('table', state.tab);
+    if (state.tab !== model.run.first_table) words.set('table', state.tab);
     if (state.theme) words.set('theme', state.theme);
     const text = words.toString();
     return text ? '#' + text : '';
@@ -111,7 +112,7 @@ class Address {
     const camera = numbers('graph', '_', 4);
     const isKnown = camera && Number.isInteger(camera[0]) && camera[0] >= -1 && camera[0] < model.graph.graphs.x.length;
     change.camera = isKnown && camera[3] > 0 ? {graph: camera[0], x: camera[1], y: camera[2], scale: camera[3]} : null;
-    change.tab = ['threads', 'path', 'events', 'concurrency'].includes(words.get('table')) ? words.get('table') : 'nodes';
+    change.tab = tableNames.includes(words.get('table')) ? words.get('table') : model.run.first_table;
     change.theme = ['light', 'dark'].includes(words.get('theme')) ? words.get('theme') : '';
     return change;
   }

@@ -270,7 +270,7 @@ class TablesView {
     this.palette = palette;
     this.actions = actions;
     this.tables = {
-      nodes: this.makeNodes(), threads: this.makeThreads(), path: this.makePath(), events: this.makeEvents(),
+      places: this.makePlaces(), nodes: this.makeNodes(), threads: this.makeThreads(), path: this.makePath(), events: this.makeEvents(),
       concurrency: this.makeConcurrency(),
     };
     this.filters = Object.fromEntries(Object.keys(this.tables).map((name) => [name, '']));
@@ -300,6 +300,64 @@ class TablesView {
     return this.tables[this.state.tab];
   }
 
+  /** Nodes that share their place in the code, and regions. */
+  makePlaces() {
+    const {model} = this;
+    this.places = [];
+    const node = (row) => this.places[row].node;
+    const of = (name) => (row) => this.places[row][name];
+    const time = ({self, regionTicks}) => Math.max(self, regionTicks);
+    const each = ({self, executions, regionTicks, regions}) => (
+      executions > 0 ? self / executions : regions > 0 ? regionTicks / regions : null);
+    const busy = ({busyTicks, regionTicks}) => (
+      regionTicks > 0 && !Number.isNaN(busyTicks) ? Math.round((1000 * busyTicks) / regionTicks) / 1000 : null);
+    const has = ({nodes, regions}) => (
+      [nodes > 0 && countText(nodes, 'node'), regions > 0 && countText(regions, 'region')].filter(Boolean).join(', '));
+    const ticks = (name, label, value, about) => ({
+      name, label, about, isNumber: true, value,
+      show: (cell, row) => { cell.textContent = value(row) === null ? '–' : model.time.short(value(row)); },
+    });
+    const columns = [
+      {name: 'name', label: 'Place', isFiltered: true, value: (row) => model.nameOf(node(row)),
+        show: (cell, row) => this.showPlace(cell, node(row))},
+      {name: 'source', label: 'Source', isHidden: true, isFiltered: true, value: (row) => model.nodes.source[node(row)]},
+      {...ticks('ticks', 'Time', (row) => time(this.places[row]), 'Self time of its executions, or the time of its regions'),
+        show: (cell, row) => this.showShare(cell, time(this.places[row]), this.mostOfPlaces)},
+      {name: 'count', label: 'Of', isNumber: true, order: (row) => this.places[row].nodes || this.places[row].regions,
+        value: (row) => has(this.places[row]), about: 'Nodes that ran, each task being one; regions wholly inside the range'},
+      ticks('each_ticks', 'Each', (row) => each(this.places[row]), 'Self time of an execution on average, else that of a region'),
+      {name: 'busy_threads', label: 'Busy', isNumber: true, value: (row) => busy(this.places[row]),
+        about: 'How many threads were busy on average while its regions ran'},
+      ticks('idle_share_ticks', 'Idle share', of('idle'), 'What other threads waited while this ran with few others'),
+      {name: 'executions', label: 'Executions', isNumber: true, value: of('executions'),
+        show: (cell, row) => { cell.textContent = of('executions')(row) > 0 ? groupDigits(of('executions')(row)) : '–'; }},
+      {...ticks('self_ticks', 'Self time', of('self')), isHidden: true},
+      {...ticks('total_ticks', 'Total', of('total')), isHidden: true},
+      {name: 'nodes', label: 'Nodes', isHidden: true, value: of('nodes')},
+      {name: 'regions', label: 'Regions', isHidden: true, value: of('regions')},
+      {...ticks('region_ticks', 'Region time', of('regionTicks')), isHidden: true},
+      {name: 'function', label: 'Function', isHidden: true, value: (row) => model.nodes.function[node(row)]},
+    ];
+    return new Table(document.getElementById('places'), {
+      label: 'Places in the code', columns, sort: {name: 'ticks', isDescending: true},
+      onSelect: (row) => this.showNodesOf(this.places[row]),
+    });
+  }
+
+  showPlace(cell, node) {
+    showName(cell, this.model.nameOf(node), 60);
+    const source = this.model.nodes.source[node];
+    if (source) cell.append(' ', showName(makeElement('span', 'cell-source'), source.replace(/^.*\//, ''), 40));
+  }
+
+  /** Lists what a place has: its nodes, or its regions where it has no other. */
+  showNodesOf(place) {
+    const tab = place.nodes > 0 ? 'nodes' : 'events';
+    this.filters[tab] = (tab === 'nodes' && this.model.nodes.source[place.node]) || this.model.nameOf(place.node);
+    this.tables[tab].setFilter(this.filters[tab]);
+    this.state.set({tab});
+  }
+
   makeNodes() {
     const {model} = this;
     const of = (name) => (node) => model.figures.columns[name][node];
@@ -312,7 +370,7 @@ class TablesView {
         show: (cell, node) => this.showNode(cell, node)},
       {name: 'id', label: 'Id', isHidden: true, isFiltered: true, value: (node) => model.nodes.id[node]},
       {...ticks('self_ticks', 'Self time', 'Time in executions without what is nested in them'),
-        show: (cell, node) => this.showShare(cell, Number(of('self_ticks')(node)))},
+        show: (cell, node) => this.showShare(cell, Number(of('self_ticks')(node)), this.mostSelf)},
       {name: 'executions', label: 'Executions', isNumber: true, value: of('executions'),
         show: (cell, node) => { cell.textContent = groupDigits(of('executions')(node)); }},
       {name: 'threads', label: 'Threads', isNumber: true, value: of('threads')},
@@ -343,14 +401,14 @@ class TablesView {
     cell.append(swatch, name);
   }
 
-  /** A time and a bar for its share in that of all nodes. */
-  showShare(cell, ticks) {
+  /** A time and a bar for its share in the most that there is. */
+  showShare(cell, ticks, most) {
     if (ticks === 0) {
       cell.textContent = '–';
       return;
     }
     const bar = makeElement('span', 'cell-bar');
-    bar.style.width = `${this.mostSelf > 0 ? (ticks / this.mostSelf) * 100 : 0}%`;
+    bar.style.width = `${most > 0 ? (ticks / most) * 100 : 0}%`;
     cell.append(bar, makeElement('span', 'over-bar', this.model.time.short(ticks)));
   }
 
@@ -482,6 +540,9 @@ class TablesView {
     this.mostSelf = 0;
     for (const ticks of figures.columns.self_ticks) this.mostSelf = Math.max(this.mostSelf, Number(ticks));
     const {partText} = this.model;
+    this.places = this.model.places.sum(this.state.range);
+    this.mostOfPlaces = this.places.reduce((most, {self, regionTicks}) => Math.max(most, self, regionTicks), 0);
+    this.tables.places.fill(this.places.length, partText);
     this.tables.nodes.fill(nodeCount, partText);
     this.tables.threads.fill(figures.threads.length, partText);
     this.tables.path.fill(figures.path.lane.length, partText);
