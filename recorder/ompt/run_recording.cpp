@@ -18,6 +18,7 @@
 
 #include "recorder/ompt/thread_recording.h"
 #include "recorder/run_directory.h"
+#include "recorder/uncancelled.h"
 
 namespace kzr {
 namespace {
@@ -95,6 +96,7 @@ thread_recording* run_recording::enter_again() {
 }
 
 bool run_recording::enter_slowly(thread_recording& thread) {
+  const uncancelled cancel_guard;
   while (true) {
     const state seen = state_.load();
     if (seen != state::paused) {
@@ -111,6 +113,7 @@ bool run_recording::enter_slowly(thread_recording& thread) {
 thread_recording* run_recording::enter_first() {
   const state seen = state_.load();
   if (seen == state::off || seen == state::unprepared) return nullptr;
+  const uncancelled cancel_guard;
   thread_recording* thread = nullptr;
   {
     const std::lock_guard guard(lock_);
@@ -189,6 +192,7 @@ bool run_recording::wait_until_idle(const thread_recording& thread) const {
 void run_recording::finish(bool is_last) {
   const state before = state_.load();
   if ((before != state::open && before != state::finished) || getpid() != process_) return;
+  const uncancelled cancel_guard;
   const std::unique_lock guard(finish_lock_, std::try_to_lock);
   if (!guard.owns_lock()) return;  // another thread ends the process as well
   state_ = state::paused;
@@ -230,6 +234,7 @@ void run_recording::end_thread(thread_recording& thread) {
 
 void run_recording::stop(const std::string& reason) noexcept {
   if (state_.exchange(state::off) == state::off) return;
+  const uncancelled cancel_guard;
   try {
     const std::string message =
         "kzr: the recording in " + directory_.string() + " ends here: " + reason + '\n';

@@ -151,6 +151,25 @@ static void root_threads(void) {
   }
 }
 
+__attribute__((noinline)) static void serial_region(void) {
+#pragma omp parallel num_threads(1)
+  __asm__ volatile("");
+}
+
+static void* region_before_end(void* unused) {
+  pthread_cancel(pthread_self());
+  serial_region();
+  pthread_testcancel();
+  return unused;
+}
+
+static void cancelled_thread(void) {
+  omp_get_max_threads(); /* The runtime's own start cannot be cancelled. */
+  pthread_t thread;
+  pthread_create(&thread, NULL, region_before_end, NULL);
+  pthread_join(thread, NULL);
+}
+
 static void late_region(void) {
   one_region();
   atexit(one_region);
@@ -240,6 +259,7 @@ int main(int argc, char** argv) {
                    {"teams", teams},
                    {"one_region", one_region},
                    {"root_threads", root_threads},
+                   {"cancelled_thread", cancelled_thread},
                    {"late_region", late_region},
                    {"exit_inside", exit_inside},
                    {"forked", forked},

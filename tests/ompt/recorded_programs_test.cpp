@@ -118,6 +118,7 @@ TEST_P(recorded_program, shows_its_regions_tasks_and_dependences) {
       {"task_loop", 1, 2, 50, 50, 0, "task_loop"},
       {"teams", GetParam() == "clang" ? 2U : 1U, GetParam() == "clang" ? 2U : 1U, 0, 0, 0, "teams"},
       {"root_threads", 3, 6, 0, 0, 0, "one_region"},
+      {"cancelled_thread", 1, 1, 0, 0, 0, "serial_region"},
       {"late_region", 2, 4, 0, 0, 0, "one_region"},
       {"closed_files", 2, 4, 0, 0, 0, "one_region"},
   };
