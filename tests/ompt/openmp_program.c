@@ -235,6 +235,18 @@ static void wait_for_signal(void) {
   sleep(20);
 }
 
+static volatile sig_atomic_t signal_count;
+
+static void count_signal(int number) { signal_count += number == SIGUSR1; }
+
+static void signal_group(void) {
+  signal(SIGUSR1, count_signal);
+  one_region();
+  kill(0, SIGUSR1);
+  for (int i = 0; i < 20; ++i) usleep(10000);
+  exit(signal_count);
+}
+
 static void copy_input(void) {
   one_region();
   char line[64];
@@ -268,6 +280,7 @@ int main(int argc, char** argv) {
                    {"left_quickly", left_quickly},
                    {"closed_files", closed_files},
                    {"wait_for_signal", wait_for_signal},
+                   {"signal_group", signal_group},
                    {"copy_input", copy_input}};
   for (size_t i = 0; argc > 1 && i < sizeof scenarios / sizeof *scenarios; ++i) {
     if (strcmp(argv[1], scenarios[i].name) == 0) {

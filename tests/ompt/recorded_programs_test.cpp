@@ -201,6 +201,16 @@ TEST_P(recorded_program, has_its_streams_and_signals) {
   for (const char* const directory : {"copied", "ended"}) EXPECT_EQ(problems(directory), strings{});
 }
 
+TEST_P(recorded_program, gets_each_signal_that_it_would_get_without_the_command_and_no_other) {
+  const std::string command = " '" KZR_PROGRAM "' record -o run " + program();
+  const auto run = [this](const std::string& shell) {
+    return run_program({"/bin/sh", "-c", shell + "; rm -r run"}, scratch_.path());
+  };
+  EXPECT_EQ(run("setsid --wait" + command + " signal_group; echo $?").out, "1\n");
+  const std::string timer = "perl -e 'alarm 1; exec @ARGV'" + command;
+  EXPECT_EQ(run(timer + " wait_for_signal; echo $?").out, "ready\n" + std::to_string(128 + SIGALRM) + '\n');
+}
+
 TEST_P(recorded_program, gives_the_same_structure_each_time) {
   for (const std::string scenario : {"regions", "serial_tasks", "task_loop"}) {
     const std::string first = show(scenario).structure;
