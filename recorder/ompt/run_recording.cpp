@@ -2,6 +2,7 @@
 
 #include <linux/membarrier.h>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -63,6 +64,7 @@ void run_recording::prepare(std::uint64_t runtime_address) {
   current_directory_ = fs::current_path(failure);
   const char* const wanted = std::getenv("KZR_RECORD_DIRECTORY");
   if (wanted != nullptr && *wanted != '\0') wanted_directory_ = current_directory_ / wanted;
+  if (!wanted_directory_.has_filename()) wanted_directory_ = wanted_directory_.parent_path();
   has_process_barrier_ = register_process_barrier();
   pthread_key_create(&end_of_thread,
                      [](void* thread) { get_run().end_thread(*static_cast<thread_recording*>(thread)); });
@@ -148,14 +150,13 @@ int run_recording::start(thread_recording& thread) {
   // the other one, since their threads still use the runtime.
   std::atexit([] { get_run().finish(false); });
   // Whichever process makes the first file has the directory.
-  int error = 0;
-  unsigned number = 1;
-  do {
-    if (number > 1) directory_ = wanted_directory_.string() + '.' + std::to_string(number);
-    fs::create_directories(directory_);
-    error = open_file(thread);
-    ++number;
-  } while (error == EEXIST);
+  fs::create_directories(directory_);
+  int error = open_file(thread);
+  for (unsigned number = 2; error == EEXIST; ++number) {
+    directory_ = wanted_directory_.string() + '.' + std::to_string(number);
+    // What is there already may be anything, and nobody asked for a recording in it.
+    error = mkdir(directory_.c_str(), 0777) == 0 ? open_file(thread) : errno;
+  }
   if (error != 0) return error;
   sites_.start(runtime_address_, [this](const std::string& lines) {
     // Readers find the old list or the new one.

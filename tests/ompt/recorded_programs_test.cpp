@@ -264,6 +264,20 @@ TEST_P(recorded_program, leaves_nothing_when_there_is_nothing_to_record) {
   EXPECT_EQ(run_program({KZR_PROGRAM, "record", "-o", "kept", "true"}, scratch_.path()).exit_status, 125);
 }
 
+TEST_P(recorded_program, is_recorded_beside_what_is_there) {
+  fs::create_directory(scratch_ / "own");
+  fs::create_directory_symlink("own", scratch_ / "link");
+  write_file(scratch_ / "link.2" / "mine", "");
+  EXPECT_EQ(run_program({KZR_PROGRAM, "record", "-o", "link", "true"}, scratch_.path()).exit_status, 0);
+  EXPECT_TRUE(fs::is_directory(scratch_ / "link"));
+  const std::string twice = program() + " one_region; " + program() + " one_region";
+  const auto result =
+      run_program({KZR_PROGRAM, "record", "-o", "link/", "/bin/sh", "-c", twice}, scratch_.path());
+  EXPECT_NE(result.err.find(", in link.3"), std::string::npos) << result.err;
+  for (const char* const directory : {"link", "link.3"}) EXPECT_EQ(problems(directory), strings{});
+  EXPECT_FALSE(fs::exists(scratch_ / "link.2" / "_kzr.0"));
+}
+
 TEST_P(recorded_program, stops_the_recording_and_not_the_program_when_a_file_grows_too_large) {
   const std::string shell = "ulimit -f 1000; '" KZR_PROGRAM "' record -o run " + program() + " left";
   const auto result = run_program({"/bin/sh", "-c", shell}, scratch_.path());
