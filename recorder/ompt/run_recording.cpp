@@ -237,8 +237,8 @@ void run_recording::stop(const std::string& reason) noexcept {
   if (state_.exchange(state::off) == state::off) return;
   const uncancelled cancel_guard;
   try {
-    const std::string message =
-        "kzr: the recording in " + directory_.string() + " ends here: " + reason + '\n';
+    const std::string place = directory_.empty() ? "" : " in " + directory_.string();
+    const std::string message = "kzr: the recording" + place + " ends here: " + reason + '\n';
     if (write(STDERR_FILENO, message.data(), message.size()) < 0) return;
   } catch (const std::bad_alloc&) {
     return;
