@@ -278,6 +278,12 @@ TEST_P(recorded_program, is_recorded_beside_what_is_there) {
   EXPECT_FALSE(fs::exists(scratch_ / "link.2" / "_kzr.0"));
 }
 
+TEST_P(recorded_program, is_named_as_the_shell_takes_it) {
+  const auto result =
+      run_program({KZR_PROGRAM, "record", "-o", "-it's", program(), "one_region"}, scratch_.path());
+  EXPECT_NE(result.err.find("\"kzr report './-it'\\''s'\"\n"), std::string::npos) << result.err;
+}
+
 TEST_P(recorded_program, stops_the_recording_and_not_the_program_when_a_file_grows_too_large) {
   const std::string shell = "ulimit -f 1000; '" KZR_PROGRAM "' record -o run " + program() + " left";
   const auto result = run_program({"/bin/sh", "-c", shell}, scratch_.path());

@@ -1,7 +1,9 @@
 #include "kzr/record/record_command.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -80,6 +82,21 @@ std::string describe_size(std::uintmax_t bytes) {
   return text.data();
 }
 
+/// `path` as a word for the shell that is no option.
+std::string as_shell_word(const fs::path& path) {
+  std::string text = path.string();
+  if (text.starts_with('-')) text.insert(0, "./");
+  const bool is_plain = std::all_of(text.begin(), text.end(), [](unsigned char character) {
+    return std::isalnum(character) != 0 ||
+           std::string_view("_-./+,:@%").find(character) != std::string_view::npos;
+  });
+  if (is_plain) return text;
+  std::string quoted = "'";
+  for (const char character : text)
+    quoted += character == '\'' ? std::string("'\\''") : std::string(1, character);
+  return quoted + '\'';
+}
+
 void tell(const std::vector<recorded_process>& runs) {
   for (const recorded_process& run : runs) {
     complain("recorded " + std::to_string(run.threads) + (run.threads == 1 ? " thread, " : " threads, ") +
@@ -140,7 +157,7 @@ int record(const std::vector<std::string>& command, const record_options& option
     if (options.writes_pages) {
       write_pages(recorded);
     } else {
-      complain("look at it with \"kzr report " + recorded.front().directory.string() + '"');
+      complain("look at it with \"kzr report " + as_shell_word(recorded.front().directory) + '"');
     }
   }
   if (end.signal != 0) end_by_signal(end.signal);
