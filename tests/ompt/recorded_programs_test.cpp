@@ -280,7 +280,7 @@ TEST_P(recorded_program, is_recorded_beside_what_is_there) {
 
 TEST_P(recorded_program, is_named_as_the_shell_takes_it) {
   const auto result =
-      run_program({KZR_PROGRAM, "record", "-o", "-it's", program(), "one_region"}, scratch_.path());
+      run_program({KZR_PROGRAM, "record", "-o", "-it's", "--", program(), "one_region"}, scratch_.path());
   EXPECT_NE(result.err.find("\"kzr report './-it'\\''s'\"\n"), std::string::npos) << result.err;
 }
 
