@@ -6,7 +6,10 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdlib>
+#include <fstream>
 #include <limits>
+#include <utility>
 
 namespace kzr {
 namespace {
@@ -15,6 +18,21 @@ std::string path_of_executable() {
   std::array<char, 4096> path;
   const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
   return length <= 0 ? std::string() : std::string(path.data(), static_cast<std::size_t>(length));
+}
+
+/// The path of the file that is in memory at `address`, empty when the system does not tell.
+std::string path_of_file_at(std::uint64_t address) {
+  std::ifstream mappings("/proc/self/maps");
+  for (std::string line; std::getline(mappings, line);) {
+    // "<first>-<end> <permissions> <offset> <device> <inode> <path>"
+    char* behind_first = nullptr;
+    const std::uint64_t first = std::strtoull(line.c_str(), &behind_first, 16);
+    const std::uint64_t end = *behind_first == '-' ? std::strtoull(behind_first + 1, nullptr, 16) : 0;
+    if (address < first || address >= end) continue;
+    const std::size_t path = line.find('/');
+    return path == std::string::npos ? std::string() : line.substr(path);
+  }
+  return {};
 }
 
 int add_image(dl_phdr_info* info, std::size_t, void* images) {
@@ -44,6 +62,11 @@ int add_image(dl_phdr_info* info, std::size_t, void* images) {
 std::vector<loaded_image> find_loaded_images() {
   std::vector<loaded_image> images;
   dl_iterate_phdr(add_image, &images);
+  // The loader names a library as it found it, maybe from another working directory than today's.
+  for (loaded_image& image : images) {
+    if (image.path.empty() || image.path.front() == '/') continue;
+    if (std::string path = path_of_file_at(image.first_address); !path.empty()) image.path = std::move(path);
+  }
   return images;
 }
 

@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "recorder/uncancelled.h"
+
 namespace kzr {
 namespace {
 
@@ -21,7 +23,6 @@ class undisturbed {
     sigset_t all;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &signals_);
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_state_);
   }
   undisturbed(const undisturbed&) = delete;
   undisturbed& operator=(const undisturbed&) = delete;
@@ -33,7 +34,6 @@ class undisturbed {
       const timespec at_once = {};
       sigtimedwait(&limit, nullptr, &at_once);
     }
-    pthread_setcancelstate(cancel_state_, nullptr);
     pthread_sigmask(SIG_SETMASK, &signals_, nullptr);
     errno = errno_;
   }
@@ -41,9 +41,9 @@ class undisturbed {
   void note_error(int error) { exceeded_limit_ = error == EFBIG; }
 
  private:
+  const uncancelled guard_;
   const int errno_;
   sigset_t signals_;
-  int cancel_state_ = 0;
   bool exceeded_limit_ = false;
 };
 

@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "recorder/ompt/construct_name.h"
+#include "recorder/uncancelled.h"
 
 namespace kzr {
 namespace {
@@ -31,6 +32,7 @@ void code_sites::start(std::uint64_t runtime_address, list_writer write_list) {
 }
 
 std::uint16_t code_sites::get(std::uint64_t return_address, std::uint16_t around, std::uint64_t now) {
+  const uncancelled cancel_guard;
   const std::lock_guard guard(lock_);
   const auto known = numbers_.find(return_address);
   if (known != numbers_.end()) return known->second;

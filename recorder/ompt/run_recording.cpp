@@ -2,6 +2,7 @@
 
 #include <linux/membarrier.h>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -18,6 +19,7 @@
 
 #include "recorder/ompt/thread_recording.h"
 #include "recorder/run_directory.h"
+#include "recorder/uncancelled.h"
 
 namespace kzr {
 namespace {
@@ -62,6 +64,7 @@ void run_recording::prepare(std::uint64_t runtime_address) {
   current_directory_ = fs::current_path(failure);
   const char* const wanted = std::getenv("KZR_RECORD_DIRECTORY");
   if (wanted != nullptr && *wanted != '\0') wanted_directory_ = current_directory_ / wanted;
+  if (!wanted_directory_.has_filename()) wanted_directory_ = wanted_directory_.parent_path();
   has_process_barrier_ = register_process_barrier();
   pthread_key_create(&end_of_thread,
                      [](void* thread) { get_run().end_thread(*static_cast<thread_recording*>(thread)); });
@@ -95,6 +98,7 @@ thread_recording* run_recording::enter_again() {
 }
 
 bool run_recording::enter_slowly(thread_recording& thread) {
+  const uncancelled cancel_guard;
   while (true) {
     const state seen = state_.load();
     if (seen != state::paused) {
@@ -111,6 +115,7 @@ bool run_recording::enter_slowly(thread_recording& thread) {
 thread_recording* run_recording::enter_first() {
   const state seen = state_.load();
   if (seen == state::off || seen == state::unprepared) return nullptr;
+  const uncancelled cancel_guard;
   thread_recording* thread = nullptr;
   {
     const std::lock_guard guard(lock_);
@@ -145,14 +150,13 @@ int run_recording::start(thread_recording& thread) {
   // the other one, since their threads still use the runtime.
   std::atexit([] { get_run().finish(false); });
   // Whichever process makes the first file has the directory.
-  int error = 0;
-  unsigned number = 1;
-  do {
-    if (number > 1) directory_ = wanted_directory_.string() + '.' + std::to_string(number);
-    fs::create_directories(directory_);
-    error = open_file(thread);
-    ++number;
-  } while (error == EEXIST);
+  fs::create_directories(directory_);
+  int error = open_file(thread);
+  for (unsigned number = 2; error == EEXIST; ++number) {
+    directory_ = wanted_directory_.string() + '.' + std::to_string(number);
+    // What is there already may be anything, and nobody asked for a recording in it.
+    error = mkdir(directory_.c_str(), 0777) == 0 ? open_file(thread) : errno;
+  }
   if (error != 0) return error;
   sites_.start(runtime_address_, [this](const std::string& lines) {
     // Readers find the old list or the new one.
@@ -189,6 +193,7 @@ bool run_recording::wait_until_idle(const thread_recording& thread) const {
 void run_recording::finish(bool is_last) {
   const state before = state_.load();
   if ((before != state::open && before != state::finished) || getpid() != process_) return;
+  const uncancelled cancel_guard;
   const std::unique_lock guard(finish_lock_, std::try_to_lock);
   if (!guard.owns_lock()) return;  // another thread ends the process as well
   state_ = state::paused;
@@ -230,9 +235,10 @@ void run_recording::end_thread(thread_recording& thread) {
 
 void run_recording::stop(const std::string& reason) noexcept {
   if (state_.exchange(state::off) == state::off) return;
+  const uncancelled cancel_guard;
   try {
-    const std::string message =
-        "kzr: the recording in " + directory_.string() + " ends here: " + reason + '\n';
+    const std::string place = directory_.empty() ? "" : " in " + directory_.string();
+    const std::string message = "kzr: the recording" + place + " ends here: " + reason + '\n';
     if (write(STDERR_FILENO, message.data(), message.size()) < 0) return;
   } catch (const std::bad_alloc&) {
     return;

@@ -151,6 +151,25 @@ static void root_threads(void) {
   }
 }
 
+__attribute__((noinline)) static void serial_region(void) {
+#pragma omp parallel num_threads(1)
+  __asm__ volatile("");
+}
+
+static void* region_before_end(void* unused) {
+  pthread_cancel(pthread_self());
+  serial_region();
+  pthread_testcancel();
+  return unused;
+}
+
+static void cancelled_thread(void) {
+  omp_get_max_threads(); /* The runtime's own start cannot be cancelled. */
+  pthread_t thread;
+  pthread_create(&thread, NULL, region_before_end, NULL);
+  pthread_join(thread, NULL);
+}
+
 static void late_region(void) {
   one_region();
   atexit(one_region);
@@ -216,6 +235,18 @@ static void wait_for_signal(void) {
   sleep(20);
 }
 
+static volatile sig_atomic_t signal_count;
+
+static void count_signal(int number) { signal_count += number == SIGUSR1; }
+
+static void signal_group(void) {
+  signal(SIGUSR1, count_signal);
+  one_region();
+  kill(0, SIGUSR1);
+  for (int i = 0; i < 20; ++i) usleep(10000);
+  exit(signal_count);
+}
+
 static void copy_input(void) {
   one_region();
   char line[64];
@@ -240,6 +271,7 @@ int main(int argc, char** argv) {
                    {"teams", teams},
                    {"one_region", one_region},
                    {"root_threads", root_threads},
+                   {"cancelled_thread", cancelled_thread},
                    {"late_region", late_region},
                    {"exit_inside", exit_inside},
                    {"forked", forked},
@@ -248,6 +280,7 @@ int main(int argc, char** argv) {
                    {"left_quickly", left_quickly},
                    {"closed_files", closed_files},
                    {"wait_for_signal", wait_for_signal},
+                   {"signal_group", signal_group},
                    {"copy_input", copy_input}};
   for (size_t i = 0; argc > 1 && i < sizeof scenarios / sizeof *scenarios; ++i) {
     if (strcmp(argv[1], scenarios[i].name) == 0) {

@@ -118,6 +118,7 @@ TEST_P(recorded_program, shows_its_regions_tasks_and_dependences) {
       {"task_loop", 1, 2, 50, 50, 0, "task_loop"},
       {"teams", GetParam() == "clang" ? 2U : 1U, GetParam() == "clang" ? 2U : 1U, 0, 0, 0, "teams"},
       {"root_threads", 3, 6, 0, 0, 0, "one_region"},
+      {"cancelled_thread", 1, 1, 0, 0, 0, "serial_region"},
       {"late_region", 2, 4, 0, 0, 0, "one_region"},
       {"closed_files", 2, 4, 0, 0, 0, "one_region"},
   };
@@ -200,6 +201,16 @@ TEST_P(recorded_program, has_its_streams_and_signals) {
   for (const char* const directory : {"copied", "ended"}) EXPECT_EQ(problems(directory), strings{});
 }
 
+TEST_P(recorded_program, gets_each_signal_that_it_would_get_without_the_command_and_no_other) {
+  const std::string command = " '" KZR_PROGRAM "' record -o run " + program();
+  const auto run = [this](const std::string& shell) {
+    return run_program({"/bin/sh", "-c", shell + "; rm -r run"}, scratch_.path());
+  };
+  EXPECT_EQ(run("setsid --wait" + command + " signal_group; echo $?").out, "1\n");
+  const std::string timer = "perl -e 'alarm 1; exec @ARGV'" + command;
+  EXPECT_EQ(run(timer + " wait_for_signal; echo $?").out, "ready\n" + std::to_string(128 + SIGALRM) + '\n');
+}
+
 TEST_P(recorded_program, gives_the_same_structure_each_time) {
   for (const std::string scenario : {"regions", "serial_tasks", "task_loop"}) {
     const std::string first = show(scenario).structure;
@@ -251,6 +262,26 @@ TEST_P(recorded_program, leaves_nothing_when_there_is_nothing_to_record) {
   EXPECT_EQ(record("one_region").exit_status, 0);
   write_file(scratch_ / "kept" / "mine", "");
   EXPECT_EQ(run_program({KZR_PROGRAM, "record", "-o", "kept", "true"}, scratch_.path()).exit_status, 125);
+}
+
+TEST_P(recorded_program, is_recorded_beside_what_is_there) {
+  fs::create_directory(scratch_ / "own");
+  fs::create_directory_symlink("own", scratch_ / "link");
+  write_file(scratch_ / "link.2" / "mine", "");
+  EXPECT_EQ(run_program({KZR_PROGRAM, "record", "-o", "link", "true"}, scratch_.path()).exit_status, 0);
+  EXPECT_TRUE(fs::is_directory(scratch_ / "link"));
+  const std::string twice = program() + " one_region; " + program() + " one_region";
+  const auto result =
+      run_program({KZR_PROGRAM, "record", "-o", "link/", "/bin/sh", "-c", twice}, scratch_.path());
+  EXPECT_NE(result.err.find(", in link.3"), std::string::npos) << result.err;
+  for (const char* const directory : {"link", "link.3"}) EXPECT_EQ(problems(directory), strings{});
+  EXPECT_FALSE(fs::exists(scratch_ / "link.2" / "_kzr.0"));
+}
+
+TEST_P(recorded_program, is_named_as_the_shell_takes_it) {
+  const auto result =
+      run_program({KZR_PROGRAM, "record", "-o", "-it's", "--", program(), "one_region"}, scratch_.path());
+  EXPECT_NE(result.err.find("\"kzr report './-it'\\''s'\"\n"), std::string::npos) << result.err;
 }
 
 TEST_P(recorded_program, stops_the_recording_and_not_the_program_when_a_file_grows_too_large) {

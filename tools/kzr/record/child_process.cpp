@@ -86,6 +86,25 @@ bool has_ended(pid_t child, child_end& end) {
   }
 }
 
+/// Whether the program does not get the signal by itself, as it gets what the terminal or the program sends
+/// to the process group.
+bool is_to_be_passed_on(const siginfo_t& info, pid_t child) {
+  if (info.si_signo == SIGCHLD) return false;
+  if (info.si_code <= 0) return info.si_pid != child;
+  // Those that the system sends to one process: of its timer, and to the first process of a terminal when
+  // that is closed.
+  const bool leads_session = getsid(0) == getpid();
+  return info.si_signo == SIGALRM || (leads_session && (info.si_signo == SIGHUP || info.si_signo == SIGCONT));
+}
+
+void pass_on(const siginfo_t& info, pid_t child) {
+  if (info.si_code == SI_QUEUE) {
+    sigqueue(child, info.si_signo, info.si_value);
+  } else {
+    kill(child, info.si_signo);
+  }
+}
+
 }  // namespace
 
 child_end run_child(const std::vector<std::string>& command,
@@ -103,8 +122,7 @@ child_end run_child(const std::vector<std::string>& command,
   close(error_pipe[0]);
   while (!has_ended(child, end)) {
     const siginfo_t info = signals.wait();
-    const bool is_sent_by_process = info.si_code <= 0;
-    if (info.si_signo != SIGCHLD && is_sent_by_process) kill(child, info.si_signo);
+    if (is_to_be_passed_on(info, child)) pass_on(info, child);
   }
   return end;
 }

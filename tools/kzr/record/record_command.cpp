@@ -1,7 +1,9 @@
 #include "kzr/record/record_command.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -80,6 +82,21 @@ std::string describe_size(std::uintmax_t bytes) {
   return text.data();
 }
 
+/// `path` as a word for the shell that is no option.
+std::string as_shell_word(const fs::path& path) {
+  std::string text = path.string();
+  if (text.starts_with('-')) text.insert(0, "./");
+  const bool is_plain = std::all_of(text.begin(), text.end(), [](unsigned char character) {
+    return std::isalnum(character) != 0 ||
+           std::string_view("_-./+,:@%").find(character) != std::string_view::npos;
+  });
+  if (is_plain) return text;
+  std::string quoted = "'";
+  for (const char character : text)
+    quoted += character == '\'' ? std::string("'\\''") : std::string(1, character);
+  return quoted + '\'';
+}
+
 void tell(const std::vector<recorded_process>& runs) {
   for (const recorded_process& run : runs) {
     complain("recorded " + std::to_string(run.threads) + (run.threads == 1 ? " thread, " : " threads, ") +
@@ -140,7 +157,7 @@ int record(const std::vector<std::string>& command, const record_options& option
     if (options.writes_pages) {
       write_pages(recorded);
     } else {
-      complain("look at it with \"kzr report " + recorded.front().directory.string() + '"');
+      complain("look at it with \"kzr report " + as_shell_word(recorded.front().directory) + '"');
     }
   }
   if (end.signal != 0) end_by_signal(end.signal);
@@ -149,12 +166,12 @@ int record(const std::vector<std::string>& command, const record_options& option
 
 /// What stands behind the options: the program and its arguments.
 std::vector<std::string> read_command(const CLI::App& command) {
-  std::vector<std::string> words = command.remaining();
+  // The parser leaves what follows "--" to the command line around the subcommand.
+  std::vector<std::string> words = command.get_parent()->remaining();
+  const std::vector<std::string> own = command.remaining();
+  words.insert(words.end(), own.begin(), own.end());
   if (words.empty()) throw CLI::RequiredError("PROGRAM");
-  if (words.front() == "--") {
-    words.erase(words.begin());
-    if (words.empty()) throw CLI::RequiredError("PROGRAM");
-  } else if (words.front().starts_with('-')) {
+  if (words.front().starts_with('-')) {
     throw CLI::ValidationError("there is no option \"" + words.front() + '"', CLI::ExitCodes::ExtrasError);
   }
   return words;
@@ -168,6 +185,7 @@ subcommand_action set_up_record(CLI::App& command) {
   command.footer(footer);
   // What follows the first word that is no option is the program's.
   command.prefix_command();
+  command.preparse_callback([&command](std::size_t) { command.get_parent()->prefix_command(); });
   command
       .add_option("-o,--output", options->directory,
                   "Record into this directory instead of _qzd_<date>_<time>")

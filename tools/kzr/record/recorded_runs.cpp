@@ -13,10 +13,12 @@ namespace {
 
 recorded_process describe(const fs::path& directory) {
   recorded_process run{.directory = directory};
-  for (const fs::directory_entry& file : fs::directory_iterator(directory)) {
+  std::error_code failure;  // the program may have done anything to it
+  for (const fs::directory_entry& file : fs::directory_iterator(directory, failure)) {
     if (!file.path().filename().string().starts_with("_kzr.")) continue;
     ++run.threads;
-    run.size_bytes += file.file_size();
+    const std::uintmax_t size_bytes = file.file_size(failure);
+    if (!failure) run.size_bytes += size_bytes;
   }
   bool has_gcc = false;
   bool has_llvm = false;
@@ -34,8 +36,13 @@ recorded_process describe(const fs::path& directory) {
 recorded_runs::recorded_runs(const fs::path& directory) : directory_(directory) {
   if (directory.empty()) {
     directory_ = kzr::create_run_directory(".").filename();
-  } else if (fs::create_directories(directory); !fs::is_empty(directory)) {
-    throw std::runtime_error(directory.string() + " is not empty");
+    is_made_here_ = true;
+  } else {
+    if (!directory.has_filename()) directory_ = directory.parent_path();
+    is_made_here_ = fs::create_directories(directory_);
+    if (!fs::is_empty(directory_)) throw std::runtime_error(directory.string() + " is not empty");
+    // The numbers of further directories stand behind a name.
+    if (directory_.filename() == "." || directory_.filename() == "..") directory_ = fs::canonical(directory_);
   }
   further_before_ = find_further();
 }
@@ -51,13 +58,13 @@ std::set<fs::path> recorded_runs::find_further() const {
 
 std::vector<recorded_process> recorded_runs::collect() const {
   std::vector<recorded_process> runs;
-  if (fs::exists(directory_)) runs.push_back(describe(directory_));
+  runs.push_back(describe(directory_));
   for (const fs::path& directory : find_further()) {
     if (!further_before_.contains(directory)) runs.push_back(describe(directory));
   }
   std::erase_if(runs, [](const recorded_process& run) { return run.threads == 0; });
   // Removes only what is empty.
   std::error_code is_not_empty;
-  fs::remove(directory_, is_not_empty);
+  if (is_made_here_) fs::remove(directory_, is_not_empty);
   return runs;
 }

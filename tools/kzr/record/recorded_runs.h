@@ -26,12 +26,13 @@ class recorded_runs {
   /// As it was given, or its name.
   [[nodiscard]] const std::filesystem::path& directory() const { return directory_; }
 
-  /// The recordings that were made since. Removes the directory when there is none.
+  /// The recordings that were made since. Removes the directory when it was made for one and there is none.
   [[nodiscard]] std::vector<recorded_process> collect() const;
 
  private:
   [[nodiscard]] std::set<std::filesystem::path> find_further() const;
 
   std::filesystem::path directory_;
+  bool is_made_here_ = false;
   std::set<std::filesystem::path> further_before_;
 };
