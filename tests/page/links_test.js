@@ -2,7 +2,7 @@
 const assert = require('node:assert/strict');
 const {pageTest} = require('./browser');
 const {
-  addressState, assertSame, copiedTable, namesUnderPointer, openReport, pixelsOfColour, search, selection, settle, shownFigures,
+  addressState, assertSame, copiedTable, namesUnderPointer, openReport, pixelsOfColour, search, selection, setRange, settle, shownFigures,
 } = require('./report_page');
 const {executions, figures, report, smallRun} = require('./runs');
 
@@ -183,4 +183,55 @@ pageTest('the path is shown in both views and listed', async (openPage) => {
     nameOf.get(step.id), step.id, step.thread, step.begin, step.end - step.begin, step.gap_ticks, step.gap_kind ?? ''].map(String)));
   await page.locator('#path tbody tr', {hasText: /^3\D/}).click();
   assert.equal(BigInt((await selection(page)).execution.begin), path[2].begin);
+});
+
+/** The edges of the pipeline, by the box that is the only one where they end: the nodes that they lead from and to. */
+const edges = {
+  stage: ['read', 'decode'], core: ['decode', 'filter'], score: ['filter', 'score'], write: ['score', 'write'], never: ['read', 'never'],
+};
+
+/** The boxes of the graph by name, in pixels of the canvas, as a camera over all of it shows them. */
+function boxesOfGraph(page, [x, y, scale]) {
+  return page.evaluate(async ([x, y, scale]) => {
+    const layout = new GraphLayout(await readJsonPart('graph'));
+    const {name} = await readJsonPart('nodes');
+    const placeOf = (graph) => {
+      if (graph === 0) return {x: -x * scale, y: -y * scale, scale};
+      const place = layout.placeInParent(graph);
+      const around = placeOf(layout.around(graph));
+      return {x: around.x + place.x * around.scale, y: around.y + place.y * around.scale, scale: around.scale * place.scale};
+    };
+    const {nodes} = layout;
+    return Object.fromEntries(name.map((text, node) => {
+      const place = placeOf(nodes.graph[node]);
+      const top = place.y + nodes.y[node] * place.scale;
+      return [text, {left: place.x + nodes.x[node] * place.scale, top, bottom: top + nodes.height[node] * place.scale}];
+    }));
+  }, [x, y, scale]);
+}
+
+pageTest('edges of the graph are on the path where it goes from one end to the other, into composite nodes, too', async (openPage) => {
+  const camera = [0, 0, 4];
+  const page = await openReport(openPage, file, {hash: `#path=1&graph=-1_${camera.join('_')}`, viewport: {width: 3200, height: 2000}});
+  const boxes = await boxesOfGraph(page, camera);
+  const whole = figures(run);
+  const nameOf = new Map(whole.nodes.map(({id, name}) => [id, name]));
+  const seen = new Set();
+  for (let first = 0; first < whole.path.length - 8; first += 8) {
+    const [from, to] = [whole.path[first].begin, whole.path[first + 8].end];
+    const {path} = figures(run, '--from', String(from), '--to', String(to));
+    const names = path.map(({id}) => nameOf.get(id));
+    await setRange(page, from, to);
+    const {columns} = await pixelsOfColour(page, '#graph', '--path');
+    for (const [box, [source, target]] of Object.entries(edges)) {
+      const isOnPath = names.some((name, i) => name === target && names[i - 1] === source);
+      const {left, top, bottom} = boxes[box];
+      const isMarked = Object.entries(columns).some(([row, xs]) => (
+        row > top && row < bottom && xs.some((x) => x > left - 9 && x < left - 4)));
+      assert.equal(isMarked, isOnPath, `edge to ${box}, ${names}`);
+      seen.add(`${box} ${isOnPath}`);
+    }
+    if (seen.size === 9) return;
+  }
+  assert.fail(`the path has no more than ${[...seen]}`);
 });
