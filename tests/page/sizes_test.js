@@ -4,7 +4,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const {pageTest} = require('./browser');
 const {
-  assertSame, namesUnderPointer, openReport, search, selection, setRange, settle, shownFigures,
+  assertSame, copiedTable, namesUnderPointer, openReport, search, selection, setRange, settle, shownFigures,
 } = require('./report_page');
 const {figures, largeRun, report, smallRun} = require('./runs');
 
@@ -21,6 +21,21 @@ async function assertRun(page, run) {
   assert.equal(await headline(page, 'Executions'), String(expected.run.executions));
   assert.equal(await page.locator('#name').textContent(), expected.run.name);
   return expected;
+}
+
+/** Holds what the page says of busy times in a range of so many ticks, executions left out, against what they are. */
+async function assertBusyBounds(page, ticks, {threads}) {
+  const rows = await copiedTable(page, 'threads');
+  const bounds = rows.map((row) => ({thread: row.thread, least: Number(row.busy_least_ticks), most: Number(row.busy_most_ticks)}));
+  for (const {thread, busy_ticks: busy} of threads) {
+    const {least, most} = bounds.find((bound) => bound.thread === String(thread));
+    assert.ok(least <= busy && busy <= most, `thread ${thread} was busy for ${busy}, not ${least} to ${most}`);
+    // Sums hold 255ths; what is less than a bucket of them may be all or nothing.
+    assert.ok(most <= ticks && (ticks < 1000 || most - least < ticks / 100), `${least} to ${most} of ${ticks}`);
+  }
+  const shares = ['least', 'most'].map((name) => bounds.reduce((sum, bound) => sum + bound[name], 0) / ticks);
+  const [first, last = first] = (await headline(page, 'Busy threads')).replace('≈', '').split('–').map(Number);
+  assert.ok([first, last].every((shown, i) => Math.abs(shown - shares[i]) < 0.02), `${first} to ${last}, not ${shares}`);
 }
 
 pageTest('runs with next to nothing in them have a page that says so', async (openPage) => {
@@ -59,11 +74,16 @@ pageTest('a page that must stay small leaves detail out and says so, and its sum
   assert.ok(detailed > 0 && detailed < expected.run.executions);
   const told = (await page.locator('#figures').textContent()).replaceAll('\u202f', '');
   assert.ok(told.includes(`${detailed} of ${expected.run.executions}`), told);
-  const middle = expected.path[expected.path.length >> 1];
-  await setRange(page, middle.begin, BigInt(middle.begin) + 40_000_000n);
+  const middle = BigInt(expected.path[expected.path.length >> 1].begin);
+  for (const ticks of [800n, 40_000_000n]) {
+    const [from, to] = [middle, middle + ticks];
+    await setRange(page, from, to);
+    await assertBusyBounds(page, Number(ticks), figures(run, '--from', String(from), '--to', String(to)));
+  }
   assert.match(await page.locator('#range').textContent(), /without up to .* executions whose detail is left out/);
   assert.match(await page.locator('#verdict').textContent(), /only a part: up to .* are left out/);
-  assert.equal(await headline(page, 'Parallelism'), '?');
+  assert.equal(await headline(page, 'Utilisation'), '?');
+  await page.locator('#tab-nodes').click();
   for (const shown of ['#nodes .foot', '#details']) {
     await page.locator('#nodes [data-index="0"]').click();
     assert.match(await page.locator(shown).textContent(), /figures cover a part/, shown);
