@@ -9,15 +9,15 @@ const {executions, figures, report, smallRun} = require('./runs');
 const run = smallRun('pipeline');
 const file = report(run);
 
-/** The row of the shown table that is marked as selected. */
-function selectedRow(page, table) {
-  return page.locator(`#${table} tr[aria-selected="true"]`);
+/** What the row of the nodes that is marked as selected says. */
+async function selectedRow(page) {
+  await settle(page);
+  return page.locator('#nodes tr[aria-selected="true"]').textContent();
 }
 
 /** What the panel of the selection says of the execution behind a word, without what groups digits. */
 async function detail(page, name) {
   const value = page.locator(`#details .execution dt:text-is("${name}") + dd`);
-  await page.waitForFunction((element) => element.textContent !== '…', await value.elementHandle());
   return (await value.textContent()).replaceAll('\u202f', '');
 }
 
@@ -78,7 +78,7 @@ pageTest('an execution clicked in the timeline is told of, and shows its node in
   assert.match(await detail(page, 'Self time'), new RegExp(`\\(${self} ticks\\)`));
   const place = path.findIndex((step) => step.thread === execution.thread && String(step.begin) === execution.begin);
   assert.match(await detail(page, 'Observed path'), place < 0 ? /not on it/ : new RegExp(`step ${place + 1} of ${path.length}`));
-  assert.match(await selectedRow(page, 'nodes').textContent(), new RegExp(`^${name}`));
+  assert.match(await selectedRow(page), new RegExp(`^${name}`));
   assert.ok(name in await namesUnderPointer(page, '#graph'));
 });
 
@@ -100,7 +100,7 @@ pageTest('a node clicked in the graph is marked in table and all lanes, and its 
   await page.mouse.click(...places.read);
   const {node, execution} = await selection(page);
   assert.deepEqual([node, execution], ['g0::n0', null]);
-  assert.match(await selectedRow(page, 'nodes').textContent(), /^read/);
+  assert.match(await selectedRow(page), /^read/);
   const {rows, columns} = await pixelsOfColour(page, '#timeline', '--accent');
   // Marks of a lane are a few pixels high.
   const lanes = rows.filter((row, i) => row - (rows[i - 1] ?? -9) > 3);
@@ -156,7 +156,7 @@ pageTest('a range drawn over the timeline restricts every figure to it', async (
     await page.mouse.move(x + width * 0.6, y + height / 2, {steps: 3});
     await page.mouse.up();
     if (key) await page.keyboard.up(key);
-    const [from, to] = (await addressState(page, 'range')).range.split('-').map((time) => String(BigInt(origin) + BigInt(time)));
+    const [from, to] = (await addressState(page)).range.split('-').map((time) => String(BigInt(origin) + BigInt(time)));
     const expected = figures(run, '--from', from, '--to', to);
     assert.ok(expected.run.executions > 100 && expected.run.executions < 500);
     assertSame(await shownFigures(page), expected);
@@ -165,7 +165,7 @@ pageTest('a range drawn over the timeline restricts every figure to it', async (
     assert.deepEqual(await page.locator('#top li').allTextContents(), await other.locator('#top li').allTextContents());
     await other.close();
     await page.locator('#range-clear').click();
-    await page.waitForFunction(() => !location.hash.includes('range'));
+    assert.equal((await addressState(page)).range, undefined);
   }
 });
 

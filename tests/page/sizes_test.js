@@ -4,7 +4,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const {pageTest} = require('./browser');
 const {
-  assertSame, copiedTable, namesUnderPointer, openReport, search, selection, setRange, settle, shownFigures,
+  addressHash, assertSame, copiedTable, namesUnderPointer, openReport, search, selection, setRange, settle, shownFigures,
 } = require('./report_page');
 const {figures, largeRun, report, smallRun} = require('./runs');
 
@@ -45,6 +45,7 @@ pageTest('runs with next to nothing in them have a page that says so', async (op
     const page = await openReport(openPage, report(run));
     await assertRun(page, run);
     assert.match(await page.locator('#verdict').textContent(), verdict);
+    await settle(page);
     assert.equal(await page.locator('#nodes tr[data-index]').count(), nodes);
     for (const key of ['w', 's', 'd', '0', 'n', 'p', 'f', 'r', 'Escape', 'Escape']) await page.keyboard.press(key);
     for (const canvas of ['#timeline', '#graph', '#busy']) await page.locator(canvas).click();
@@ -84,6 +85,7 @@ pageTest('a page that must stay small leaves detail out and says so, and its sum
   assert.match(await page.locator('#verdict').textContent(), /only a part: up to .* are left out/);
   assert.equal(await headline(page, 'Utilisation'), '?');
   await page.locator('#tab-nodes').click();
+  await settle(page);
   for (const shown of ['#nodes .foot', '#details']) {
     await page.locator('#nodes [data-index="0"]').click();
     assert.match(await page.locator(shown).textContent(), /figures cover a part/, shown);
@@ -110,15 +112,16 @@ pageTest('of a hundred thousand nodes each is found and shown, and lists hold wh
   const file = report(largeRun('structure', 0.5));
   const page = await openReport(openPage, file);
   assert.equal(await page.evaluate(async () => (await window.kzr.figures()).nodes.length), 100_000);
+  await settle(page);
   assert.ok(await page.locator('#nodes tr').count() < 200);
   for (const number of [7, 54_321, 99_999]) {
     const name = `${['read', 'decode', 'filter', 'merge', 'score', 'write'][number % 6]}_stage_${number}`;
     await search(page, name);
-    assert.ok(await page.locator('#details .full-name', {hasText: name}).isVisible());
+    await page.locator('#details .full-name', {hasText: name}).waitFor();
     assert.ok(name in await namesUnderPointer(page, '#graph', 18), name);
     assert.match(await page.locator('#nodes tr[aria-selected="true"]').textContent(), new RegExp(`^${name}`));
   }
-  const {hash} = new URL(page.url());
+  const hash = await addressHash(page);
   await page.close();
   const linked = await openReport(openPage, file, {hash});
   await settle(linked);

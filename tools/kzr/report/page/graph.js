@@ -120,6 +120,8 @@ class GraphView {
   }
 
   draw(isAtRest = false) {
+    clearTimeout(this.restTimer);
+    this.restTimer = 0;
     const {context, palette, layout} = this;
     const {width, height} = fitCanvas(this.canvas, context);
     if (width === 0) return;
@@ -137,7 +139,6 @@ class GraphView {
     this.drawFrom(this.camera);
     if (this.state.node >= 0) this.drawSelected();
     this.drawBadges();
-    clearTimeout(this.restTimer);
     if (!this.isCut || isAtRest) return;
     this.restTimer = setTimeout(() => requestAnimationFrame(() => this.draw(true)), restDelay);
   }
