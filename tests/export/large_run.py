@@ -1,4 +1,5 @@
-"""Exports a run of a million executions in every format and counts what is in the outputs.
+"""Exports a run of a million executions in every format and counts what is in the outputs; signals that come while they
+are written leave nothing of them.
 
     large_run.py KZR GENERATE_RUN
 """
@@ -8,10 +9,12 @@ import glob
 import gzip
 import json
 import os
+import signal
 import sqlite3
 import subprocess
 import sys
 import tempfile
+import time
 
 import networkx
 
@@ -30,6 +33,19 @@ def count_slices(path):
         text, _ = decoder.communicate(trace.read())
         demand(decoder.returncode == 0, 'protoc')
     return text.count(b'type: SLICE_BEGIN')
+
+
+def interrupt(command, number):
+    """Sends the signal as soon as there is a folder in which the output is written."""
+    before = os.listdir()
+    default_effect = lambda: signal.signal(number, signal.SIG_DFL)
+    with subprocess.Popen(command, preexec_fn=default_effect, stderr=subprocess.DEVNULL) as process:
+        while not glob.glob('.kzr-export-*'):
+            demand(process.poll() is None, 'ended by itself:', *command)
+            time.sleep(0.001)
+        process.send_signal(number)
+    demand(process.returncode == -number, process.returncode, *command)
+    demand(sorted(os.listdir()) == sorted(before), os.listdir(), *command)
 
 
 def main():
@@ -51,6 +67,9 @@ def main():
         demand(warnings == {**dict.fromkeys(warnings, 0), 'speedscope': 1}, warnings)
         demand(sorted(os.listdir()) == ['run', 'run.csv.d', 'run.db', 'run.dot', 'run.graphml', 'run.json', 'run.pftrace.gz'],
                os.listdir())
+        for number, format_ in ((signal.SIGINT, 'perfetto'), (signal.SIGQUIT, 'speedscope'), (signal.SIGTERM, 'sqlite'),
+                                (signal.SIGHUP, 'csv')):
+            interrupt([kzr, 'export', '--to', format_, 'run', '-o', 'next'], number)
 
         demand(count_slices('run.pftrace.gz') == executions, 'slices')
         with open('run.json', encoding='utf-8') as file:

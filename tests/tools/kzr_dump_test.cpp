@@ -379,6 +379,10 @@ TEST_F(kzr_dump, finds_the_stem_as_the_converter_does) {
   EXPECT_EQ(dump({}, {"QZD_DIR=run"}).exit_status, 0);
   fs::rename(directory_ / "run", directory_ / "_qzd_20240101_120000");
   EXPECT_EQ(dump({}).exit_status, 0);
+  // What kzr writes under the name of the run is none, though the converter takes it for one.
+  write_file(directory_ / "_qzd_20240101_120000.html", "page");
+  write_file(directory_ / "_qzd_20240101_120000.csv.d/run.csv", "name");
+  EXPECT_EQ(dump({}).out.substr(0, 31), "_qzd_20240101_120000/_kzr: soun");
   // A run may be called like a subcommand.
   fs::rename(directory_ / "_qzd_20240101_120000", directory_ / "help");
   EXPECT_EQ(dump({"help"}).exit_status, 0);

@@ -180,6 +180,10 @@ TEST_F(kzr_export, writes_damaged_and_empty_runs) {
       EXPECT_GT(fs::file_size(directory_ / output), 0U);
     }
   }
+  write_run(runs[1]);
+  EXPECT_EQ(export_run({"--to", "perfetto", "run"}).err,
+            "kzr: warning: run/_kzr is not sound: _kzr.0: without end record; \"kzr dump\" tells 3 more\n");
+  write_run({recorded().end().take()});
   EXPECT_EQ(export_run({"--to", "perfetto", "run"}).err, "");
   EXPECT_EQ(export_run({"--to", "speedscope", "run"}).err,
             "kzr: warning: nothing ran; speedscope shows no file without a profile\n");
@@ -212,6 +216,8 @@ TEST_F(kzr_export, refuses_wrong_usage) {
   } cases[] = {
       {{"run"}, "kzr: --to is required\n"},
       {{"--to", "perfeto", "run"}, "kzr: --to: there is no format \"perfeto\"; did you mean \"perfetto\"?\n"},
+      {{"--to", "json", "run"},
+       "kzr: --to: there is no format \"json\", only perfetto, speedscope, graphml, dot, sqlite, csv\n"},
       {{"--to", "perfetto", "--part-rows", "5", "run"},
        "kzr: --part-rows: is for formats that are a folder\n"},
       {{"--to", "sqlite", "-o", "-", "run"},

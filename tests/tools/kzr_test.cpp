@@ -62,6 +62,7 @@ TEST(kzr, refuses_what_it_does_not_know) {
        "task_begin; did you mean \"task_begin\"?\n"},
       {{"--json", "dump"}, no_option + "\"--json\"\n"},
       {{"dump", "--records", "--from", "2", "--to", "1"}, "kzr: --from: 2 is later than --to 1\n"},
+      {{"report", "--from", "2", "--to", "1"}, "kzr: --from: 2 is later than --to 1\n"},
   };
   for (const auto& [arguments, message] : cases) {
     SCOPED_TRACE(testing::PrintToString(arguments));

@@ -17,16 +17,15 @@ namespace {
 constexpr std::size_t option_column_width = 36;
 constexpr std::size_t summary_column = 10;
 
-constexpr const char* description = "Shows what is in the recorded runs of flow graphs.";
+constexpr const char* description =
+    "Shows what is in the recorded runs of flow graphs and OpenMP programs, and records these.";
 
 constexpr const char* footer =
     "\n"
     "\"kzr help COMMAND\" says more about one of them.\n"
     "\n"
-    "Exit status: 0 when all went well, 1 when dump finds damage or warnings in the run, 2 for wrong usage "
-    "or "
-    "an\n"
-    "output that cannot be written.";
+    "Exit status: 0 when all went well, 1 when dump finds damage or warnings in the run, 2 for wrong\n"
+    "usage or an output that cannot be written. That of record is its program's, or from 125 to 127.";
 
 void add_version_flag(CLI::App& command) {
   command.set_version_flag("--version", "kzr " KZR_VERSION, "Print the version and exit");

@@ -1,7 +1,9 @@
 #include "kzr/common/run_option.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdlib>
 #include <filesystem>
+#include <string_view>
 
 #include "driver/command_line.h"
 
@@ -12,6 +14,34 @@ namespace {
 constexpr const char* what_a_run_is =
     "a run is a directory with the files _kzr.0, _kzr.1, ..., or the path of such files without point and "
     "number";
+
+constexpr std::string_view results_prefix = "_qzd_";
+constexpr std::string_view file_prefix = "_kzr.";
+
+/// Whether there is any trace file in the directory.
+bool holds_trace_files(const fs::path& directory) {
+  std::error_code failure;
+  for (fs::directory_iterator entry(directory, failure); !failure && entry != fs::directory_iterator();
+       entry.increment(failure)) {
+    if (entry->path().filename().string().starts_with(file_prefix)) return true;
+  }
+  return false;
+}
+
+/// The trace stem when no run is given. Pages and exports have the name of their run with more behind it,
+/// stand beside it and would count as later runs for the converter, which looks at names alone.
+std::string find_default_stem() {
+  const std::string stem = default_base_name();
+  if (std::getenv("QZD_DIR") != nullptr || holds_trace_files(fs::path(stem).parent_path())) return stem;
+  std::string latest;
+  std::error_code failure;
+  for (fs::directory_iterator entry(".", failure); !failure && entry != fs::directory_iterator();
+       entry.increment(failure)) {
+    const std::string name = entry->path().filename().string();
+    if (name.starts_with(results_prefix) && name > latest && holds_trace_files(name)) latest = name;
+  }
+  return latest.empty() ? stem : trace_stem_in(latest);
+}
 
 /// Whether the path is that of a numbered file, and which files that would be one of.
 bool is_numbered(const std::string& path) {
@@ -29,7 +59,7 @@ void add_run_option(CLI::App& command, std::string& run) {
 }
 
 std::string find_trace_stem(const std::string& run) {
-  if (run.empty()) return default_base_name();
+  if (run.empty()) return find_default_stem();
   std::error_code ignored;
   const bool names_files = fs::exists(run + ".0", ignored);
   if (names_files || !fs::is_directory(run, ignored)) return run;

@@ -74,6 +74,14 @@ void write(const export_options& options, const run_output& output, const export
   }
 }
 
+/// What is wrong with the run, in a line.
+void warn_of_problems(const run_summary& run) {
+  if (run.is_sound()) return;
+  const std::size_t others = run.problems.size() - 1;
+  complain("warning: " + run.stem + " is not sound: " + run.problems.front() +
+           (others == 0 ? "" : "; \"kzr dump\" tells " + std::to_string(others) + " more"));
+}
+
 int export_run(export_options options) {
   const std::string& stem = options.settings.stem;
   const file_inventory files = list_files(stem);
@@ -100,6 +108,7 @@ int export_run(export_options options) {
     warnings = watch.warnings();
   });
   if (!is_written) return exit_failure;
+  warn_of_problems(report.summary());
   for (const std::string& warning : warnings) complain("warning: " + warning);
   return exit_success;
 }
@@ -107,8 +116,11 @@ int export_run(export_options options) {
 const export_format* find_format(const std::string& name) {
   const export_format* const format = find_export_format(name);
   if (format != nullptr) return format;
-  throw CLI::ValidationError("--to",
-                             "there is no format \"" + name + '"' + suggest(name, names_of_formats()));
+  std::string answer = suggest(name, names_of_formats());
+  if (answer.empty()) {
+    for (const std::string& known : names_of_formats()) answer += (answer.empty() ? ", only " : ", ") + known;
+  }
+  throw CLI::ValidationError("--to", "there is no format \"" + name + '"' + answer);
 }
 
 void check(const export_options& options) {

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr std::array delayed = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::array delayed = {SIGINT, SIGQUIT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t received = 0;
 

@@ -31,8 +31,8 @@ class output_watch {
   std::vector<std::string> warnings_;
 };
 
-/// While it lives, SIGINT, SIGTERM and SIGHUP make the next `output_watch::advance()` throw instead of ending
-/// the process; those that are ignored stay so. There is one at a time.
+/// While it lives, SIGINT, SIGQUIT, SIGTERM and SIGHUP make the next `output_watch::advance()` throw instead
+/// of ending the process; those that are ignored stay so. There is one at a time.
 class delayed_signals {
  public:
   delayed_signals();

@@ -148,7 +148,10 @@ subcommand_action set_up_report(CLI::App& command) {
     if (options->opens_page && options->output == "-") {
       throw CLI::ValidationError("--open", "needs a file, not standard output");
     }
-    if (given.range.from > given.range.to) throw CLI::ValidationError("--from", "is later than --to");
+    if (given.range.from > given.range.to) {
+      throw CLI::ValidationError("--from", std::to_string(given.range.from) + " is later than --to " +
+                                               std::to_string(given.range.to));
+    }
     given.stem = find_trace_stem(given.stem);
   });
   return [options] { return tell(*options); };
