@@ -10,13 +10,15 @@ const {pathToFileURL} = require('node:url');
 const {chromium} = require('playwright-core');
 
 const program = process.env.KZR_CHROMIUM || '/usr/bin/chromium';
+/** Milliseconds that a test waits for anything at most, on machines that are slow and busy, too. */
+const patience = 120_000;
 let browser = null;
 
 after(() => browser?.close());
 
 async function startedBrowser() {
   // Chromium's own sandbox refuses to run as root, as tests do on build machines.
-  browser ??= await chromium.launch({executablePath: program, args: ['--no-sandbox']});
+  browser ??= await chromium.launch({executablePath: program, args: ['--no-sandbox'], timeout: patience});
   return browser;
 }
 
@@ -46,6 +48,7 @@ function pageTest(name, body) {
       const window = await (await startedBrowser()).newContext({viewport: {width: 1280, height: 800}, ...options});
       windows.push(window);
       const page = await window.newPage();
+      page.setDefaultTimeout(patience);
       listen(page, complaints);
       await page.goto(pathToFileURL(file).href + hash);
       return page;
@@ -63,4 +66,4 @@ function pageTest(name, body) {
   });
 }
 
-module.exports = {listen, pageTest, startedBrowser};
+module.exports = {listen, pageTest, patience, startedBrowser};

@@ -1,7 +1,7 @@
 'use strict';
 const assert = require('node:assert/strict');
 const {test} = require('node:test');
-const {listen, startedBrowser} = require('./browser');
+const {listen, patience, startedBrowser} = require('./browser');
 
 test('what a page complains about is heard', async () => {
   const cases = [
@@ -20,7 +20,8 @@ test('what a page complains about is heard', async () => {
     const page = await (await startedBrowser()).newPage();
     listen(page, complaints);
     await page.goto(`data:text/html,${encodeURIComponent(html)}`);
-    await page.waitForTimeout(50);
+    const end = Date.now() + patience;
+    while (complaints.length < expected.length && Date.now() < end) await page.waitForTimeout(5);
     assert.equal(complaints.length, expected.length, `${html}: ${complaints}`);
     for (const start of expected) assert.ok(complaints.some((complaint) => complaint.startsWith(start)), complaints);
     await page.close();

@@ -2,22 +2,22 @@
 const assert = require('node:assert/strict');
 const {pageTest} = require('./browser');
 const {
-  addressState, assertSame, copiedTable, namesUnderPointer, openReport, pixelsOfColour, search, selection, settle, shownFigures,
+  addressState, assertSame, copiedTable, namesUnderPointer, openReport, pixelsOfColour, search, selection, setRange, settle, shownFigures,
 } = require('./report_page');
 const {executions, figures, report, smallRun} = require('./runs');
 
 const run = smallRun('pipeline');
 const file = report(run);
 
-/** The row of the shown table that is marked as selected. */
-function selectedRow(page, table) {
-  return page.locator(`#${table} tr[aria-selected="true"]`);
+/** What the row of the nodes that is marked as selected says. */
+async function selectedRow(page) {
+  await settle(page);
+  return page.locator('#nodes tr[aria-selected="true"]').textContent();
 }
 
 /** What the panel of the selection says of the execution behind a word, without what groups digits. */
 async function detail(page, name) {
   const value = page.locator(`#details .execution dt:text-is("${name}") + dd`);
-  await page.waitForFunction((element) => element.textContent !== '…', await value.elementHandle());
   return (await value.textContent()).replaceAll('\u202f', '');
 }
 
@@ -78,7 +78,7 @@ pageTest('an execution clicked in the timeline is told of, and shows its node in
   assert.match(await detail(page, 'Self time'), new RegExp(`\\(${self} ticks\\)`));
   const place = path.findIndex((step) => step.thread === execution.thread && String(step.begin) === execution.begin);
   assert.match(await detail(page, 'Observed path'), place < 0 ? /not on it/ : new RegExp(`step ${place + 1} of ${path.length}`));
-  assert.match(await selectedRow(page, 'nodes').textContent(), new RegExp(`^${name}`));
+  assert.match(await selectedRow(page), new RegExp(`^${name}`));
   assert.ok(name in await namesUnderPointer(page, '#graph'));
 });
 
@@ -100,7 +100,7 @@ pageTest('a node clicked in the graph is marked in table and all lanes, and its 
   await page.mouse.click(...places.read);
   const {node, execution} = await selection(page);
   assert.deepEqual([node, execution], ['g0::n0', null]);
-  assert.match(await selectedRow(page, 'nodes').textContent(), /^read/);
+  assert.match(await selectedRow(page), /^read/);
   const {rows, columns} = await pixelsOfColour(page, '#timeline', '--accent');
   // Marks of a lane are a few pixels high.
   const lanes = rows.filter((row, i) => row - (rows[i - 1] ?? -9) > 3);
@@ -156,7 +156,7 @@ pageTest('a range drawn over the timeline restricts every figure to it', async (
     await page.mouse.move(x + width * 0.6, y + height / 2, {steps: 3});
     await page.mouse.up();
     if (key) await page.keyboard.up(key);
-    const [from, to] = (await addressState(page, 'range')).range.split('-').map((time) => String(BigInt(origin) + BigInt(time)));
+    const [from, to] = (await addressState(page)).range.split('-').map((time) => String(BigInt(origin) + BigInt(time)));
     const expected = figures(run, '--from', from, '--to', to);
     assert.ok(expected.run.executions > 100 && expected.run.executions < 500);
     assertSame(await shownFigures(page), expected);
@@ -165,7 +165,7 @@ pageTest('a range drawn over the timeline restricts every figure to it', async (
     assert.deepEqual(await page.locator('#top li').allTextContents(), await other.locator('#top li').allTextContents());
     await other.close();
     await page.locator('#range-clear').click();
-    await page.waitForFunction(() => !location.hash.includes('range'));
+    assert.equal((await addressState(page)).range, undefined);
   }
 });
 
@@ -183,4 +183,55 @@ pageTest('the path is shown in both views and listed', async (openPage) => {
     nameOf.get(step.id), step.id, step.thread, step.begin, step.end - step.begin, step.gap_ticks, step.gap_kind ?? ''].map(String)));
   await page.locator('#path tbody tr', {hasText: /^3\D/}).click();
   assert.equal(BigInt((await selection(page)).execution.begin), path[2].begin);
+});
+
+/** The edges of the pipeline, by the box that is the only one where they end: the nodes that they lead from and to. */
+const edges = {
+  stage: ['read', 'decode'], core: ['decode', 'filter'], score: ['filter', 'score'], write: ['score', 'write'], never: ['read', 'never'],
+};
+
+/** The boxes of the graph by name, in pixels of the canvas, as a camera over all of it shows them. */
+function boxesOfGraph(page, [x, y, scale]) {
+  return page.evaluate(async ([x, y, scale]) => {
+    const layout = new GraphLayout(await readJsonPart('graph'));
+    const {name} = await readJsonPart('nodes');
+    const placeOf = (graph) => {
+      if (graph === 0) return {x: -x * scale, y: -y * scale, scale};
+      const place = layout.placeInParent(graph);
+      const around = placeOf(layout.around(graph));
+      return {x: around.x + place.x * around.scale, y: around.y + place.y * around.scale, scale: around.scale * place.scale};
+    };
+    const {nodes} = layout;
+    return Object.fromEntries(name.map((text, node) => {
+      const place = placeOf(nodes.graph[node]);
+      const top = place.y + nodes.y[node] * place.scale;
+      return [text, {left: place.x + nodes.x[node] * place.scale, top, bottom: top + nodes.height[node] * place.scale}];
+    }));
+  }, [x, y, scale]);
+}
+
+pageTest('edges of the graph are on the path where it goes from one end to the other, into composite nodes, too', async (openPage) => {
+  const camera = [0, 0, 4];
+  const page = await openReport(openPage, file, {hash: `#path=1&graph=-1_${camera.join('_')}`, viewport: {width: 3200, height: 2000}});
+  const boxes = await boxesOfGraph(page, camera);
+  const whole = figures(run);
+  const nameOf = new Map(whole.nodes.map(({id, name}) => [id, name]));
+  const seen = new Set();
+  for (let first = 0; first < whole.path.length - 8; first += 8) {
+    const [from, to] = [whole.path[first].begin, whole.path[first + 8].end];
+    const {path} = figures(run, '--from', String(from), '--to', String(to));
+    const names = path.map(({id}) => nameOf.get(id));
+    await setRange(page, from, to);
+    const {columns} = await pixelsOfColour(page, '#graph', '--path');
+    for (const [box, [source, target]] of Object.entries(edges)) {
+      const isOnPath = names.some((name, i) => name === target && names[i - 1] === source);
+      const {left, top, bottom} = boxes[box];
+      const isMarked = Object.entries(columns).some(([row, xs]) => (
+        row > top && row < bottom && xs.some((x) => x > left - 9 && x < left - 4)));
+      assert.equal(isMarked, isOnPath, `edge to ${box}, ${names}`);
+      seen.add(`${box} ${isOnPath}`);
+    }
+    if (seen.size === 9) return;
+  }
+  assert.fail(`the path has no more than ${[...seen]}`);
 });

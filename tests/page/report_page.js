@@ -24,16 +24,9 @@ async function selection(page) {
   });
 }
 
-/** Waits until what was asked for is computed and drawn; blocks are decoded after the first drawing that misses them. */
+/** Waits until what was asked for is computed and drawn. */
 async function settle(page) {
-  await page.evaluate(async () => {
-    const frame = () => new Promise((resolve) => { requestAnimationFrame(resolve); });
-    for (let i = 0; i < 4; ++i) {
-      await window.kzr.idle();
-      await frame();
-      await new Promise((resolve) => { setTimeout(resolve, 20); });
-    }
-  });
+  await page.evaluate(() => window.kzr.drawn());
 }
 
 /** Restricts the figures to a range; ticks are BigInt. */
@@ -93,16 +86,22 @@ async function pixelsOfColour(page, canvas, colour) {
   }, [canvas, colour]);
 }
 
-/** What of the state the page keeps in its address, by name; it follows changes a little later. */
-async function addressState(page, ...names) {
-  await page.waitForFunction((names) => (
-    names.every((name) => new URLSearchParams(location.hash.slice(1)).has(name))), names);
-  return Object.fromEntries(new URLSearchParams(new URL(page.url()).hash.slice(1)));
+/** The part of the address that holds the state, once it has followed all changes. */
+async function addressHash(page) {
+  await page.waitForFunction(() => location.hash === window.kzr.address());
+  return page.evaluate(() => location.hash);
+}
+
+/** What of the state the page keeps in its address, by name. */
+async function addressState(page) {
+  return Object.fromEntries(new URLSearchParams((await addressHash(page)).slice(1)));
 }
 
 /** The rows of a table as its copy holds them: objects of texts by column. */
 async function copiedTable(page, name) {
   await page.locator(`#tab-${name}`).click();
+  // What an earlier copy said must not be taken for this one's.
+  await page.evaluate(() => document.querySelector('#said').replaceChildren());
   await page.locator('#copy').click();
   await page.locator('#said', {hasText: 'copied'}).waitFor({state: 'attached'});
   return parseCsv(await page.evaluate(() => navigator.clipboard.readText()));
@@ -138,5 +137,5 @@ function assertSame(shown, expected, place = '') {
 }
 
 module.exports = {
-  addressState, assertSame, copiedTable, namesUnderPointer, openReport, pixelsOfColour, search, selection, setRange, settle, shownFigures,
+  addressHash, addressState, assertSame, copiedTable, namesUnderPointer, openReport, pixelsOfColour, search, selection, setRange, settle, shownFigures,
 };

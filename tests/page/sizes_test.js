@@ -4,7 +4,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const {pageTest} = require('./browser');
 const {
-  assertSame, namesUnderPointer, openReport, search, selection, setRange, settle, shownFigures,
+  addressHash, assertSame, copiedTable, namesUnderPointer, openReport, search, selection, setRange, settle, shownFigures,
 } = require('./report_page');
 const {figures, largeRun, report, smallRun} = require('./runs');
 
@@ -23,6 +23,21 @@ async function assertRun(page, run) {
   return expected;
 }
 
+/** Holds what the page says of busy times in a range of so many ticks, executions left out, against what they are. */
+async function assertBusyBounds(page, ticks, {threads}) {
+  const rows = await copiedTable(page, 'threads');
+  const bounds = rows.map((row) => ({thread: row.thread, least: Number(row.busy_least_ticks), most: Number(row.busy_most_ticks)}));
+  for (const {thread, busy_ticks: busy} of threads) {
+    const {least, most} = bounds.find((bound) => bound.thread === String(thread));
+    assert.ok(least <= busy && busy <= most, `thread ${thread} was busy for ${busy}, not ${least} to ${most}`);
+    // Sums hold 255ths; what is less than a bucket of them may be all or nothing.
+    assert.ok(most <= ticks && (ticks < 1000 || most - least < ticks / 100), `${least} to ${most} of ${ticks}`);
+  }
+  const shares = ['least', 'most'].map((name) => bounds.reduce((sum, bound) => sum + bound[name], 0) / ticks);
+  const [first, last = first] = (await headline(page, 'Busy threads')).replace('≈', '').split('–').map(Number);
+  assert.ok([first, last].every((shown, i) => Math.abs(shown - shares[i]) < 0.02), `${first} to ${last}, not ${shares}`);
+}
+
 pageTest('runs with next to nothing in them have a page that says so', async (openPage) => {
   for (const [name, nodes, verdict] of [['no_node', 0, /Nothing was executed/], ['no_task', 1, /Nothing was executed/],
     ['one_task', 1, /took 496\sns on 1\sthread/]]) {
@@ -30,6 +45,7 @@ pageTest('runs with next to nothing in them have a page that says so', async (op
     const page = await openReport(openPage, report(run));
     await assertRun(page, run);
     assert.match(await page.locator('#verdict').textContent(), verdict);
+    await settle(page);
     assert.equal(await page.locator('#nodes tr[data-index]').count(), nodes);
     for (const key of ['w', 's', 'd', '0', 'n', 'p', 'f', 'r', 'Escape', 'Escape']) await page.keyboard.press(key);
     for (const canvas of ['#timeline', '#graph', '#busy']) await page.locator(canvas).click();
@@ -59,11 +75,17 @@ pageTest('a page that must stay small leaves detail out and says so, and its sum
   assert.ok(detailed > 0 && detailed < expected.run.executions);
   const told = (await page.locator('#figures').textContent()).replaceAll('\u202f', '');
   assert.ok(told.includes(`${detailed} of ${expected.run.executions}`), told);
-  const middle = expected.path[expected.path.length >> 1];
-  await setRange(page, middle.begin, BigInt(middle.begin) + 40_000_000n);
+  const middle = BigInt(expected.path[expected.path.length >> 1].begin);
+  for (const ticks of [800n, 40_000_000n]) {
+    const [from, to] = [middle, middle + ticks];
+    await setRange(page, from, to);
+    await assertBusyBounds(page, Number(ticks), figures(run, '--from', String(from), '--to', String(to)));
+  }
   assert.match(await page.locator('#range').textContent(), /without up to .* executions whose detail is left out/);
   assert.match(await page.locator('#verdict').textContent(), /only a part: up to .* are left out/);
-  assert.equal(await headline(page, 'Parallelism'), '?');
+  assert.equal(await headline(page, 'Utilisation'), '?');
+  await page.locator('#tab-nodes').click();
+  await settle(page);
   for (const shown of ['#nodes .foot', '#details']) {
     await page.locator('#nodes [data-index="0"]').click();
     assert.match(await page.locator(shown).textContent(), /figures cover a part/, shown);
@@ -90,15 +112,16 @@ pageTest('of a hundred thousand nodes each is found and shown, and lists hold wh
   const file = report(largeRun('structure', 0.5));
   const page = await openReport(openPage, file);
   assert.equal(await page.evaluate(async () => (await window.kzr.figures()).nodes.length), 100_000);
+  await settle(page);
   assert.ok(await page.locator('#nodes tr').count() < 200);
   for (const number of [7, 54_321, 99_999]) {
     const name = `${['read', 'decode', 'filter', 'merge', 'score', 'write'][number % 6]}_stage_${number}`;
     await search(page, name);
-    assert.ok(await page.locator('#details .full-name', {hasText: name}).isVisible());
+    await page.locator('#details .full-name', {hasText: name}).waitFor();
     assert.ok(name in await namesUnderPointer(page, '#graph', 18), name);
     assert.match(await page.locator('#nodes tr[aria-selected="true"]').textContent(), new RegExp(`^${name}`));
   }
-  const {hash} = new URL(page.url());
+  const hash = await addressHash(page);
   await page.close();
   const linked = await openReport(openPage, file, {hash});
   await settle(linked);

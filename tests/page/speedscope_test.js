@@ -7,7 +7,7 @@ const os = require('node:os');
 const path = require('node:path');
 const {after, test} = require('node:test');
 const {pathToFileURL} = require('node:url');
-const {startedBrowser} = require('./browser');
+const {patience, startedBrowser} = require('./browser');
 
 const directory = fs.mkdtempSync(path.join(os.tmpdir(), 'kzr_speedscope_'));
 after(() => fs.rmSync(directory, {recursive: true}));
@@ -18,15 +18,18 @@ const nanosecondsOf = {ns: 1, 'µs': 1e3, ms: 1e6, s: 1e9};
 /** Opens `file` in the viewer; resolves to the page. */
 async function open(file) {
   const page = await (await startedBrowser()).newPage();
+  page.setDefaultTimeout(patience);
   await page.goto(pathToFileURL(viewer).href);
   await page.setInputFiles('input[type=file]', file);
   await page.getByText('(1/').waitFor();
   return page;
 }
 
-/** The cells of all rows of a table that is shown. */
-const rows = (page) =>
-  page.$$eval('tr', (found) => found.map((row) => [...row.children].map((cell) => cell.innerText.trim())));
+/** The cells of all rows of the table that is shown, once one of them holds a text. */
+async function rows(page, text) {
+  await page.locator('tr', {hasText: text}).first().waitFor();
+  return page.$$eval('tr', (found) => found.map((row) => [...row.children].map((cell) => cell.innerText.trim())));
+}
 
 test('each thread is a profile with its busy time', async () => {
   const run = path.join(directory, 'run');
@@ -38,13 +41,13 @@ test('each thread is a profile with its busy time', async () => {
 
   const page = await open(file);
   await page.getByText('Sandwich').click();
-  const symbols = new Set((await rows(page)).filter(([total]) => total.endsWith('%)')).map(([, , name]) => name));
+  const symbols = new Set((await rows(page, '%)')).filter(([total]) => total.endsWith('%)')).map(([, , name]) => name));
   const names = report.nodes.filter((node) => node.executions > 0).map((node) => node.name);
   for (const name of symbols) assert.ok(names.includes(name), name);
   assert.ok(symbols.size > 1);
 
   await page.getByText(`(1/${report.threads.length})`).click();
-  const profiles = (await rows(page)).filter(([, name]) => /^thread \d+$/.test(name));
+  const profiles = (await rows(page, /thread \d+/)).filter(([, name]) => /^thread \d+$/.test(name));
   assert.deepEqual(profiles.map(([, name]) => name), report.threads.map(({thread}) => `thread ${thread}`));
   profiles.forEach(([, , weight], i) => {
     const [, digits, unit] = weight.match(/^([\d.]+)(.*)$/);

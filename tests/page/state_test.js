@@ -2,7 +2,7 @@
 const assert = require('node:assert/strict');
 const {createHash} = require('node:crypto');
 const {pageTest} = require('./browser');
-const {addressState, openReport, search, selection, settle, shownFigures} = require('./report_page');
+const {addressHash, addressState, openReport, search, selection, settle, shownFigures} = require('./report_page');
 const {report, smallRun} = require('./runs');
 
 const file = report(smallRun('pipeline'));
@@ -27,7 +27,7 @@ pageTest('an address reproduces selection, range, zoom, measure, path, table and
   await search(page, 'decode');
   await page.locator('#timeline').focus();
   for (const key of 'wwwddnn') await page.keyboard.press(key);
-  await page.waitForFunction(() => window.kzr.selection().execution);
+  assert.ok((await selection(page)).execution);
   await page.locator('#range-set').click();
   await page.locator('#measure').selectOption('idle_share_ticks');
   await page.locator('#show-path').check();
@@ -35,10 +35,11 @@ pageTest('an address reproduces selection, range, zoom, measure, path, table and
   await page.locator('#tab-threads').click();
   await page.locator('#theme').click();
   await page.mouse.move(0, 0);
-  const state = await addressState(page, 'node', 'execution', 'range', 'view', 'measure', 'path', 'graph', 'table', 'theme');
-  assert.equal(state.node, 'g0::n1::n2');
+  const state = await addressState(page);
+  const names = ['execution', 'graph', 'measure', 'node', 'path', 'range', 'table', 'theme', 'view'];
+  assert.deepEqual([Object.keys(state).sort(), state.node], [names, 'g0::n1::n2']);
   const expected = await view(page);
-  const {hash} = new URL(page.url());
+  const hash = await addressHash(page);
   await page.reload();
   await page.waitForFunction(() => document.documentElement.dataset.ready);
   await page.locator('#timeline').focus();
@@ -88,8 +89,11 @@ pageTest('keys and wheel zoom from the whole run down to a tick, and back', asyn
   const {x, y, width, height} = await page.locator('#timeline').boundingBox();
   await page.mouse.move(x + width / 2, y + height / 2);
   await page.mouse.wheel(0, -300);
+  const from = String(whole.from);
+  await page.waitForFunction((from) => String(window.kzr.view().from) !== from, from);
   const turned = await view();
   assert.ok(turned.length < whole.length && turned.from > whole.from);
   for (let i = 0; i < 5; ++i) await page.mouse.wheel(0, 300);
+  await page.waitForFunction((from) => String(window.kzr.view().from) === from, from);
   assert.deepEqual(await view(), whole);
 });

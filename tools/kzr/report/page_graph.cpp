@@ -5,8 +5,10 @@
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <utility>
 #include <vector>
 
+#include "analysis/inner_ends.h"
 #include "common/text_buffer.h"
 #include "kzr/common/utf8.h"
 #include "kzr/report/run_report.h"
@@ -156,10 +158,7 @@ class page_graph {
   void enter_edges() {
     for (std::uint32_t number = 0; number < model_.edges().size(); ++number) {
       const edge_symbol& edge = model_.edges().get(number);
-      const port_symbol* source = &edge.first();
-      const port_symbol* target = &edge.second();
-      // Each end says itself which one it is.
-      if (source->is_input() && !target->is_input()) std::swap(source, target);
+      const auto [source, target] = ends_of(edge);
       const std::uint32_t from = port_of_symbol_[source->number()];
       const std::uint32_t to = port_of_symbol_[target->number()];
       if (from == none || to == none) continue;
@@ -288,18 +287,26 @@ class page_graph {
   }
 
   [[nodiscard]] nlohmann::json ports_json() const {
-    std::vector<std::int64_t> node, is_input, y;
+    std::vector<std::int64_t> node, is_input, y, outer, inner;
     std::vector<std::string> name;
     text_buffer text;
-    for (const shown_port& port : ports_) {
+    inner_ends ends;
+    std::uint32_t last_outer = 0;
+    for (std::uint32_t i = 0; i < ports_.size(); ++i) {
+      const shown_port& port = ports_[i];
       text.clear();
       append_port_name(*port.symbol, model_.handles(), text);
       node.push_back(port.node);
       name.push_back(valid_utf8(text.view()));
       is_input.push_back(port.symbol->is_input() ? 1 : 0);
       y.push_back(port.y);
+      const std::uint32_t stand_in = find_node(&ends.find(*port.symbol)->node());
+      if (stand_in == none || stand_in == port.node) continue;
+      outer.push_back(i - std::exchange(last_outer, i));
+      inner.push_back(stand_in);
     }
-    return {{"node", node}, {"name", name}, {"is_input", is_input}, {"y", y}};
+    return {{"node", node}, {"name", name},   {"is_input", is_input},
+            {"y", y},       {"outer", outer}, {"inner", inner}};
   }
 
   [[nodiscard]] nlohmann::json edges_json() const {

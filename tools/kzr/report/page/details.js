@@ -23,6 +23,7 @@ class DetailsView {
     this.actions = actions;
     this.element = document.getElementById('details');
     this.job = new Job();
+    this.work = Promise.resolve();
   }
 
   draw() {
@@ -148,7 +149,7 @@ class DetailsView {
         : `step ${groupDigits(place)} of ${groupDigits(path.lane.length)}${this.gapText(path, place - 1)}`],
     ]);
     const self = list.querySelectorAll('dd')[3];
-    model.selfTimeOf(execution, job).then((ticks) => {
+    this.work = model.selfTimeOf(execution, job).then((ticks) => {
       self.textContent = ticks === null ? 'unknown, detail is left out' : time.long(ticks);
     }, showError);
     const title = execution.kind === barrierKind ? 'This wait at a barrier' : 'This execution';

@@ -231,7 +231,7 @@ class FigureCounter {
     this.range = range;
     this.figures = emptyFigures(nodeCount);
     this.lanes = store.lanes.map((_, lane) => (
-      {lane, hasRun: false, executions: 0, busy: 0, firstBegin: null, lastEnd: null}));
+      {lane, hasRun: false, missing: 0, executions: 0, busy: 0, firstBegin: null, lastEnd: null}));
     this.durations = [];
     this.durationNodes = [];
     this.lastLane = new Int32Array(nodeCount).fill(-1);
@@ -242,7 +242,9 @@ class FigureCounter {
   add(laneNumber, blockNumber, block) {
     const {from, to} = this.range;
     if (!block) {
-      this.figures.missing += this.store.lanes[laneNumber].count[blockNumber];
+      const {count} = this.store.lanes[laneNumber];
+      this.lanes[laneNumber].missing += count[blockNumber];
+      this.figures.missing += count[blockNumber];
       return;
     }
     const lane = this.lanes[laneNumber];
@@ -291,7 +293,7 @@ class FigureCounter {
   /** Finishes all figures but those of the sweep. */
   close() {
     const {figures} = this;
-    figures.threads = this.lanes.filter((lane) => lane.hasRun);
+    figures.threads = this.lanes.filter((lane) => lane.hasRun || lane.missing > 0);
     figures.executions = figures.threads.reduce((sum, lane) => sum + lane.executions, 0);
     figures.concurrency = new Float64Array(figures.threads.length + 1);
     if (figures.threads.length === 0) figures.first = figures.last = 0;

@@ -34,6 +34,8 @@ class GraphView {
     this.restTimer = 0;
     this.steps = new Int8Array(0);
     this.pathNodes = new Set();
+    /** By edge: whether the path goes along it. */
+    this.pathEdges = new Uint8Array(0);
     new ResizeObserver(() => this.redraw.ask()).observe(this.canvas);
   }
 
@@ -56,7 +58,7 @@ class GraphView {
     this.redraw.ask();
   }
 
-  /** Marks the nodes of the path, and the composite nodes that they are in. */
+  /** Marks the nodes of the path, the composite nodes that they are in, and the edges from one step to the next. */
   markPath(path) {
     const {graphs, nodes} = this.layout;
     const onPath = new Set();
@@ -67,11 +69,16 @@ class GraphView {
       }
     }
     this.pathNodes = onPath;
+    this.pathEdges = this.layout.edgesAlong(path);
     this.redraw.ask();
   }
 
   isOnPath(node) {
     return this.state.showsPath && this.pathNodes.has(node);
+  }
+
+  isPathEdge(edge) {
+    return this.state.showsPath && this.pathEdges[edge] === 1;
   }
 
   /** What the chosen measure adds up to in a composite node, as a row of details; null for other nodes. */
@@ -113,6 +120,8 @@ class GraphView {
   }
 
   draw(isAtRest = false) {
+    clearTimeout(this.restTimer);
+    this.restTimer = 0;
     const {context, palette, layout} = this;
     const {width, height} = fitCanvas(this.canvas, context);
     if (width === 0) return;
@@ -122,14 +131,14 @@ class GraphView {
     context.fillRect(0, 0, width, height);
     if (!layout) return;
     this.linesLeft = isAtRest ? mostLinesAtRest : mostLines;
-    this.lengthLeft = isAtRest ? mostLineLengthAtRest : mostLineLength;
+    this.mostLength = isAtRest ? mostLineLengthAtRest : mostLineLength;
+    this.lengthLeft = this.mostLength;
     this.boxesLeft = mostBoxes;
     this.isCut = false;
     this.shownGraphs = [];
     this.drawFrom(this.camera);
     if (this.state.node >= 0) this.drawSelected();
     this.drawBadges();
-    clearTimeout(this.restTimer);
     if (!this.isCut || isAtRest) return;
     this.restTimer = setTimeout(() => requestAnimationFrame(() => this.draw(true)), restDelay);
   }
@@ -349,13 +358,35 @@ class GraphView {
     context.strokeStyle = palette.edge;
     context.lineWidth = 1;
     context.globalAlpha = short.length > 3000 ? 0.4 : 0.9;
-    this.strokeEdges(short.filter((edge) => !layout.removed[edge]), frame);
-    context.setLineDash([4, 3]);
-    this.strokeEdges(short.filter((edge) => layout.removed[edge]), frame);
-    context.setLineDash([]);
+    this.strokeDashedWhereRemoved(short, frame);
     context.globalAlpha = long.length > 200 ? 0.12 : 0.35;
     this.strokeEdges(long, frame);
     context.globalAlpha = 1;
+    if (this.state.showsPath) this.drawPathEdges(frame);
+  }
+
+  /** Edges along which the path goes: over the others, wider, and drawn where those were too many, too. */
+  drawPathEdges(frame) {
+    const {layout, context, palette} = this;
+    const {first, list} = layout.edgesOf;
+    const edges = [];
+    for (let i = first[frame.graph]; i < first[frame.graph + 1]; ++i) {
+      if (this.pathEdges[list[i]] === 1 && this.edgeSize(list[i], frame) >= 2) edges.push(list[i]);
+    }
+    const {lengthLeft} = this;
+    this.lengthLeft = this.mostLength;
+    context.strokeStyle = palette.path;
+    context.lineWidth = 2.5;
+    this.strokeDashedWhereRemoved(edges, frame);
+    this.lengthLeft = lengthLeft;
+  }
+
+  strokeDashedWhereRemoved(edges, frame) {
+    const {context, layout} = this;
+    this.strokeEdges(edges.filter((edge) => !layout.removed[edge]), frame);
+    context.setLineDash([4, 3]);
+    this.strokeEdges(edges.filter((edge) => layout.removed[edge]), frame);
+    context.setLineDash([]);
   }
 
   /** Extent of an edge in pixels, 0 when it is not in view. */
@@ -424,7 +455,7 @@ class GraphView {
     context.strokeStyle = palette.edgeStrong;
     context.lineWidth = 2;
     this.lengthLeft = mostLineLength;
-    this.strokeEdges(edges.filter((edge) => this.edgeSize(edge, frame) > 0), frame);
+    this.strokeEdges(edges.filter((edge) => this.edgeSize(edge, frame) > 0 && !this.isPathEdge(edge)), frame);
     const {left, top, width, height} = this.boxOf(state.node, frame);
     context.strokeStyle = palette.panel;
     context.lineWidth = 2;

@@ -33,6 +33,10 @@ class GraphLayout {
     this.removed = edges.removed;
     this.edgeSource = Int32Array.from(edges.source, (port) => ports.node[port]);
     this.edgeTarget = Int32Array.from(edges.target, (port) => ports.node[port]);
+    const innerOf = ports.node.slice();
+    sumGaps(ports.outer).forEach((port, i) => { innerOf[port] = ports.inner[i]; });
+    this.edgeInnerSource = Int32Array.from(edges.source, (port) => innerOf[port]);
+    this.edgeInnerTarget = Int32Array.from(edges.target, (port) => innerOf[port]);
     this.edgeFirst = new Uint32Array(count + 1);
     for (let i = 0; i < count; ++i) this.edgeFirst[i + 1] = this.edgeFirst[i] + 2 * (edges.points[i] + 2);
     this.points = new Float32Array(this.edgeFirst[count]);
@@ -51,6 +55,17 @@ class GraphLayout {
       this.boxEdge(i);
     }
     this.edgesOfNode = this.groupEdges(nodes.graph.length);
+  }
+
+  /**
+   * Says of each edge, 0 or 1, whether two nodes of a list, one behind the other, are those that it leads from and to.
+   * @param list nodes, -1 for one that is not known
+   */
+  edgesAlong(list) {
+    const count = this.nodes.graph.length;
+    const steps = new Set();
+    for (let i = 1; i < list.length; ++i) if (list[i] >= 0) steps.add(list[i - 1] * count + list[i]);
+    return Uint8Array.from(this.edgeInnerSource, (source, i) => steps.has(source * count + this.edgeInnerTarget[i]));
   }
 
   /** A port's place in its graph; inputs of nodes are on the left, outputs on the right. */

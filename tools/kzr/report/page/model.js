@@ -59,7 +59,11 @@ class RunModel {
     const figures = await computeFigures(this.store, this.links, this.nodeCount, whole, job);
     const {columns, path} = figures;
     // What waited while something ran is not known where executions are left out.
-    if (figures.missing > 0) columns.idle_share_ticks = new Array(this.nodeCount).fill(null);
+    if (figures.missing > 0) {
+      columns.idle_share_ticks = new Array(this.nodeCount).fill(null);
+      addBusyBounds(figures, this.finestSums, this.span, whole);
+      figures.averageBusy = this.averageBusy(figures, whole);
+    }
     figures.top = this.topNodes(figures);
     for (const name of ['first_begin', 'last_end']) columns[name] = columns[name].map((time) => this.absolute(time));
     for (const thread of figures.threads) {
@@ -71,6 +75,19 @@ class RunModel {
       gap: path.steps.map((step) => step.gap), kind: path.steps.map((step) => step.kind), rest: path.rest,
     };
     return figures;
+  }
+
+  /** The finest sums that the page has, as a level of the pyramid. */
+  get finestSums() {
+    const {buckets, busy} = this.run.overview;
+    return this.pyramid.at(-1) ?? {buckets, lanes: busy.map((lane) => ({busy: lane}))};
+  }
+
+  /** How many threads were busy over a range on average, at least and at most. */
+  averageBusy({threads}, range) {
+    const ticks = Math.max(1, Math.min(this.span, range.to) - Math.max(0, range.from));
+    const sumOf = (name) => threads.reduce((sum, thread) => sum + thread[name], 0);
+    return {least: sumOf('busyLeast') / ticks, most: sumOf('busyMost') / ticks};
   }
 
   /** Up to three nodes to look at first in a range, each for a reason of its own. */

@@ -316,12 +316,37 @@ class Page {
   }
 }
 
+/** What is being computed or unpacked. */
+function worksOf({work, occurrencesWork, pathWork, details, model}) {
+  return [work, occurrencesWork, pathWork, details.work, ...model.store.loading.values()];
+}
+
+/** Waits until nothing is being computed, nor begun by what was waiting for it. */
+async function whenIdle(page) {
+  let works;
+  do {
+    works = worksOf(page);
+    await Promise.all(works);
+    await new Promise((resolve) => { setTimeout(resolve, 0); });
+  } while (worksOf(page).some((work) => !works.includes(work)));
+}
+
+/** Waits until all is drawn as it stays, with what drawing asked for and what follows from the sizes of elements. */
+async function whenDrawn(page) {
+  const {timeline, graph, tables, model} = page;
+  const redraws = [timeline, graph, ...Object.values(tables.tables)].map(({redraw}) => redraw);
+  do {
+    await whenIdle(page);
+    for (let frames = 0; frames < 2; ++frames) await new Promise((resolve) => { requestAnimationFrame(resolve); });
+  } while (redraws.some(({isAsked}) => isAsked) || graph.restTimer !== 0 || model.store.loading.size > 0);
+}
+
 /** What tests may ask of the page. Times are ticks of the trace's clock. */
 class PageAccess {
   constructor(page) {
-    this.idle = async () => {
-      await Promise.all([page.work, page.occurrencesWork, page.pathWork]);
-    };
+    this.idle = () => whenIdle(page);
+    this.drawn = () => whenDrawn(page);
+    this.address = () => page.address.text();
     this.figures = async () => {
       await page.work;
       return figuresJson(page.model);

@@ -28,8 +28,8 @@ class SummaryView {
     const {figures, time} = this.model;
     const count = figures.threads.length;
     if (figures.missing > 0) {
-      return `Of this time the page holds only a part: up to ${countText(figures.missing, 'execution')} are left out. `
-        + 'Figures, tables and colours are those of the others alone.';
+      return `On average ${this.averageBusyText()} of ${countText(count, 'thread')} were busy. Other figures, tables and `
+        + `colours tell only a part: up to ${countText(figures.missing, 'execution')} are left out.`;
     }
     if (count === 0) return this.state.range ? 'Nothing ran in this range.' : 'Nothing was executed in this run.';
     const where = this.state.range ? 'This range' : 'The run';
@@ -39,13 +39,20 @@ class SummaryView {
     return `${where} took ${time.short(figures.makespan)} on ${countText(count, 'thread')}${use}.`;
   }
 
+  averageBusyText() {
+    const {least, most} = this.model.figures.averageBusy;
+    return aboutText(least, most, (busy) => roundDigits(busy, 3));
+  }
+
   drawFigures() {
     const {figures, time, run} = this.model;
     const threads = figures.threads.length;
+    const seen = figures.threads.filter((thread) => thread.hasRun || thread.busyLeast > 0).length;
     const tiles = figures.missing > 0 ? [
       ['Makespan', `≥\u202f${time.short(figures.makespan)}`, 'of what is held'],
-      ['Executions', `≥\u202f${groupDigits(figures.executions)}`, `on at least ${countText(threads, 'thread')}`],
-      ...['Parallelism', 'Utilisation', 'Imbalance'].map((name) => [name, '?', 'not known in part']),
+      ['Executions', `≥\u202f${groupDigits(figures.executions)}`, `on at least ${countText(seen, 'thread')}`],
+      ['Busy threads', this.averageBusyText(), `on average, of ${groupDigits(threads)}`],
+      ...['Utilisation', 'Imbalance'].map((name) => [name, '?', 'not known in part']),
     ] : [
       ['Makespan', time.short(figures.makespan),
         time.ticksPerSecond ? `${groupDigits(figures.makespan)} ticks` : 'first begin to last end'],

@@ -416,7 +416,9 @@ class TablesView {
     const {model} = this;
     const at = (row) => model.figures.threads[row];
     const share = (row) => Number(at(row).busy) / (Number(model.figures.makespan) || 1);
+    const {run} = model;
     const isKnown = () => model.figures.missing === 0;
+    const isExact = (row) => isKnown() || at(row).missing === 0;
     const time = (name, label) => ({
       name, label, isNumber: true, value: (row) => at(row)[name],
       show: (cell, row) => {
@@ -425,8 +427,18 @@ class TablesView {
     });
     const columns = [
       {name: 'thread', label: 'Thread', isNumber: true, isFiltered: true, value: (row) => model.threadOf(at(row).lane)},
-      {name: 'busy_ticks', label: 'Busy', isNumber: true, value: (row) => at(row).busy,
-        show: (cell, row) => { cell.textContent = model.time.short(at(row).busy); }},
+      {name: 'busy_ticks', label: 'Busy', isNumber: true, value: (row) => (isExact(row) ? at(row).busy : null),
+        order: (row) => (isExact(row) ? at(row).busy : at(row).busyMost),
+        show: (cell, row) => {
+          cell.textContent = isExact(row) ? model.time.short(at(row).busy)
+            : aboutText(at(row).busyLeast, at(row).busyMost, (ticks) => model.time.short(ticks));
+        }},
+      ...(run.detailed === run.executions ? [] : [
+        {name: 'busy_least_ticks', label: 'Busy at least', isNumber: true, isHidden: true,
+          value: (row) => (isExact(row) ? at(row).busy : Math.floor(at(row).busyLeast))},
+        {name: 'busy_most_ticks', label: 'Busy at most', isNumber: true, isHidden: true,
+          value: (row) => (isExact(row) ? at(row).busy : Math.ceil(at(row).busyMost))},
+      ]),
       {name: 'busy_share', label: 'of the makespan', isNumber: true,
         value: (row) => (isKnown() ? Math.round(share(row) * 1e6) / 1e6 : null),
         show: (cell, row) => {
@@ -544,7 +556,7 @@ class TablesView {
     this.mostOfPlaces = this.places.reduce((most, {self, regionTicks}) => Math.max(most, self, regionTicks), 0);
     this.tables.places.fill(this.places.length, partText);
     this.tables.nodes.fill(nodeCount, partText);
-    this.tables.threads.fill(figures.threads.length, partText);
+    this.tables.threads.fill(figures.threads.length, partText && `${partText}; busy times cover all`);
     this.tables.path.fill(figures.path.lane.length, partText);
     this.tables.events.fill(this.tables.events.count, this.state.range ? 'of the whole run, whatever the range' : '');
     // How many threads were busy is not known where executions are left out.

@@ -72,6 +72,12 @@ function percentText(share) {
   return `${roundDigits(share * 100, share < 0.001 ? 1 : share < 0.1 ? 2 : 3)}\u202f%`;
 }
 
+/** @returns {string} a number that is not known exactly, between two numbers that `text` writes */
+function aboutText(least, most, text) {
+  const [first, last] = [text(least), text(most)];
+  return first === last ? `≈\u202f${first}` : `≈\u202f${first}–${last}`;
+}
+
 const timeUnits = [
   {name: 'ns', seconds: 1e-9}, {name: 'µs', seconds: 1e-6}, {name: 'ms', seconds: 1e-3}, {name: 's', seconds: 1},
 ];
