@@ -47,13 +47,19 @@ class GraphView {
     note.textContent = 'No graph of this run has nodes.';
   }
 
-  /** Puts all nodes on the scale of the chosen measure. */
+  /**
+   * Puts all nodes on the scale of the chosen measure. Composite nodes have one of their own: next to what is in
+   * them together, the nodes inside would all look alike.
+   */
   updateMeasure() {
     this.values = Float64Array.from(this.model.figures.columns[this.state.measure], Number);
-    const {graph} = this.layout.nodes;
+    const {graph, inner} = this.layout.nodes;
     this.layout.addInner(this.values, measures[this.state.measure].addsUp);
-    this.scale = new MeasureScale(this.values.filter((_, node) => graph[node] >= 0));
-    this.steps = Int8Array.from(this.values, (value) => this.scale.stepOf(value));
+    const scaleOf = (isWanted) => new MeasureScale(this.values.filter((_, node) => graph[node] >= 0 && isWanted(node)));
+    this.scale = scaleOf((node) => inner[node] < 0);
+    this.compositeScale = scaleOf((node) => inner[node] >= 0);
+    this.steps = Int8Array.from(this.values, (value, node) => (
+      (inner[node] < 0 ? this.scale : this.compositeScale).stepOf(value)));
     this.drawLegend();
     this.redraw.ask();
   }
@@ -93,7 +99,7 @@ class GraphView {
   }
 
   drawLegend() {
-    const {scale, palette, model, state} = this;
+    const {scale, compositeScale, palette, model, state} = this;
     const measure = measures[state.measure];
     const text = (value) => (measure.isTime ? model.time.short(value, 3) : groupDigits(Math.round(value)));
     const steps = makeElement('span', 'steps');
@@ -103,8 +109,10 @@ class GraphView {
       steps.append(step);
     }
     const legend = document.getElementById('legend');
-    legend.replaceChildren('0', steps, text(scale.most));
-    legend.setAttribute('aria-label', `Colours from 0 to ${text(scale.most)}; nodes without any are not filled`);
+    legend.hidden = scale.most === 0 && compositeScale.most === 0;
+    const composite = compositeScale.most > 0 ? `, composite nodes ${text(compositeScale.most)}` : '';
+    legend.replaceChildren('0', steps, text(scale.most) + composite);
+    legend.setAttribute('aria-label', `Colours from 0 to ${text(scale.most)}${composite}; nodes without any are not filled`);
   }
 
   /** The camera: pixels = (units of `graph` - x, y) * scale. Without one all of the graph is shown. */
