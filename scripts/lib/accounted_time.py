@@ -4,7 +4,7 @@
 
 The run goes to DIRECTORY/run and is converted there, with DIRECTORY's name. What accounts for processor time: what ran
 in executions other than barriers, and the time outside all regions. Threads that wait for a processor, on a busy machine
-or with more threads than processors, are in executions, too, and both differ.
+or with more threads than processors, are in executions, too, and both differ. Short runs are not compared.
 """
 
 import json
@@ -14,6 +14,9 @@ import resource
 import subprocess
 import sys
 import time
+
+# Seconds of processor time below which what starting and ending takes weighs too much.
+SHORTEST = 2
 
 
 def time_in_regions(timeline):
@@ -49,6 +52,9 @@ def main():
     frequency = float(report["run"]["frequency"])
     busy = sum(thread["busy_ticks"] for thread in report["threads"]) / frequency
     outside = wall - time_in_regions(os.path.join(directory, name + ".traceml")) / frequency
+    if processor < SHORTEST:
+        print(f"  {processor:.2f} s of processor time are too short to be compared with what the recording accounts for")
+        return
     print(f"  {busy:.2f} s in executions and {outside:.2f} s outside all regions are "
           f"{100 * (busy + outside) / processor:.0f} % of {processor:.2f} s of processor time")
 

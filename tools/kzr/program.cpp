@@ -89,20 +89,10 @@ class command_line {
     const std::string argument = app_.remaining(true).at(0);
     if (argument.starts_with('-')) {
       const bool is_own = selected.empty() || !app_.remaining().empty();
-      const std::string option = argument.substr(0, argument.find('='));
-      return "there is no option \"" + option + '"' +
-             suggest(option, options_of(is_own ? app_ : *selected.front()));
+      return describe_unknown_option(argument, is_own ? app_ : *selected.front());
     }
     if (!selected.empty()) return "one argument too many: \"" + argument + '"';
     return "there is no command \"" + argument + '"' + suggest(argument, names_of_subcommands(app_));
-  }
-
-  static std::vector<std::string> options_of(const CLI::App& command) {
-    std::vector<std::string> names;
-    for (const CLI::Option* const option : command.get_options()) {
-      for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
-    }
-    return names;
   }
 
   CLI::App app_{description, "kzr"};

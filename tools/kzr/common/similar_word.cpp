@@ -44,6 +44,15 @@ std::string suggest(std::string_view word, const std::vector<std::string>& known
   return nearest.empty() ? std::string() : "; did you mean \"" + nearest + "\"?";
 }
 
+std::string describe_unknown_option(const std::string& argument, const CLI::App& command) {
+  std::vector<std::string> known;
+  for (const CLI::Option* const option : command.get_options()) {
+    for (const std::string& name : option->get_lnames()) known.push_back("--" + name);
+  }
+  const std::string option = argument.substr(0, argument.find('='));
+  return "there is no option \"" + option + '"' + suggest(option, known);
+}
+
 std::vector<std::string> names_of_subcommands(const CLI::App& program) {
   std::vector<std::string> names;
   for (const CLI::App* const command : program.get_subcommands({})) names.push_back(command->get_name());

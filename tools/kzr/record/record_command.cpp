@@ -18,6 +18,7 @@
 
 #include "kzr/common/complaint.h"
 #include "kzr/common/run_option.h"
+#include "kzr/common/similar_word.h"
 #include "kzr/output/run_output.h"
 #include "kzr/record/child_process.h"
 #include "kzr/record/openmp_runtime.h"
@@ -172,7 +173,7 @@ std::vector<std::string> read_command(const CLI::App& command) {
   words.insert(words.end(), own.begin(), own.end());
   if (words.empty()) throw CLI::RequiredError("PROGRAM");
   if (words.front().starts_with('-')) {
-    throw CLI::ValidationError("there is no option \"" + words.front() + '"', CLI::ExitCodes::ExtrasError);
+    throw CLI::ValidationError(describe_unknown_option(words.front(), command), CLI::ExitCodes::ExtrasError);
   }
   return words;
 }

@@ -191,8 +191,10 @@ class TimelineView {
       const x = Math.round(this.xOf(time)) + 0.5;
       context.fillStyle = palette.grid;
       context.fillRect(x - 0.5, 4, 1, height);
+      const label = this.axisLabel(time, i);
+      if (x + 4 + context.measureText(label).width > this.width) return;
       context.fillStyle = palette.faint;
-      context.fillText(this.axisLabel(time, i), x + 4, axisHeight / 2);
+      context.fillText(label, x + 4, axisHeight / 2);
     });
   }
 
