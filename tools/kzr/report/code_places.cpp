@@ -41,7 +41,8 @@ class place_finder {
 
   void add_region(std::size_t number) {
     const timeline_marks::region& region = report_.marks.regions()[number];
-    if (!report_.range.holds(region.begin, region.end)) return;
+    // A graph as a whole is no place.
+    if (!report_.is_listed(region.node) || !report_.range.holds(region.begin, region.end)) return;
     code_place_figures& place = place_of(region.node);
     ++place.regions;
     place.region_ticks += region.end - region.begin;

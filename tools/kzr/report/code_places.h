@@ -10,8 +10,8 @@
 struct run_report;
 
 /// What nodes with the same name and the same place in the code took together: tasks that a program makes in
-/// one place are nodes of their own each, and so are the regions that it opens there. Regions count where
-/// they are wholly inside the range of the report.
+/// one place are nodes of their own each, and so are the regions that it opens there. Regions of
+/// graphs do not count, nor those that are not wholly inside the range of the report.
 struct code_place_figures {
   std::string name;
   code_place code;

@@ -327,6 +327,7 @@ class TablesView {
         value: (row) => has(this.places[row]), about: 'Nodes that ran, each task being one; regions wholly inside the range'},
       ticks('each_ticks', 'Each', (row) => each(this.places[row]), 'Self time of an execution on average, else that of a region'),
       {name: 'busy_threads', label: 'Busy', isNumber: true, value: (row) => busy(this.places[row]),
+        show: (cell, row) => { cell.textContent = busy(this.places[row])?.toFixed(2) ?? '–'; },
         about: 'How many threads were busy on average while its regions ran'},
       ticks('idle_share_ticks', 'Idle share', of('idle'), 'What other threads waited while this ran with few others'),
       {name: 'executions', label: 'Executions', isNumber: true, value: of('executions'),
