@@ -150,21 +150,20 @@ class text_writer {
                       {"each"},
                       {"busy threads"},
                       {"code", left}});
-    std::size_t shown = 0;
-    std::size_t all = 0;
-    for (const code_place_figures& place : places) {
-      if (place.regions == 0 || ++all > most_rows) continue;
-      ++shown;
-      const double busy =
-          static_cast<double>(place.region_busy_ticks) / static_cast<double>(place.region_ticks);
-      table.add_row({shorten(place.name), std::to_string(place.regions), decimal_text(place.region_ticks),
-                     percent(place.region_ticks, figures_.span.ticks()),
-                     rounded_text(divide_in_thousandths(place.region_ticks, place.regions)),
-                     place.region_ticks == 0 ? "-" : with_digits("%.2f", busy), describe(place.code)});
-    }
-    out_ << '\n';
-    table.print(out_);
-    tell_of_more_places(shown, all);
+    const auto busy_threads = [](const code_place_figures& place) {
+      if (place.region_ticks == 0) return std::string("-");
+      return with_digits(
+          "%.2f", static_cast<double>(place.region_busy_ticks) / static_cast<double>(place.region_ticks));
+    };
+    write_rows(table, places, &code_place_figures::regions, [&](const code_place_figures& place) {
+      return std::vector<std::string>{shorten(place.name),
+                                      std::to_string(place.regions),
+                                      decimal_text(place.region_ticks),
+                                      percent(place.region_ticks, figures_.span.ticks()),
+                                      rounded_text(divide_in_thousandths(place.region_ticks, place.regions)),
+                                      busy_threads(place),
+                                      describe(place.code)};
+    });
   }
 
   void write_nodes_of(const std::vector<code_place_figures>& places) {
@@ -177,25 +176,34 @@ class text_writer {
                       {"self ticks\nof each"},
                       {"idle share"},
                       {"code", left}});
-    std::size_t shown = 0;
+    const auto each = [](const code_place_figures& place) {
+      if (place.executions == 0) return std::string("-");
+      return rounded_text(divide_in_thousandths(place.self_ticks, place.executions));
+    };
+    write_rows(table, places, &code_place_figures::nodes, [&](const code_place_figures& place) {
+      return std::vector<std::string>{shorten(place.name),
+                                      std::to_string(place.nodes),
+                                      std::to_string(place.executions),
+                                      decimal_text(place.self_ticks),
+                                      percent(place.self_ticks, thread_ticks()),
+                                      decimal_text(place.total_ticks),
+                                      each(place),
+                                      rounded_text(place.idle_share_thousandths),
+                                      describe(place.code)};
+    });
+  }
+
+  /// Prints the first places of which there is a `count`.
+  template <class MakeRow>
+  void write_rows(text_table& table, const std::vector<code_place_figures>& places,
+                  std::uint64_t code_place_figures::*count, const MakeRow& make_row) {
     std::size_t all = 0;
     for (const code_place_figures& place : places) {
-      if (place.nodes == 0 || ++all > most_rows) continue;
-      ++shown;
-      const bool has_mean = place.executions > 0;
-      table.add_row({shorten(place.name), std::to_string(place.nodes), std::to_string(place.executions),
-                     decimal_text(place.self_ticks), percent(place.self_ticks, thread_ticks()),
-                     decimal_text(place.total_ticks),
-                     has_mean ? rounded_text(divide_in_thousandths(place.self_ticks, place.executions)) : "-",
-                     rounded_text(place.idle_share_thousandths), describe(place.code)});
+      if (place.*count > 0 && ++all <= most_rows) table.add_row(make_row(place));
     }
     out_ << '\n';
     table.print(out_);
-    tell_of_more_places(shown, all);
-  }
-
-  void tell_of_more_places(std::size_t shown, std::size_t all) {
-    if (all > shown) out_ << "  and " << all - shown << " more\n";
+    if (all > most_rows) out_ << "  and " << all - most_rows << " more\n";
   }
 
   [[nodiscard]] tick_sum thread_ticks() const {
