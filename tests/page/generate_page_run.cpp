@@ -151,7 +151,7 @@ void hostile_names(flow_run& run) {
 void twins(flow_run& run) {
   std::vector<object_id> nodes;
   for (int i = 0; i < 20; ++i) nodes.push_back(run.add_node(i % 3 == 0 ? "odd" : "twin"));
-  for (const std::size_t thread : {0, 1}) run_tasks(run, thread, nodes, 60);
+  for (const std::size_t thread : {0U, 1U}) run_tasks(run, thread, nodes, 60);
 }
 
 }  // namespace
