@@ -87,8 +87,8 @@ std::string describe_size(std::uintmax_t bytes) {
 std::string as_shell_word(const fs::path& path) {
   std::string text = path.string();
   if (text.starts_with('-')) text.insert(0, "./");
-  const bool is_plain = std::all_of(text.begin(), text.end(), [](unsigned char character) {
-    return std::isalnum(character) != 0 ||
+  const bool is_plain = std::all_of(text.begin(), text.end(), [](char character) {
+    return std::isalnum(static_cast<unsigned char>(character)) != 0 ||
            std::string_view("_-./+,:@%").find(character) != std::string_view::npos;
   });
   if (is_plain) return text;
