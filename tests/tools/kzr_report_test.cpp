@@ -121,6 +121,30 @@ TEST_F(kzr_report, sums_up_nodes_of_one_name_and_regions) {
   const std::string part = rows_of({"--from", "130", "--to", "245"});
   EXPECT_NE(part.find("\n twin 1 40 34.8 40 0.75\n"), std::string::npos) << part;
   EXPECT_NE(part.find("\n twin 2 2 36 15.7 36 18 36\n"), std::string::npos) << part;
+  const std::string idle = rows_of({"--from", "295", "--to", "320"});
+  EXPECT_NE(idle.find("\n twin 1 10 - 10 0.00\n"), std::string::npos) << idle;
+}
+
+TEST_F(kzr_report, lists_places_in_the_order_of_each_table) {
+  // Most of the self time is at one place, most of the time of regions at the other.
+  auto file = small("runner");
+  file.task_group(flow, {3, 0, 0}, graph, 9).metadata_string(flow, {3, 0, 0}, object_name, "section");
+  file.task_group(flow, {4, 0, 0}, graph, 9).metadata_string(flow, {4, 0, 0}, object_name, "section");
+  file.at(200).region_begin(flow, node, graph, 9).region_end(flow, node);
+  file.at(210).region_begin(flow, {3, 0, 0}, graph, 9).at(310).region_end(flow, {3, 0, 0});
+  file.at(320).task_begin(flow, node, graph, 9, 0).at(520).task_end(flow);
+  file.at(530).task_begin(flow, {3, 0, 0}, graph, 9, 0).task_end(flow);
+  file.at(540).task_begin(flow, {4, 0, 0}, graph, 9, 0).task_end(flow).end();
+  write_run({file.take()});
+  const std::string text = report({"--text", "run"}).out;
+  const auto row = [&text](const std::string& name, std::size_t from) {
+    return text.find("\n  " + name, from);
+  };
+  const std::size_t regions = row("regions by place", 0);
+  const std::size_t nodes = row("nodes by place", 0);
+  ASSERT_TRUE(regions < nodes && nodes != std::string::npos) << text;
+  EXPECT_LT(row("section ", regions), row("runner ", regions)) << text;
+  EXPECT_LT(row("runner ", nodes), row("section ", nodes)) << text;
 }
 
 TEST_F(kzr_report, writes_a_page_named_after_the_run) {

@@ -17,12 +17,9 @@ class place_finder {
   std::vector<code_place_figures> find() {
     for (std::uint32_t node = 0; node < report_.nodes.size(); ++node) add_node(node);
     for (std::size_t i = 0; i < report_.marks.regions().size(); ++i) add_region(i);
-    const auto weight = [](const code_place_figures& place) {
-      return std::max(place.self_ticks, place.region_ticks);
-    };
-    std::ranges::sort(places_, [&weight](const code_place_figures& a, const code_place_figures& b) {
-      return std::tuple(weight(b), std::string_view(a.name), std::string_view(a.code.source)) <
-             std::tuple(weight(a), std::string_view(b.name), std::string_view(b.code.source));
+    std::ranges::sort(places_, [](const code_place_figures& a, const code_place_figures& b) {
+      return std::tie(a.name, a.code.source, a.code.function) <
+             std::tie(b.name, b.code.source, b.code.function);
     });
     return std::move(places_);
   }

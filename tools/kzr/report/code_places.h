@@ -25,5 +25,5 @@ struct code_place_figures {
   tick_sum region_busy_ticks = 0;  ///< of all threads meanwhile
 };
 
-/// The places of all nodes that ran and all regions, that with most self time or region time first.
+/// The places of all nodes that ran and all regions, in the order of their names and sources.
 [[nodiscard]] std::vector<code_place_figures> find_code_places(const run_report& report);

@@ -59,7 +59,7 @@ class text_writer {
   void write() {
     write_verdict(report_.summary(), most_rows, out_);
     write_run();
-    if (figures_.span.is_empty) return;
+    if (figures_.span.is_empty) return write_places();
     write_concurrency();
     write_threads();
     write_places();
@@ -135,11 +135,17 @@ class text_writer {
 
   /// Of nodes that share their place in the code, and of regions, what they took together.
   void write_places() {
-    const std::vector<code_place_figures> places = find_code_places(report_);
+    std::vector<code_place_figures> places = find_code_places(report_);
     const auto has_several_nodes = [](const code_place_figures& place) { return place.nodes > 1; };
     const auto has_regions = [](const code_place_figures& place) { return place.regions > 0; };
-    if (std::ranges::any_of(places, has_regions)) write_regions(places);
-    if (std::ranges::any_of(places, has_several_nodes)) write_nodes_of(places);
+    if (std::ranges::any_of(places, has_regions)) {
+      std::ranges::stable_sort(places, std::greater{}, &code_place_figures::region_ticks);
+      write_regions(places);
+    }
+    if (std::ranges::any_of(places, has_several_nodes)) {
+      std::ranges::stable_sort(places, std::greater{}, &code_place_figures::self_ticks);
+      write_nodes_of(places);
+    }
   }
 
   void write_regions(const std::vector<code_place_figures>& places) {
