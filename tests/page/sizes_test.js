@@ -80,6 +80,7 @@ pageTest('a page that must stay small leaves detail out and says so, and its sum
     const [from, to] = [middle, middle + ticks];
     await setRange(page, from, to);
     await assertBusyBounds(page, Number(ticks), figures(run, '--from', String(from), '--to', String(to)));
+    assert.match(await headline(page, 'Makespan'), /^≥[\d.]+\s/);
   }
   assert.match(await page.locator('#range').textContent(), /without up to .* executions whose detail is left out/);
   assert.match(await page.locator('#verdict').textContent(), /only a part: up to .* are left out/);

@@ -103,8 +103,8 @@ class top_nodes {
       idle_share[node] = report_.figures.nodes[node].idle_share_thousandths;
     }
     add_greatest("self_ticks", self_ticks, "of the time in nodes, more than any other");
-    add_greatest("idle_share_ticks", idle_share, "of the idle time of threads came while it ran");
-    add_greatest("path_ticks", path_ticks(), "of the observed path, more than what is left");
+    add_greatest("idle_share_ticks", idle_share, "of the idle time of threads is its share");
+    add_greatest("path_ticks", path_ticks(), "of the observed path, after those above");
     return std::move(found_);
   }
 

@@ -296,7 +296,7 @@ class FigureCounter {
     figures.threads = this.lanes.filter((lane) => lane.hasRun || lane.missing > 0);
     figures.executions = figures.threads.reduce((sum, lane) => sum + lane.executions, 0);
     figures.concurrency = new Float64Array(figures.threads.length + 1);
-    if (figures.threads.length === 0) figures.first = figures.last = 0;
+    if (figures.first > figures.last) figures.first = figures.last = 0;
     this.findSpreads();
     return figures;
   }

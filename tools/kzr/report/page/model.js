@@ -110,8 +110,8 @@ class RunModel {
       found.push({node: greatest, id, name, text: `${part}${share} % ${reason}`});
     };
     addGreatest(columns.self_ticks, 'of the time in nodes, more than any other');
-    addGreatest(columns.idle_share_ticks, 'of the idle time of threads came while it ran');
-    addGreatest(pathTicks, 'of the observed path, more than what is left');
+    addGreatest(columns.idle_share_ticks, 'of the idle time of threads is its share');
+    addGreatest(pathTicks, 'of the observed path, after those above');
     return found;
   }
 

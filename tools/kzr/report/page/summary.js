@@ -28,8 +28,10 @@ class SummaryView {
     const {figures, time} = this.model;
     const count = figures.threads.length;
     if (figures.missing > 0) {
+      const leftOut = `up to ${countText(figures.missing, 'execution')} are left out`;
+      if (count === 0) return `What ran in this range is not known: ${leftOut}.`;
       return `On average ${this.averageBusyText()} of ${countText(count, 'thread')} were busy. Other figures, tables and `
-        + `colours tell only a part: up to ${countText(figures.missing, 'execution')} are left out.`;
+        + `colours tell only a part: ${leftOut}.`;
     }
     if (count === 0) return this.state.range ? 'Nothing ran in this range.' : 'Nothing was executed in this run.';
     const where = this.state.range ? 'This range' : 'The run';
