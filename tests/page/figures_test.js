@@ -75,39 +75,82 @@ pageTest('tables show the figures of the range, sorted and filtered, and copy th
   assert.deepEqual(sorted, ['1.5', '9007199254740991', '9007199254740992', '9007199254740993']);
 });
 
+const figuresOfPlaces = ['executions', 'self_ticks', 'total_ticks', 'idle_share_ticks'];
+const placeOf = ({name, function: code, source}) => JSON.stringify([name, code ?? '', source ?? '']);
+const hasRun = ({executions, total_ticks: ticks}) => executions > 0 || ticks > 0;
+
 /** What nodes of one name, function and source took together, of those that ran. */
 function placesOf(nodes) {
   const places = {};
-  for (const node of nodes.filter(({executions, total_ticks}) => executions > 0 || total_ticks > 0)) {
-    const place = (places[[node.name, node.function ?? '', node.source ?? '']] ??= [0, 0, 0, 0]);
-    const added = [1, node.executions, node.self_ticks, node.total_ticks];
-    added.forEach((number, i) => { place[i] += Number(number); });
+  for (const node of nodes.filter(hasRun)) {
+    const place = (places[placeOf(node)] ??= {nodes: 0, executions: 0, self_ticks: 0, total_ticks: 0, idle_share_ticks: 0});
+    ++place.nodes;
+    for (const name of figuresOfPlaces) place[name] += Number(node[name]);
   }
   return places;
 }
 
-pageTest('places sum up nodes and regions, in the whole run and in ranges', async (openPage) => {
+/** Holds what the table says of busy threads during regions against the figures of their time. */
+function assertBusyRegions(run, rows, regions) {
+  for (const row of rows.filter(({regions: count}) => count === '1')) {
+    const {begin, end, duration} = regions.find(({name}) => name === row.name);
+    const {threads} = figures(run, '--from', begin, '--to', end);
+    const busy = threads.reduce((sum, thread) => sum + Number(thread.busy_ticks), 0);
+    assert.ok(Math.abs(Number(row.busy_threads) - busy / duration) < 0.002, `${row.busy_threads} of ${busy} in ${duration}`);
+  }
+}
+
+/** Chooses each of the first places; the table that shows then has its nodes or regions, and nothing else. */
+async function assertLists(page, nodes, rows) {
+  for (let i = 0; i < Math.min(3, rows.length); ++i) {
+    await page.locator('#tab-places').click();
+    await page.locator(`#places [data-index="${i}"]`).click();
+    const tab = await shownTable(page);
+    const listed = await copiedTable(page, tab);
+    if (tab === 'nodes') {
+      const expected = nodes.filter((node) => placeOf(node) === placeOf(rows[i])).map(({id}) => id);
+      assert.deepEqual(listed.map(({id}) => id).sort(), expected.sort());
+    } else {
+      assert.deepEqual(listed.map(({kind, name}) => [kind, name]), Array(Number(rows[i].regions)).fill(['region', rows[i].name]));
+    }
+  }
+}
+
+async function shownTable(page) {
+  return (await page.locator('[role="tab"][aria-selected="true"]').getAttribute('id')).replace('tab-', '');
+}
+
+pageTest('places sum up nodes and regions, in the whole run and in ranges, and list them', async (openPage) => {
+  const runs = [smallRun('pipeline'), smallRun('twins'), ...[0, 1, 2, 3, 4, 5, 6, 7].map(randomRun)];
   let shared = 0;
   let regions = 0;
-  for (const run of [smallRun('pipeline'), smallRun('twins'), ...[0, 1, 2, 3, 4, 5, 6, 7].map(randomRun)]) {
+  for (const run of runs) {
     const page = await openReport(openPage, report(run));
     const {exact, origin} = await page.evaluate(() => JSON.parse(document.getElementById('run').textContent));
     if (!exact) continue;
+    const firstTable = await shownTable(page);
     const events = (await copiedTable(page, 'events')).filter(({kind}) => kind === 'region');
     for (const range of [null, ...rangesOf(figures(run)).slice(0, 1)]) {
       const [from, to] = range ?? [BigInt(origin), 2n ** 64n];
       if (range) await setRange(page, from, to);
       const rows = await copiedTable(page, 'places');
-      const shown = rows.filter(({nodes}) => nodes > 0).map((row) => (
-        [[row.name, row.function, row.source], [row.nodes, row.executions, row.self_ticks, row.total_ticks].map(Number)]));
+      const shown = rows.filter(({nodes}) => nodes > 0).map((row) => [placeOf(row), row]);
       const options = range ? ['--from', String(from), '--to', String(to)] : [];
-      assert.deepEqual(Object.fromEntries(shown), placesOf(figures(run, ...options).nodes));
+      const {nodes} = figures(run, ...options);
+      const expected = placesOf(nodes);
+      assert.deepEqual(shown.map(([place]) => place).sort(), Object.keys(expected).sort());
+      assertSame(Object.fromEntries(shown), expected);
       const sum = (list, of) => list.reduce((total, row) => total + Number(of(row)), 0);
       const inside = events.filter(({begin, end}) => BigInt(begin) >= from && BigInt(end) <= to);
       assert.equal(sum(rows, (row) => row.regions), inside.length);
       assert.equal(sum(rows, (row) => row.region_ticks), sum(inside, ({duration}) => duration));
-      shared += shown.filter(([, [nodes]]) => nodes > 1).length;
+      shared += shown.filter(([, row]) => row.nodes > 1).length;
       regions += inside.length;
+      if (range) continue;
+      const tellMore = rows.some((row) => row.nodes > 1 || (row.nodes === '0' && row.regions > 0));
+      assert.equal(firstTable, tellMore ? 'places' : 'nodes');
+      assertBusyRegions(run, rows, events);
+      await assertLists(page, nodes, rows);
     }
     await page.close();
   }

@@ -147,10 +147,10 @@ void hostile_names(flow_run& run) {
   }
 }
 
-/// Nodes of two names, as tasks that a program makes in two places.
+/// Nodes of two names, one within the other, as tasks that a program makes in two places.
 void twins(flow_run& run) {
   std::vector<object_id> nodes;
-  for (int i = 0; i < 20; ++i) nodes.push_back(run.add_node(i % 3 == 0 ? "odd" : "twin"));
+  for (int i = 0; i < 20; ++i) nodes.push_back(run.add_node(i % 3 == 0 ? "twin" : "twins"));
   for (const std::size_t thread : {0U, 1U}) run_tasks(run, thread, nodes, 60);
 }
 

@@ -21,11 +21,11 @@ class CodePlaces {
   /** @returns {Array<object>} the places at which something ran in the range, or a region lies in it */
   sum(range) {
     const places = Array.from({length: this.count}, (_, place) => ({
-      node: this.nodeOf[place], nodes: 0, executions: 0, self: 0, total: 0, idle: 0,
+      number: place, node: this.nodeOf[place], nodes: 0, executions: 0, self: 0, total: 0, idle: 0,
       regions: 0, regionTicks: 0, busyTicks: 0,
     }));
     this.addNodes(places);
-    this.addRegions(places, range ?? {from: -Infinity, to: Infinity});
+    this.addRegions(places, range);
     return places.filter((place) => place.nodes > 0 || place.regions > 0);
   }
 
@@ -45,15 +45,23 @@ class CodePlaces {
     });
   }
 
-  addRegions(places, {from, to}) {
+  addRegions(places, range) {
     const {node, begin, end, busy} = this.model.marks.allRegions;
     node.forEach((of, i) => {
       const ticks = Number(end[i]) - Number(begin[i]);
-      if (of < 0 || Number(begin[i]) < from || Number(end[i]) > to) return;
+      if (of < 0 || !this.isInside(i, range)) return;
       const place = places[this.placeOf[of]];
       ++place.regions;
       place.regionTicks += ticks;
       place.busyTicks += busy[i] === null ? NaN : busy[i] * ticks;
     });
+  }
+
+  /** Whether the range, null for the whole run, holds a region. */
+  isInside(region, range) {
+    const {begin, end, busy} = this.model.marks.allRegions;
+    // Of the range of the report itself the program told, without rounding.
+    if (range === this.model.baseRange) return busy[region] !== null;
+    return !range || (Number(begin[region]) >= range.from && Number(end[region]) <= range.to);
   }
 }

@@ -38,11 +38,13 @@ class Table {
     this.count = 0;
     this.rows = new Uint32Array(0);
     this.filter = '';
+    this.accepts = null;
     this.note = '';
     this.selected = -1;
     this.focused = 0;
     this.isStale = true;
     this.mustReveal = false;
+    this.mustRewind = false;
     this.redraw = new Redraw(() => this.draw());
     this.build(label);
   }
@@ -98,7 +100,8 @@ class Table {
     const column = this.columns.find(({name}) => name === this.sortBy);
     const rows = [];
     const needle = this.filter.toLowerCase();
-    for (let row = 0; row < this.count; ++row) if (!needle || this.matches(row, needle)) rows.push(row);
+    const accepts = this.accepts ?? ((row) => !needle || this.matches(row, needle));
+    for (let row = 0; row < this.count; ++row) if (accepts(row)) rows.push(row);
     if (!column.isOrder || this.isDescending) this.sortRows(rows, column);
     this.rows = Uint32Array.from(rows);
     this.focused = Math.min(this.focused, Math.max(0, rows.length - 1));
@@ -154,6 +157,8 @@ class Table {
       this.body.replaceChildren(this.makeSpacer(rows.length));
       this.revealSelected();
     }
+    if (this.mustRewind) scroller.scrollTop = 0;
+    this.mustRewind = false;
     const first = Math.max(0, Math.floor(scroller.scrollTop / rowHeight) - spareRows);
     const end = Math.min(rows.length, Math.ceil((scroller.scrollTop + scroller.clientHeight) / rowHeight) + spareRows);
     const parts = [];
@@ -246,9 +251,12 @@ class Table {
     this.scrollTo(i);
   }
 
-  setFilter(text) {
+  /** Leaves the rows with a cell that has the text, or those that `accepts` takes; the text then says which. */
+  setFilter(text, accepts = null) {
     this.filter = text;
-    this.scroller.scrollTop = 0;
+    this.accepts = accepts;
+    this.focused = 0;
+    this.mustRewind = true;
     this.arrange();
   }
 
@@ -341,7 +349,7 @@ class TablesView {
     ];
     return new Table(document.getElementById('places'), {
       label: 'Places in the code', columns, sort: {name: 'ticks', isDescending: true},
-      onSelect: (row) => this.showNodesOf(this.places[row]),
+      onSelect: (row) => this.listPlace(this.places[row]),
     });
   }
 
@@ -352,11 +360,16 @@ class TablesView {
   }
 
   /** Lists what a place has: its nodes, or its regions where it has no other. */
-  showNodesOf(place) {
-    const tab = place.nodes > 0 ? 'nodes' : 'events';
-    this.filters[tab] = (tab === 'nodes' && this.model.nodes.source[place.node]) || this.model.nameOf(place.node);
-    this.tables[tab].setFilter(this.filters[tab]);
+  listPlace({number, node, nodes}) {
+    const {marks, places} = this.model;
+    const isHere = (of) => of >= 0 && places.placeOf[of] === number;
+    const tab = nodes > 0 ? 'nodes' : 'events';
+    this.filters[tab] = this.model.nameOf(node);
+    this.tables[tab].setFilter(this.filters[tab],
+      nodes > 0 ? isHere : (row) => isHere(marks.allRegions.node[row - marks.userEvents.time.length] ?? -1));
     this.state.set({tab});
+    // What had the focus is hidden now.
+    document.getElementById(`tab-${tab}`).focus();
   }
 
   makeNodes() {
