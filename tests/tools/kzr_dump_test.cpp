@@ -386,6 +386,9 @@ TEST_F(kzr_dump, finds_the_stem_as_the_converter_does) {
   // A run may be called like a subcommand.
   fs::rename(directory_ / "_qzd_20240101_120000", directory_ / "help");
   EXPECT_EQ(dump({"help"}).exit_status, 0);
+  EXPECT_EQ(dump({}).out.substr(0, 48), "_kzr: 1 problem\n  there is no trace file _kzr.0;");
+  write_file(directory_ / "_kzr.0", whole());
+  EXPECT_EQ(dump({}).out.substr(0, 12), "_kzr: sound\n");
 }
 
 TEST_F(kzr_dump, writes_no_file_and_no_byte_that_steers_a_terminal) {

@@ -40,7 +40,7 @@ std::string find_default_stem() {
     const std::string name = entry->path().filename().string();
     if (name.starts_with(results_prefix) && name > latest && holds_trace_files(name)) latest = name;
   }
-  return latest.empty() ? stem : trace_stem_in(latest);
+  return latest.empty() ? fs::path(stem).filename().string() : trace_stem_in(latest);
 }
 
 /// Whether the path is that of a numbered file, and which files that would be one of.

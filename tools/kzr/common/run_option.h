@@ -10,7 +10,7 @@ class App;
 constexpr const char* default_run_help =
     "Without RUN the trace files are those of the directory that QZD_DIR names, else of the directory "
     "_qzd_*\n"
-    "here with the greatest name, as kzr2xml takes them, else those here.\n";
+    "here that has trace files and the greatest name, else those here.\n";
 
 /// Gives `command` the argument RUN, which `run` takes as it stands on the command line.
 void add_run_option(CLI::App& command, std::string& run);
