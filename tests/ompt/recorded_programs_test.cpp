@@ -250,11 +250,12 @@ TEST_P(recorded_program, leaves_nothing_when_there_is_nothing_to_record) {
   struct {
     std::string command;
     int exit_status;
-  } const cases[] = {{"no_such_program", 127}, {"./unreadable", 126}, {"true", 0}};
+  } const cases[] = {{"no_such_program", 127}, {"-x", 127}, {"--", 127}, {"./unreadable", 126}, {"true", 0}};
   write_file(scratch_ / "unreadable", "no program");
   for (const auto& expected : cases) {
     SCOPED_TRACE(expected.command);
-    const auto result = run_program({KZR_PROGRAM, "record", "-o", "run", expected.command}, scratch_.path());
+    const auto result =
+        run_program({KZR_PROGRAM, "record", "-o", "run", "--", expected.command}, scratch_.path());
     EXPECT_EQ(result.exit_status, expected.exit_status);
     EXPECT_FALSE(fs::exists(scratch_ / "run"));
   }

@@ -61,6 +61,8 @@ TEST(kzr, refuses_what_it_does_not_know) {
        "kzr: --kind: \"taskbegin\" is no kind of record; it takes a number from 0 to 17 or a name such as "
        "task_begin; did you mean \"task_begin\"?\n"},
       {{"record", "--reprt", "x"}, no_option + R"("--reprt"; did you mean "--report"?)"},
+      {{"record", "--reprt", "--", "true"}, no_option + R"("--reprt"; did you mean "--report"?)"},
+      {{"--json", "record", "--", "true"}, no_option + "\"--json\"\n"},
       {{"--json", "dump"}, no_option + "\"--json\"\n"},
       {{"dump", "--records", "--from", "2", "--to", "1"}, "kzr: --from: 2 is later than --to 1\n"},
       {{"report", "--from", "2", "--to", "1"}, "kzr: --from: 2 is later than --to 1\n"},

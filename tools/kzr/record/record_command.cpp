@@ -167,14 +167,13 @@ int record(const std::vector<std::string>& command, const record_options& option
 
 /// What stands behind the options: the program and its arguments.
 std::vector<std::string> read_command(const CLI::App& command) {
-  // The parser leaves what follows "--" to the command line around the subcommand.
-  std::vector<std::string> words = command.get_parent()->remaining();
-  const std::vector<std::string> own = command.remaining();
-  words.insert(words.end(), own.begin(), own.end());
-  if (words.empty()) throw CLI::RequiredError("PROGRAM");
-  if (words.front().starts_with('-')) {
+  std::vector<std::string> words = command.remaining();
+  if (!words.empty() && words.front().starts_with('-')) {
     throw CLI::ValidationError(describe_unknown_option(words.front(), command), CLI::ExitCodes::ExtrasError);
   }
+  // The parser leaves what follows "--" to the command line around the subcommand.
+  if (words.empty()) words = command.get_parent()->remaining();
+  if (words.empty()) throw CLI::RequiredError("PROGRAM");
   return words;
 }
 
@@ -186,7 +185,11 @@ subcommand_action set_up_record(CLI::App& command) {
   command.footer(footer);
   // What follows the first word that is no option is the program's.
   command.prefix_command();
-  command.preparse_callback([&command](std::size_t) { command.get_parent()->prefix_command(); });
+  command.preparse_callback([&command](std::size_t) {
+    CLI::App& program = *command.get_parent();
+    if (program.remaining_size() > 0) throw CLI::ExtrasError(program.remaining());
+    program.prefix_command();
+  });
   command
       .add_option("-o,--output", options->directory,
                   "Record into this directory instead of _qzd_<date>_<time>")
