@@ -277,6 +277,12 @@ TEST_P(recorded_program, is_recorded_beside_what_is_there) {
   EXPECT_NE(result.err.find(", in link.3"), std::string::npos) << result.err;
   for (const char* const directory : {"link", "link.3"}) EXPECT_EQ(problems(directory), strings{});
   EXPECT_FALSE(fs::exists(scratch_ / "link.2" / "_kzr.0"));
+
+  const std::string here = "cd here; export KZR_RECORD_DIRECTORY=.; " + twice;
+  fs::create_directory(scratch_ / "here");
+  static_cast<void>(
+      run_program({KZR_PROGRAM, "record", "-o", "run", "/bin/sh", "-c", here}, scratch_.path()));
+  for (const char* const directory : {"here", "here.2"}) EXPECT_EQ(problems(directory), strings{});
 }
 
 TEST_P(recorded_program, is_named_as_the_shell_takes_it) {
