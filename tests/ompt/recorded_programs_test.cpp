@@ -255,7 +255,7 @@ TEST_P(recorded_program, leaves_nothing_when_there_is_nothing_to_record) {
   for (const auto& expected : cases) {
     SCOPED_TRACE(expected.command);
     const auto result =
-        run_program({KZR_PROGRAM, "record", "-o", "run", "--", expected.command}, scratch_.path());
+        run_program({KZR_PROGRAM, "record", "-o", "run/deep/", "--", expected.command}, scratch_.path());
     EXPECT_EQ(result.exit_status, expected.exit_status);
     EXPECT_FALSE(fs::exists(scratch_ / "run"));
   }

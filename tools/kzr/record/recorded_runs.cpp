@@ -36,10 +36,13 @@ recorded_process describe(const fs::path& directory) {
 recorded_runs::recorded_runs(const fs::path& directory) : directory_(directory) {
   if (directory.empty()) {
     directory_ = kzr::create_run_directory(".").filename();
-    is_made_here_ = true;
+    made_here_.push_back(directory_);
   } else {
     if (!directory.has_filename()) directory_ = directory.parent_path();
-    is_made_here_ = fs::create_directories(directory_);
+    for (fs::path path = directory_; !path.empty() && !fs::exists(path); path = path.parent_path()) {
+      made_here_.push_back(path);
+    }
+    fs::create_directories(directory_);
     if (!fs::is_empty(directory_)) throw std::runtime_error(directory.string() + " is not empty");
     // The numbers of further directories stand behind a name.
     if (directory_.filename() == "." || directory_.filename() == "..") directory_ = fs::canonical(directory_);
@@ -65,6 +68,6 @@ std::vector<recorded_process> recorded_runs::collect() const {
   std::erase_if(runs, [](const recorded_process& run) { return run.threads == 0; });
   // Removes only what is empty.
   std::error_code is_not_empty;
-  if (is_made_here_) fs::remove(directory_, is_not_empty);
+  for (const fs::path& path : made_here_) fs::remove(path, is_not_empty);
   return runs;
 }

@@ -26,13 +26,13 @@ class recorded_runs {
   /// As it was given, or its name.
   [[nodiscard]] const std::filesystem::path& directory() const { return directory_; }
 
-  /// The recordings that were made since. Removes the directory when it was made for one and there is none.
+  /// The recordings that were made since. Removes the directories that were made for one and are empty.
   [[nodiscard]] std::vector<recorded_process> collect() const;
 
  private:
   [[nodiscard]] std::set<std::filesystem::path> find_further() const;
 
   std::filesystem::path directory_;
-  bool is_made_here_ = false;
+  std::vector<std::filesystem::path> made_here_;  ///< the directory and those around it, inner ones first
   std::set<std::filesystem::path> further_before_;
 };
