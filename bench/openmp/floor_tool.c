@@ -1,7 +1,8 @@
-/* The least that a recorder can do, called by the runtime at the same events as the recording library.
-   Without KZR_FLOOR in the environment its callbacks do nothing: what the events cost by themselves. With it
-   each event reads the clock and fills as many bytes as the library's records of it have, and full blocks are
-   written to the files KZR_FLOOR.0, KZR_FLOOR.1 and so on, one for each thread. */
+/* The least that a recorder can do, called by the runtime at the events that the recording library records,
+   but for dependences, which the loads do not have. Without KZR_FLOOR in the environment its callbacks do
+   nothing: what the events cost by themselves. With it each event reads the clock and fills as many bytes as
+   the library's records of it have, and full blocks are written to the files KZR_FLOOR.0, KZR_FLOOR.1 and so
+   on, one for each thread. */
 #include <omp-tools.h>
 
 #include <fcntl.h>
@@ -81,6 +82,7 @@ static void on_sync_region(ompt_sync_region_t kind, ompt_scope_endpoint_t endpoi
                            ompt_data_t* task, const void* code) {
   (void)region, (void)task, (void)code;
   if (kind == ompt_sync_region_taskwait || kind == ompt_sync_region_taskgroup) return;
+  if (kind == ompt_sync_region_reduction) return;
   note_event(endpoint == ompt_scope_begin ? task_begin_bytes : task_end_bytes);
 }
 static void on_task_create(ompt_data_t* creator, const ompt_frame_t* frame, ompt_data_t* task, int flags,
