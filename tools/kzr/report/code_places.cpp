@@ -1,6 +1,5 @@
 #include "kzr/report/code_places.h"
 
-#include <algorithm>
 #include <map>
 #include <tuple>
 #include <utility>
@@ -11,17 +10,14 @@ namespace {
 
 class place_finder {
  public:
-  explicit place_finder(const run_report& report)
-      : report_(report), place_of_(report.nodes.size(), unknown) {}
+  explicit place_finder(const run_report& report) : report_(report), place_of_(report.nodes.size()) {}
 
   std::vector<code_place_figures> find() {
     for (std::uint32_t node = 0; node < report_.nodes.size(); ++node) add_node(node);
     for (std::size_t i = 0; i < report_.marks.regions().size(); ++i) add_region(i);
-    std::ranges::sort(places_, [](const code_place_figures& a, const code_place_figures& b) {
-      return std::tie(a.name, a.code.source, a.code.function) <
-             std::tie(b.name, b.code.source, b.code.function);
-    });
-    return std::move(places_);
+    std::vector<code_place_figures> places;
+    for (auto& [key, place] : places_) places.push_back(std::move(place));
+    return places;
   }
 
  private:
@@ -47,27 +43,22 @@ class place_finder {
   }
 
   code_place_figures& place_of(std::uint32_t node) {
-    if (place_of_[node] == unknown) {
+    if (place_of_[node] == nullptr) {
       const auto known = report_.code.find(node);
       const code_place code = known == report_.code.end() ? code_place{} : known->second;
-      const auto [place, is_new] =
-          numbers_.try_emplace({report_.name_of(node), code.function, code.source}, places_.size());
-      if (is_new) {
-        code_place_figures& added = places_.emplace_back();
-        added.name = std::get<0>(place->first);
-        added.code = code;
-      }
-      place_of_[node] = place->second;
+      std::string name = report_.name_of(node);
+      code_place_figures& place = places_[{name, code.source, code.function}];
+      place.name = std::move(name);
+      place.code = code;
+      place_of_[node] = &place;
     }
-    return places_[place_of_[node]];
+    return *place_of_[node];
   }
 
-  static constexpr std::size_t unknown = SIZE_MAX;
-
   const run_report& report_;
-  std::vector<code_place_figures> places_;
-  std::vector<std::size_t> place_of_;  ///< by node
-  std::map<std::tuple<std::string, std::string, std::string>, std::size_t> numbers_;
+  /// By name, source and function.
+  std::map<std::tuple<std::string, std::string, std::string>, code_place_figures> places_;
+  std::vector<code_place_figures*> place_of_;  ///< by node, null where it is not known yet
 };
 
 }  // namespace
