@@ -63,12 +63,7 @@ void run_recording::prepare(std::uint64_t runtime_address) {
   std::error_code failure;
   current_directory_ = fs::current_path(failure);
   const char* const wanted = std::getenv("KZR_RECORD_DIRECTORY");
-  if (wanted != nullptr && *wanted != '\0') wanted_directory_ = current_directory_ / wanted;
-  if (!wanted_directory_.has_filename()) wanted_directory_ = wanted_directory_.parent_path();
-  // The numbers of further directories stand behind a name.
-  if (wanted_directory_.filename() == "." || wanted_directory_.filename() == "..") {
-    wanted_directory_ = fs::weakly_canonical(wanted_directory_, failure);
-  }
+  if (wanted != nullptr && *wanted != '\0') wanted_directory_ = path_with_name(current_directory_ / wanted);
   has_process_barrier_ = register_process_barrier();
   pthread_key_create(&end_of_thread,
                      [](void* thread) { get_run().end_thread(*static_cast<thread_recording*>(thread)); });

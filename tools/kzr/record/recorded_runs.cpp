@@ -33,19 +33,16 @@ recorded_process describe(const fs::path& directory) {
 
 }  // namespace
 
-recorded_runs::recorded_runs(const fs::path& directory) : directory_(directory) {
+recorded_runs::recorded_runs(const fs::path& directory) : directory_(kzr::path_with_name(directory)) {
   if (directory.empty()) {
     directory_ = kzr::create_run_directory(".").filename();
     made_here_.push_back(directory_);
   } else {
-    if (!directory.has_filename()) directory_ = directory.parent_path();
     for (fs::path path = directory_; !path.empty() && !fs::exists(path); path = path.parent_path()) {
       made_here_.push_back(path);
     }
     fs::create_directories(directory_);
     if (!fs::is_empty(directory_)) throw std::runtime_error(directory.string() + " is not empty");
-    // The numbers of further directories stand behind a name.
-    if (directory_.filename() == "." || directory_.filename() == "..") directory_ = fs::canonical(directory_);
   }
   further_before_ = find_further();
 }
