@@ -21,7 +21,7 @@ fs::path create_run_directory(const fs::path& parent) {
 
 fs::path path_with_name(const fs::path& directory) {
   const auto without_slash = [](const fs::path& path) { return (path / "").parent_path(); };
-  const fs::path path = without_slash(directory);
+  fs::path path = without_slash(directory);
   if (path.filename() != "." && path.filename() != "..") return path;
   return without_slash(fs::weakly_canonical(fs::absolute(path)));
 }
